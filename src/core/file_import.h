@@ -1,0 +1,19 @@
+#pragma once
+
+#include "core/file_record.h"
+#include "core/import_result.h"
+
+#include <QList>
+#include <QUrl>
+
+// Turns selected or dropped items into the records of a batch.
+namespace FileImport {
+
+// Folders contribute their immediate visible entries; files are taken as they
+// are. Links, hidden items and bundles are refused, duplicates of files already
+// known are dropped silently, and no more than `maximum` (clamped to 0 to 5,000)
+// records end up in the batch. Never fails as a whole and never writes.
+ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing,
+                     qsizetype maximum);
+
+} // namespace FileImport

@@ -1,0 +1,114 @@
+#include "core/file_safety.h"
+
+#include "core/file_record.h"
+#include "core/filename.h"
+#include "core/rename_failure.h"
+
+#include <QStringList>
+
+#include <array>
+
+namespace FileSafety {
+bool hasPackageExtension(const QString& folderName) {
+    static const std::array<QStringView, 11> extensions = {
+        u"app",      u"bundle",     u"framework", u"photoslibrary", u"photolibrary", u"xcodeproj",
+        u"playground", u"rtfd",     u"pages",     u"numbers",       u"key"};
+    auto period = folderName.lastIndexOf(QLatin1Char('.'));
+    if (period < 0)
+        return false;
+    QString extension = folderName.mid(period + 1).toLower();
+    for (QStringView known : extensions) {
+        if (extension == known)
+            return true;
+    }
+    return false;
+}
+
+UniqueFd directoryFD(const QUrl& folder) {
+    if (!folder.isLocalFile())
+        throw RenameFailure(QStringLiteral("Choose a local folder."));
+    return directoryFD(folder.toLocalFile());
+}
+
+UniqueFd directoryFD(const QString& folderPath) {
+    if (!folderPath.startsWith(QLatin1Char('/')))
+        throw RenameFailure(QStringLiteral("Choose a local folder."));
+    QString path = FilePath::standardized(folderPath);
+    QStringList components = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+
+    auto root = PosixFileSystem::openRoot(!components.isEmpty());
+    if (!root)
+        throw RenameFailure(QStringLiteral("Cannot open the filesystem root."));
+    UniqueFd current = std::move(*root.value);
+
+    // Every intermediate folder is opened walk-only and without following a
+    // link, so a folder swapped for a link mid-walk ends the walk instead of
+    // redirecting it somewhere the user never chose.
+    for (qsizetype index = 0; index < components.size(); ++index) {
+        bool last = index == components.size() - 1;
+        auto next =
+            PosixFileSystem::openFolderAt(current.get(), components[index].toUtf8(), !last);
+        if (!next)
+            throw RenameFailure(QStringLiteral("Cannot safely open ") +
+                                FilePath::lastComponent(path) +
+                                QStringLiteral(". Symbolic links and unavailable folders are "
+                                               "not supported."));
+        current = std::move(*next.value);
+    }
+    return current;
+}
+
+PosixFileSystem::Status fileStat(const QString& name, int fd) {
+    auto status = PosixFileSystem::statAt(fd, name.toUtf8());
+    if (!status)
+        throw RenameFailure(name + QStringLiteral(" is missing or no longer accessible."));
+    // A second link would let the same content change under another name that
+    // is not in the batch, so hard-linked files are refused like links.
+    if (!status.value->isRegular || status.value->linkCount != 1)
+        throw RenameFailure(name +
+                            QStringLiteral(" is not a regular file, or is a symbolic/hard link."));
+    return *status.value;
+}
+
+OpenFolder openFolder(const QString& folderPath) {
+    OpenFolder folder{directoryFD(folderPath), std::nullopt};
+    if (auto status = PosixFileSystem::statDescriptor(folder.fd.get()))
+        folder.identity = status.value->identity;
+    return folder;
+}
+
+Identities lookup(const OpenFolder& folder, const QString& name) {
+    auto status = fileStat(name, folder.fd.get());
+    if (!folder.identity)
+        throw RenameFailure(QStringLiteral("Cannot inspect the folder."));
+    return {status.identity, *folder.identity};
+}
+
+Identities record(const QUrl& file, bool allowStaging) {
+    if (!file.isLocalFile())
+        throw RenameFailure(QStringLiteral("Only local file URLs are supported."));
+    QString path = FilePath::standardized(file.toLocalFile());
+    QString name = FilePath::lastComponent(path);
+    if (!allowStaging) {
+        if (auto problem = Filename::problem(name))
+            throw RenameFailure(*problem);
+    }
+    return lookup(openFolder(FilePath::parent(path)), name);
+}
+
+bool isInsidePackage(const QUrl& file) {
+    return file.isLocalFile() && isInsidePackage(file.toLocalFile());
+}
+
+bool isInsidePackage(const QString& path) {
+    // Linux has no package property of its own: the extension list decides.
+    for (QString folder = FilePath::parent(FilePath::standardized(path));
+         folder != QLatin1String("/") && folder.startsWith(QLatin1Char('/'));
+         folder = FilePath::parent(folder)) {
+        if (hasPackageExtension(FilePath::lastComponent(folder)))
+            return true;
+    }
+    return false;
+}
+
+} // namespace FileSafety

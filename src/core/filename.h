@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+// The general judgement of a filename, used on every name that is about to
+// touch the disk: current names when files are added, proposed names in the
+// preview, both columns of a spreadsheet and every name read from a journal.
+namespace Filename {
+
+// Empty when `name` may be used as a filename, otherwise the sentence of the
+// first failing check. Never touches the disk.
+std::optional<QString> problem(const QString& name);
+
+// The form in which two names are the same name on a file system that ignores
+// letter case and Unicode normalization: composed, case-folded, composed again.
+// Folding is simple and locale-independent, so keys from the batch and from
+// folder listings always agree.
+QString collisionKey(const QString& name);
+
+// Composed form, for deciding whether a name changes at all.
+QString canonical(const QString& name);
+
+} // namespace Filename

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <QString>
+
+#include <cstdint>
+
+// Strict reading of one JSON object. Stored data that was edited by hand or
+// written by another version must never be half-understood, so a missing key
+// or a value of another type throws RenameFailure instead of falling back to a
+// default. Keys the reader does not ask for are ignored.
+class JsonFields {
+public:
+    // Throws when `json` is not an object.
+    explicit JsonFields(const nlohmann::ordered_json& json);
+
+    const nlohmann::ordered_json& value(const char* key) const;
+    QString string(const char* key) const;
+    bool boolean(const char* key) const;
+    std::int64_t int64(const char* key) const;
+    std::int32_t int32(const char* key) const;
+    std::uint64_t uint64(const char* key) const;
+
+private:
+    [[noreturn]] void wrongType(const char* key) const;
+
+    const nlohmann::ordered_json& object;
+};

@@ -1,0 +1,126 @@
+#include "core/posix_file_system.h"
+
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace PosixFileSystem {
+namespace {
+
+// A signal arriving mid-call must not turn into a spurious failure the user
+// sees, so every interruptible call goes through here.
+template <typename Call> auto retryOnInterrupt(Call call) {
+    for (;;) {
+        auto result = call();
+        if (result != -1 || errno != EINTR)
+            return result;
+    }
+}
+
+// The kernel's own 32-bit encoding of a device number, so that a file and its
+// folder on one file system report the same value in journals and on every run.
+std::int32_t encodedDevice(std::uint32_t major, std::uint32_t minor) {
+    std::uint32_t encoded = (minor & 0xffu) | (major << 8) | ((minor & ~0xffu) << 12);
+    return static_cast<std::int32_t>(encoded);
+}
+
+Status statusFrom(const struct statx& info) {
+    Status status;
+    status.isRegular = S_ISREG(info.stx_mode);
+    status.isDirectory = S_ISDIR(info.stx_mode);
+    status.isSymbolicLink = S_ISLNK(info.stx_mode);
+    status.linkCount = info.stx_nlink;
+    status.identity.device = encodedDevice(info.stx_dev_major, info.stx_dev_minor);
+    status.identity.inode = info.stx_ino;
+    // A file system without birth times reports none; zero never changes while
+    // the file exists, which is all an identity needs.
+    if (info.stx_mask & STATX_BTIME) {
+        status.identity.birthSeconds = info.stx_btime.tv_sec;
+        status.identity.birthNanos = info.stx_btime.tv_nsec;
+    }
+    return status;
+}
+
+Result<Status> statxCall(int folder, const char* name, int flags) {
+    struct statx info {};
+    int rc = retryOnInterrupt(
+        [&] { return statx(folder, name, flags, STATX_BASIC_STATS | STATX_BTIME, &info); });
+    if (rc != 0)
+        return {std::nullopt, errno};
+    return {statusFrom(info), 0};
+}
+
+Result<UniqueFd> openCall(int folder, const char* name, int flags) {
+    int fd = retryOnInterrupt([&] { return openat(folder, name, flags); });
+    if (fd < 0)
+        return {std::nullopt, errno};
+    return {UniqueFd(fd), 0};
+}
+
+} // namespace
+
+Result<UniqueFd> openRoot(bool walkOnly) {
+    int mode = walkOnly ? O_PATH : O_RDONLY;
+    return openCall(AT_FDCWD, "/", mode | O_DIRECTORY | O_CLOEXEC);
+}
+
+Result<UniqueFd> openFolderAt(int folder, const QByteArray& name, bool walkOnly) {
+    int mode = walkOnly ? O_PATH : O_RDONLY;
+    return openCall(folder, name.constData(), mode | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+Result<Status> statAt(int folder, const QByteArray& name) {
+    return statxCall(folder, name.constData(), AT_SYMLINK_NOFOLLOW);
+}
+
+Result<Status> statDescriptor(int fd) {
+    return statxCall(fd, "", AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW);
+}
+
+Result<Status> statPath(const QByteArray& path) {
+    return statxCall(AT_FDCWD, path.constData(), AT_SYMLINK_NOFOLLOW);
+}
+
+Result<std::vector<QByteArray>> listFolder(int folder) {
+    auto own = openCall(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (!own)
+        return {std::nullopt, own.error};
+    DIR* stream = fdopendir(own.value->get());
+    if (!stream)
+        return {std::nullopt, errno};
+    own.value->release(); // the stream owns the descriptor from here on
+    std::vector<QByteArray> names;
+    for (;;) {
+        errno = 0;
+        const dirent* entry = readdir(stream);
+        if (!entry)
+            break;
+        const char* name = entry->d_name;
+        if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0)
+            continue;
+        names.emplace_back(name);
+    }
+    int error = errno;
+    closedir(stream);
+    if (error != 0)
+        return {std::nullopt, error};
+    return {std::move(names), 0};
+}
+
+QString errorText(int error) {
+    const char* text = strerrordesc_np(error);
+    if (!text)
+        return QStringLiteral("Unknown error %1").arg(error);
+    return QString::fromUtf8(text);
+}
+
+void closeDescriptor(int fd) noexcept {
+    // Linux releases the descriptor even when close reports EINTR, so a retry
+    // could close a descriptor another thread has just been given.
+    ::close(fd);
+}
+
+} // namespace PosixFileSystem

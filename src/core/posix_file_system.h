@@ -1,0 +1,59 @@
+#pragma once
+
+#include "core/file_identity.h"
+#include "core/unique_fd.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+// The only place where the core calls the operating system's file interface.
+// Each call is wrapped once: EINTR is retried here, descriptors come back
+// owned, and failures come back as errno values for the caller to turn into a
+// sentence. Names and paths are the raw bytes the kernel sees.
+namespace PosixFileSystem {
+
+struct Status {
+    bool isRegular = false;
+    bool isDirectory = false;
+    bool isSymbolicLink = false;
+    std::uint64_t linkCount = 0;
+    FileIdentity identity;
+};
+
+template <typename T> struct Result {
+    std::optional<T> value;
+    int error = 0;
+
+    explicit operator bool() const { return value.has_value(); }
+};
+
+// "/" opened as a walk-only descriptor (O_PATH) when `walkOnly`, else readable.
+Result<UniqueFd> openRoot(bool walkOnly);
+
+// One folder below `folder`, never through a symbolic link. A walk-only
+// descriptor can only be used as a base for further *at() calls and fstat.
+Result<UniqueFd> openFolderAt(int folder, const QByteArray& name, bool walkOnly);
+
+// Status of `name` inside `folder`, without following a symbolic link.
+Result<Status> statAt(int folder, const QByteArray& name);
+
+// Status of an open descriptor itself.
+Result<Status> statDescriptor(int fd);
+
+// Status of an absolute path, without following a final symbolic link.
+Result<Status> statPath(const QByteArray& path);
+
+// Every entry name of an open folder but "." and "..". The listing reads a
+// fresh descriptor of its own, so `folder` keeps its position and ownership.
+Result<std::vector<QByteArray>> listFolder(int folder);
+
+// The system's description of an errno value, without a final period, for
+// sentences shown to the user.
+QString errorText(int error);
+
+void closeDescriptor(int fd) noexcept;
+
+} // namespace PosixFileSystem

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "core/file_record.h"
+#include "core/preview_row.h"
+#include "core/rename_intent.h"
+
+#include <QList>
+
+// The one judge of a batch, used by the live preview, the spreadsheet preview
+// and the engine right before it writes a journal.
+namespace RenamePreview {
+
+// One row per intent, in the same order, each with the first problem that
+// would make its rename unsafe or impossible. Never fails: every failure
+// becomes a row's sentence. Reads the disk (one lookup per file, at most one
+// listing per folder) and writes nothing.
+QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows);
+
+// The records in natural filename order; equal names (in different folders)
+// by full path. Never touches the disk.
+QList<FileRecord> sorted(const QList<FileRecord>& records);
+
+} // namespace RenamePreview

@@ -1,0 +1,149 @@
+#include "core/rename_rules.h"
+
+#include "core/json_fields.h"
+#include "core/rename_failure.h"
+
+#include <QList>
+#include <QStringList>
+
+#include <algorithm>
+
+namespace {
+
+struct SplitName {
+    QString stem;
+    QString extension;
+};
+
+// A name whose only period is its first or last character has no extension:
+// "Report." and ".profile" stay whole, so the default rules change nothing.
+SplitName split(const QString& name) {
+    auto period = name.lastIndexOf(QLatin1Char('.'));
+    if (period <= 0 || period == name.size() - 1)
+        return {name, {}};
+    return {name.left(period), name.mid(period + 1)};
+}
+
+// Words are runs between white space; the first code point of each word gets
+// its title-case form and the rest of the word its full lower-case mapping.
+QString titleCased(const QString& text) {
+    QString result;
+    result.reserve(text.size());
+    qsizetype position = 0;
+    while (position < text.size()) {
+        if (text.at(position).isSpace()) {
+            result.append(text.at(position++));
+            continue;
+        }
+        qsizetype end = position;
+        while (end < text.size() && !text.at(end).isSpace())
+            ++end;
+        QStringView word = QStringView(text).mid(position, end - position);
+        auto codePoints = word.toUcs4();
+        char32_t first = QChar::toTitleCase(char32_t(codePoints.front()));
+        result.append(QString::fromUcs4(&first, 1));
+        qsizetype firstLength = QChar::requiresSurrogates(codePoints.front()) ? 2 : 1;
+        result.append(word.mid(firstLength).toString().toLower());
+        position = end;
+    }
+    return result;
+}
+
+QString withCase(const QString& text, NameCase nameCase) {
+    switch (nameCase) {
+    case NameCase::lower:
+        return text.toLower();
+    case NameCase::upper:
+        return text.toUpper();
+    case NameCase::title:
+        return titleCased(text);
+    case NameCase::unchanged:
+        break;
+    }
+    return text;
+}
+
+bool isSeparator(QChar character) {
+    return character.isSpace() || character == QLatin1Char('_') || character == QLatin1Char('-');
+}
+
+QString withSeparators(const QString& text, NameSeparator separator) {
+    if (separator == NameSeparator::unchanged)
+        return text;
+    QString result;
+    result.reserve(text.size());
+    bool pendingSeparator = false;
+    for (QChar unit : text) {
+        if (isSeparator(unit)) {
+            pendingSeparator = !result.isEmpty();
+            continue;
+        }
+        if (pendingSeparator)
+            result.append(character(separator));
+        pendingSeparator = false;
+        result.append(unit);
+    }
+    return result;
+}
+
+QString sequenceNumber(std::int64_t start, std::int64_t index, std::int64_t padding) {
+    std::int64_t number = std::clamp<std::int64_t>(start, 0, 999'999'999) +
+                          std::clamp<std::int64_t>(index, 0, 5'000);
+    auto width = qsizetype(std::clamp<std::int64_t>(padding, 1, 9));
+    QString digits = QString::number(number);
+    if (digits.size() < width)
+        digits.prepend(QString(width - digits.size(), QLatin1Char('0')));
+    return digits;
+}
+
+} // namespace
+
+QString RenameRules::filename(const QString& name, std::int64_t index) const {
+    auto [stem, extension] = split(name);
+    if (!baseName.isEmpty())
+        stem = baseName;
+    // Literal, case-sensitive, code unit by code unit, and only in the stem.
+    if (!find.isEmpty())
+        stem.replace(find, replacement, Qt::CaseSensitive);
+    QString result = withSeparators(withCase(prefix + stem + suffix, nameCase), separator);
+    if (sequence)
+        result += character(separator) + sequenceNumber(sequenceStart, index, sequencePadding);
+    if (!extension.isEmpty())
+        result += QLatin1Char('.') + extension;
+    return result;
+}
+
+void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {
+    json = nlohmann::ordered_json{{"baseName", rules.baseName.toStdString()},
+                                  {"find", rules.find.toStdString()},
+                                  {"replacement", rules.replacement.toStdString()},
+                                  {"prefix", rules.prefix.toStdString()},
+                                  {"suffix", rules.suffix.toStdString()},
+                                  {"nameCase", rawValue(rules.nameCase).toStdString()},
+                                  {"separator", rawValue(rules.separator).toStdString()},
+                                  {"sequence", rules.sequence},
+                                  {"sequenceStart", rules.sequenceStart},
+                                  {"sequencePadding", rules.sequencePadding}};
+}
+
+void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
+    JsonFields fields(json);
+    RenameRules decoded;
+    decoded.baseName = fields.string("baseName");
+    decoded.find = fields.string("find");
+    decoded.replacement = fields.string("replacement");
+    decoded.prefix = fields.string("prefix");
+    decoded.suffix = fields.string("suffix");
+    auto nameCase = nameCaseFromRaw(fields.string("nameCase"));
+    if (!nameCase)
+        throw RenameFailure(QStringLiteral("The key “nameCase” names no letter case."));
+    decoded.nameCase = *nameCase;
+    auto separator = nameSeparatorFromRaw(fields.string("separator"));
+    if (!separator)
+        throw RenameFailure(QStringLiteral("The key “separator” names no separator."));
+    decoded.separator = *separator;
+    decoded.sequence = fields.boolean("sequence");
+    decoded.sequenceStart = fields.int64("sequenceStart");
+    decoded.sequencePadding = fields.int64("sequencePadding");
+    rules = decoded;
+}
