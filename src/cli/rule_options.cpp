@@ -1,0 +1,131 @@
+#include "rule_options.h"
+
+#include "usage_error.h"
+
+#include "core/recipe.h"
+#include "core/rename_failure.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QFile>
+#include <QStringList>
+
+namespace RuleOptions {
+namespace {
+
+template <typename Enum, typename Values>
+QString choices(const Values& values) {
+    QStringList words;
+    for (Enum value : values)
+        words.append(rawValue(value));
+    return words.join(QStringLiteral(", "));
+}
+
+std::int64_t integer(const QCommandLineParser& parser, const QString& option) {
+    bool ok = false;
+    std::int64_t number = parser.value(option).toLongLong(&ok);
+    if (!ok)
+        throw UsageError(QStringLiteral("--%1 takes a whole number.").arg(option));
+    return number;
+}
+
+RenameRules recipeRules(const QString& name) {
+    QStringList names;
+    for (const Recipe& recipe : Recipe::builtIn()) {
+        if (recipe.name == name)
+            return recipe.rules;
+        names.append(QStringLiteral("“%1”").arg(recipe.name));
+    }
+    throw UsageError(QStringLiteral("There is no recipe called “%1”. Choose one of %2.")
+                         .arg(name, names.join(QStringLiteral(", "))));
+}
+
+RenameRules fileRules(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw UsageError(QStringLiteral("Cannot read the rules file %1.").arg(path));
+    QByteArray bytes = file.readAll();
+    try {
+        return nlohmann::ordered_json::parse(bytes.constData(), bytes.constData() + bytes.size())
+            .get<RenameRules>();
+    } catch (const RenameFailure& failure) {
+        throw UsageError(QStringLiteral("The rules file %1 cannot be used: %2").arg(path, failure.message));
+    } catch (const nlohmann::json::exception&) {
+        throw UsageError(QStringLiteral("The rules file %1 is not valid JSON.").arg(path));
+    }
+}
+
+} // namespace
+
+void add(QCommandLineParser& parser) {
+    parser.addOptions({
+        {QStringLiteral("recipe"), QStringLiteral("Start from a built-in recipe, e.g. \"Client handoff\"."),
+         QStringLiteral("name")},
+        {QStringLiteral("rules"), QStringLiteral("Start from rules saved as a JSON object."),
+         QStringLiteral("file")},
+        {QStringLiteral("base-name"), QStringLiteral("Replace every stem with this text."),
+         QStringLiteral("text")},
+        {QStringLiteral("find"), QStringLiteral("Text to find in each stem (exact, case-sensitive)."),
+         QStringLiteral("text")},
+        {QStringLiteral("replace"), QStringLiteral("Replacement for every occurrence of --find."),
+         QStringLiteral("text")},
+        {QStringLiteral("prefix"), QStringLiteral("Text put before the stem."), QStringLiteral("text")},
+        {QStringLiteral("suffix"), QStringLiteral("Text put after the stem."), QStringLiteral("text")},
+        {QStringLiteral("case"),
+         QStringLiteral("Letter case: %1.").arg(choices<NameCase>(allNameCases)),
+         QStringLiteral("case")},
+        {QStringLiteral("separator"),
+         QStringLiteral("Word separator: %1.").arg(choices<NameSeparator>(allNameSeparators)),
+         QStringLiteral("separator")},
+        {QStringLiteral("sequence"), QStringLiteral("Append a sequence number.")},
+        {QStringLiteral("start"), QStringLiteral("First sequence number (default 1)."),
+         QStringLiteral("n")},
+        {QStringLiteral("digits"), QStringLiteral("Minimum digits of the sequence number (default 3)."),
+         QStringLiteral("n")},
+    });
+}
+
+RenameRules rules(const QCommandLineParser& parser) {
+    if (parser.isSet(QStringLiteral("recipe")) && parser.isSet(QStringLiteral("rules")))
+        throw UsageError(QStringLiteral("Use either --recipe or --rules, not both."));
+
+    RenameRules rules;
+    if (parser.isSet(QStringLiteral("recipe")))
+        rules = recipeRules(parser.value(QStringLiteral("recipe")));
+    if (parser.isSet(QStringLiteral("rules")))
+        rules = fileRules(parser.value(QStringLiteral("rules")));
+
+    auto text = [&](const char* option, QString& field) {
+        if (parser.isSet(QLatin1String(option)))
+            field = parser.value(QLatin1String(option));
+    };
+    text("base-name", rules.baseName);
+    text("find", rules.find);
+    text("replace", rules.replacement);
+    text("prefix", rules.prefix);
+    text("suffix", rules.suffix);
+
+    if (parser.isSet(QStringLiteral("case"))) {
+        auto nameCase = nameCaseFromRaw(parser.value(QStringLiteral("case")));
+        if (!nameCase)
+            throw UsageError(QStringLiteral("--case takes one of %1.")
+                                 .arg(choices<NameCase>(allNameCases)));
+        rules.nameCase = *nameCase;
+    }
+    if (parser.isSet(QStringLiteral("separator"))) {
+        auto separator = nameSeparatorFromRaw(parser.value(QStringLiteral("separator")));
+        if (!separator)
+            throw UsageError(QStringLiteral("--separator takes one of %1.")
+                                 .arg(choices<NameSeparator>(allNameSeparators)));
+        rules.separator = *separator;
+    }
+    if (parser.isSet(QStringLiteral("sequence")))
+        rules.sequence = true;
+    if (parser.isSet(QStringLiteral("start")))
+        rules.sequenceStart = integer(parser, QStringLiteral("start"));
+    if (parser.isSet(QStringLiteral("digits")))
+        rules.sequencePadding = integer(parser, QStringLiteral("digits"));
+    return rules;
+}
+
+} // namespace RuleOptions
