@@ -55,7 +55,8 @@ int main(int argc, char** argv) {
     const RenameRules& rules = Recipe::builtIn().front().rules;
     QList<RenameIntent> intents;
     for (qsizetype index = 0; index < imported.files.size(); ++index)
-        intents.append({imported.files[index], rules.filename(imported.files[index].name(), index)});
+        intents.append(
+            {imported.files[index], rules.filename(imported.files[index].name(), index)});
     QList<PreviewRow> rows;
     double judge = medianMilliseconds([&] { rows = RenamePreview::rows(intents, false); });
 
@@ -68,7 +69,8 @@ int main(int argc, char** argv) {
     out << "files: " << imported.files.size() << " in one folder, rows with a problem: " << blocked
         << ", median of " << runs << " runs\n";
     out << QStringLiteral("FileImport::collect      %1 ms\n").arg(collect, 0, 'f', 2);
-    out << QStringLiteral("RenamePreview::rows      %1 ms (Client handoff)\n").arg(judge, 0, 'f', 2);
+    out << QStringLiteral("RenamePreview::rows      %1 ms (Client handoff)\n")
+               .arg(judge, 0, 'f', 2);
     out << QStringLiteral("RenamePreview::sorted    %1 ms\n").arg(sort, 0, 'f', 2);
     return 0;
 }

@@ -42,7 +42,8 @@ int main(int argc, char** argv) {
     QString command = arguments.value(1);
     if (command == QLatin1String("preview"))
         return PreviewCommand::run(arguments.mid(0, 1) + arguments.mid(2));
-    if (command == QLatin1String("--help") || command == QLatin1String("-h") || command == QLatin1String("help")) {
+    if (command == QLatin1String("--help") || command == QLatin1String("-h") ||
+        command == QLatin1String("help")) {
         QTextStream(stdout) << usage;
         return 0;
     }

@@ -21,12 +21,14 @@ int run(const QStringList& arguments) {
     parser.addHelpOption();
     RuleOptions::add(parser);
     parser.addOptions({
-        {QStringLiteral("windows"), QStringLiteral("Also check that Windows accepts every new name.")},
+        {QStringLiteral("windows"),
+         QStringLiteral("Also check that Windows accepts every new name.")},
         {QStringLiteral("json"), QStringLiteral("Print the preview as one JSON object.")},
     });
-    parser.addPositionalArgument(QStringLiteral("paths"),
-                                 QStringLiteral("Files, and folders whose visible files are added."),
-                                 QStringLiteral("PATH..."));
+    parser.addPositionalArgument(
+        QStringLiteral("paths"),
+        QStringLiteral("Files, and folders whose visible files are added."),
+        QStringLiteral("PATH..."));
 
     QTextStream out(stdout);
     QTextStream errors(stderr);
@@ -40,8 +42,8 @@ int run(const QStringList& arguments) {
         if (parser.positionalArguments().isEmpty())
             throw UsageError(QStringLiteral("Name at least one file or folder to preview."));
 
-        BatchPreview preview =
-            previewBatch(parser.positionalArguments(), rules, parser.isSet(QStringLiteral("windows")));
+        BatchPreview preview = previewBatch(parser.positionalArguments(), rules,
+                                            parser.isSet(QStringLiteral("windows")));
         if (parser.isSet(QStringLiteral("json")))
             PreviewOutput::printJson(preview, out);
         else

@@ -13,8 +13,7 @@
 namespace RuleOptions {
 namespace {
 
-template <typename Enum, typename Values>
-QString choices(const Values& values) {
+template <typename Enum, typename Values> QString choices(const Values& values) {
     QStringList words;
     for (Enum value : values)
         words.append(rawValue(value));
@@ -49,7 +48,8 @@ RenameRules fileRules(const QString& path) {
         return nlohmann::ordered_json::parse(bytes.constData(), bytes.constData() + bytes.size())
             .get<RenameRules>();
     } catch (const RenameFailure& failure) {
-        throw UsageError(QStringLiteral("The rules file %1 cannot be used: %2").arg(path, failure.message));
+        throw UsageError(
+            QStringLiteral("The rules file %1 cannot be used: %2").arg(path, failure.message));
     } catch (const nlohmann::json::exception&) {
         throw UsageError(QStringLiteral("The rules file %1 is not valid JSON.").arg(path));
     }
@@ -59,18 +59,22 @@ RenameRules fileRules(const QString& path) {
 
 void add(QCommandLineParser& parser) {
     parser.addOptions({
-        {QStringLiteral("recipe"), QStringLiteral("Start from a built-in recipe, e.g. \"Client handoff\"."),
+        {QStringLiteral("recipe"),
+         QStringLiteral("Start from a built-in recipe, e.g. \"Client handoff\"."),
          QStringLiteral("name")},
         {QStringLiteral("rules"), QStringLiteral("Start from rules saved as a JSON object."),
          QStringLiteral("file")},
         {QStringLiteral("base-name"), QStringLiteral("Replace every stem with this text."),
          QStringLiteral("text")},
-        {QStringLiteral("find"), QStringLiteral("Text to find in each stem (exact, case-sensitive)."),
+        {QStringLiteral("find"),
+         QStringLiteral("Text to find in each stem (exact, case-sensitive)."),
          QStringLiteral("text")},
         {QStringLiteral("replace"), QStringLiteral("Replacement for every occurrence of --find."),
          QStringLiteral("text")},
-        {QStringLiteral("prefix"), QStringLiteral("Text put before the stem."), QStringLiteral("text")},
-        {QStringLiteral("suffix"), QStringLiteral("Text put after the stem."), QStringLiteral("text")},
+        {QStringLiteral("prefix"), QStringLiteral("Text put before the stem."),
+         QStringLiteral("text")},
+        {QStringLiteral("suffix"), QStringLiteral("Text put after the stem."),
+         QStringLiteral("text")},
         {QStringLiteral("case"),
          QStringLiteral("Letter case: %1.").arg(choices<NameCase>(allNameCases)),
          QStringLiteral("case")},
@@ -80,8 +84,8 @@ void add(QCommandLineParser& parser) {
         {QStringLiteral("sequence"), QStringLiteral("Append a sequence number.")},
         {QStringLiteral("start"), QStringLiteral("First sequence number (default 1)."),
          QStringLiteral("n")},
-        {QStringLiteral("digits"), QStringLiteral("Minimum digits of the sequence number (default 3)."),
-         QStringLiteral("n")},
+        {QStringLiteral("digits"),
+         QStringLiteral("Minimum digits of the sequence number (default 3)."), QStringLiteral("n")},
     });
 }
 
@@ -108,8 +112,8 @@ RenameRules rules(const QCommandLineParser& parser) {
     if (parser.isSet(QStringLiteral("case"))) {
         auto nameCase = nameCaseFromRaw(parser.value(QStringLiteral("case")));
         if (!nameCase)
-            throw UsageError(QStringLiteral("--case takes one of %1.")
-                                 .arg(choices<NameCase>(allNameCases)));
+            throw UsageError(
+                QStringLiteral("--case takes one of %1.").arg(choices<NameCase>(allNameCases)));
         rules.nameCase = *nameCase;
     }
     if (parser.isSet(QStringLiteral("separator"))) {

@@ -2,8 +2,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <cstdint>
 #include <cstddef>
+#include <cstdint>
 
 // What makes a file this file, whatever its name. Device and inode alone are
 // not enough: inode numbers are reused, so the birth time tells a new file

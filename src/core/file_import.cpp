@@ -92,7 +92,8 @@ void gatherFolder(const QString& path, QList<Candidate>& candidates, QStringList
 
 void gather(const QUrl& item, QList<Candidate>& candidates, QStringList& skipped) {
     if (!item.isLocalFile()) {
-        skipped.append(line(item.fileName(), QStringLiteral("Only local file URLs are supported.")));
+        skipped.append(
+            line(item.fileName(), QStringLiteral("Only local file URLs are supported.")));
         return;
     }
     QString path = FilePath::standardized(item.toLocalFile());

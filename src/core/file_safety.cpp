@@ -11,8 +11,8 @@
 namespace FileSafety {
 bool hasPackageExtension(const QString& folderName) {
     static const std::array<QStringView, 11> extensions = {
-        u"app",      u"bundle",     u"framework", u"photoslibrary", u"photolibrary", u"xcodeproj",
-        u"playground", u"rtfd",     u"pages",     u"numbers",       u"key"};
+        u"app",        u"bundle", u"framework", u"photoslibrary", u"photolibrary", u"xcodeproj",
+        u"playground", u"rtfd",   u"pages",     u"numbers",       u"key"};
     auto period = folderName.lastIndexOf(QLatin1Char('.'));
     if (period < 0)
         return false;
@@ -46,8 +46,7 @@ UniqueFd directoryFD(const QString& folderPath) {
     // redirecting it somewhere the user never chose.
     for (qsizetype index = 0; index < components.size(); ++index) {
         bool last = index == components.size() - 1;
-        auto next =
-            PosixFileSystem::openFolderAt(current.get(), components[index].toUtf8(), !last);
+        auto next = PosixFileSystem::openFolderAt(current.get(), components[index].toUtf8(), !last);
         if (!next)
             throw RenameFailure(QStringLiteral("Cannot safely open ") +
                                 FilePath::lastComponent(path) +

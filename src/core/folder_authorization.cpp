@@ -39,8 +39,8 @@ QList<QUrl> requiredFolders(const QList<QUrl>& items) {
 
 FileIdentity directoryIdentity(const QUrl& folder) {
     if (folder.isLocalFile()) {
-        auto status = PosixFileSystem::statPath(
-            FilePath::standardized(folder.toLocalFile()).toUtf8());
+        auto status =
+            PosixFileSystem::statPath(FilePath::standardized(folder.toLocalFile()).toUtf8());
         if (status && status.value->isDirectory)
             return status.value->identity;
     }

@@ -11,7 +11,7 @@
 enum class NameCase { unchanged, lower, upper, title };
 
 inline constexpr std::array<NameCase, 4> allNameCases = {NameCase::unchanged, NameCase::lower,
-                                                        NameCase::upper, NameCase::title};
+                                                         NameCase::upper, NameCase::title};
 
 QString rawValue(NameCase nameCase);
 std::optional<NameCase> nameCaseFromRaw(QStringView raw);

@@ -8,8 +8,8 @@
 
 namespace {
 
-Recipe builtInRecipe(const char* name, const char* symbol, const char* baseName,
-                     NameCase nameCase, bool sequence) {
+Recipe builtInRecipe(const char* name, const char* symbol, const char* baseName, NameCase nameCase,
+                     bool sequence) {
     RenameRules rules;
     rules.baseName = QString::fromUtf8(baseName);
     rules.nameCase = nameCase;

@@ -8,7 +8,8 @@
 // app. Callers show `message` unchanged; nothing else travels with it.
 class RenameFailure : public std::exception {
 public:
-    explicit RenameFailure(QString message) : message(std::move(message)), utf8(this->message.toUtf8()) {}
+    explicit RenameFailure(QString message)
+        : message(std::move(message)), utf8(this->message.toUtf8()) {}
 
     const char* what() const noexcept override { return utf8.constData(); }
 

@@ -98,7 +98,8 @@ std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QS
             return problem;
     }
     if (counts.destinationCount.at({source.parentIdentity, proposedKey}) >= 2)
-        return QStringLiteral("Two files would have the same name (ignoring case and Unicode form).");
+        return QStringLiteral(
+            "Two files would have the same name (ignoring case and Unicode form).");
     return std::nullopt;
 }
 
@@ -140,9 +141,8 @@ QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows) {
 
         QList<qsizetype> reachListing;
         for (qsizetype index : rowsByFolder[folderPath]) {
-            result[index].problem = problemBeforeListing(intents[index], proposedKeys[index],
-                                                         counts, folder, folderFailure,
-                                                         checkWindows);
+            result[index].problem = problemBeforeListing(
+                intents[index], proposedKeys[index], counts, folder, folderFailure, checkWindows);
             if (!result[index].problem)
                 reachListing.append(index);
         }
@@ -155,7 +155,8 @@ QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows) {
                 result[index].problem =
                     QStringLiteral("Cannot read this folder. Check its permissions.");
             else if (taken->contains(proposedKeys[index]))
-                result[index].problem = QStringLiteral("A file or folder with this name already exists.");
+                result[index].problem =
+                    QStringLiteral("A file or folder with this name already exists.");
         }
     }
     return result;

@@ -87,8 +87,8 @@ QString withSeparators(const QString& text, NameSeparator separator) {
 }
 
 QString sequenceNumber(std::int64_t start, std::int64_t index, std::int64_t padding) {
-    std::int64_t number = std::clamp<std::int64_t>(start, 0, 999'999'999) +
-                          std::clamp<std::int64_t>(index, 0, 5'000);
+    std::int64_t number =
+        std::clamp<std::int64_t>(start, 0, 999'999'999) + std::clamp<std::int64_t>(index, 0, 5'000);
     auto width = qsizetype(std::clamp<std::int64_t>(padding, 1, 9));
     QString digits = QString::number(number);
     if (digits.size() < width)

@@ -39,9 +39,10 @@ QString deviceBaseName(const QString& name) {
 
 bool isReservedDeviceName(const QString& base) {
     static const std::array<QStringView, 30> reserved = {
-        u"CON",  u"PRN",  u"AUX",  u"NUL",  u"CONIN$", u"CONOUT$", u"COM1", u"COM2",
-        u"COM3", u"COM4", u"COM5", u"COM6", u"COM7",   u"COM8",    u"COM9", u"COM\u00B9",
-        u"COM\u00B2", u"COM\u00B3", u"LPT1", u"LPT2", u"LPT3", u"LPT4", u"LPT5", u"LPT6",
+        u"CON",  u"PRN",  u"AUX",  u"NUL",       u"CONIN$",    u"CONOUT$",
+        u"COM1", u"COM2", u"COM3", u"COM4",      u"COM5",      u"COM6",
+        u"COM7", u"COM8", u"COM9", u"COM\u00B9", u"COM\u00B2", u"COM\u00B3",
+        u"LPT1", u"LPT2", u"LPT3", u"LPT4",      u"LPT5",      u"LPT6",
         u"LPT7", u"LPT8", u"LPT9", u"LPT\u00B9", u"LPT\u00B2", u"LPT\u00B3"};
     for (QStringView device : reserved) {
         if (base == device)

@@ -1,0 +1,148 @@
+#include <nlohmann/json.hpp>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+struct Outcome {
+    int exitCode = -1;
+    QString out;
+    QString errors;
+};
+
+Outcome cli(const QStringList& arguments, const QString& workingFolder = {}) {
+    QProcess process;
+    if (!workingFolder.isEmpty())
+        process.setWorkingDirectory(workingFolder);
+    process.start(QStringLiteral(TESSARY_CLI), arguments);
+    process.waitForFinished(30000);
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+void touch(const QString& path) {
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+}
+
+} // namespace
+
+class CliPreviewTest : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void previewsAFolderWithARecipe();
+    void reportsConflictsAsJsonAndExitsOne();
+    void rulesFileIsTheBaseOfExplicitOptions();
+    void refusesWhatCannotBeCarriedOut_data();
+    void refusesWhatCannotBeCarriedOut();
+
+private:
+    std::unique_ptr<QTemporaryDir> folder;
+    QString at(const QString& name) const { return folder->path() + QLatin1Char('/') + name; }
+};
+
+void CliPreviewTest::init() {
+    folder = std::make_unique<QTemporaryDir>();
+    QVERIFY(folder->isValid());
+    QDir(folder->path()).mkdir(QStringLiteral("shoot"));
+    for (const char* name : {"IMG_10.jpg", "IMG_9.jpg", "Notes.txt"})
+        touch(at(QStringLiteral("shoot/") + QLatin1String(name)));
+    QDir(folder->path()).mkdir(QStringLiteral("shoot/Sub"));
+}
+
+void CliPreviewTest::previewsAFolderWithARecipe() {
+    // A relative path works from the working folder, as typed in a shell.
+    Outcome run = cli({"preview", "--recipe", "Client handoff", "shoot"}, folder->path());
+    QCOMPARE(run.exitCode, 0);
+    QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 4);
+    // Natural order numbers IMG_9 before IMG_10.
+    QVERIFY(lines[0].startsWith("IMG_9.jpg ") && lines[0].contains("studio-north-001.jpg"));
+    QVERIFY(lines[1].startsWith("IMG_10.jpg") && lines[1].contains("studio-north-002.jpg"));
+    QVERIFY(lines[2].contains("studio-north-003.txt  ·  Ready to rename"));
+    QCOMPARE(lines[3], QStringLiteral("3 files ready to rename · 0 unchanged · 0 conflicts"));
+    QCOMPARE(
+        run.errors,
+        QStringLiteral("Skipped Sub: Sub is not a regular file, or is a symbolic/hard link.\n"));
+}
+
+void CliPreviewTest::reportsConflictsAsJsonAndExitsOne() {
+    Outcome run = cli({"preview", "--json", "--base-name", "same", "--find", "x",
+                       at("shoot/Notes.txt"), at("shoot/IMG_9.jpg"), at("shoot/Sub")});
+    QCOMPARE(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out.toStdString());
+    QCOMPARE(json["rows"].size(), 2u);
+    auto row = json["rows"][1];
+    QCOMPARE(row["path"].get<std::string>(), at("shoot/Notes.txt").toStdString());
+    QCOMPARE(row["name"].get<std::string>(), std::string("Notes.txt"));
+    QCOMPARE(row["proposed"].get<std::string>(), std::string("same.txt"));
+    QCOMPARE(row["changed"].get<bool>(), true);
+    QVERIFY(row["problem"].is_null());
+    QCOMPARE(json["changed"].get<int>(), 2);
+    QCOMPARE(json["unchanged"].get<int>(), 0);
+    QCOMPARE(json["conflicts"].get<int>(), 0);
+
+    touch(at("shoot/same.txt"));
+    run = cli({"preview", "--json", "--base-name", "same", at("shoot/Notes.txt")});
+    QCOMPARE(run.exitCode, 1);
+    json = nlohmann::json::parse(run.out.toStdString());
+    QCOMPARE(json["rows"][0]["problem"].get<std::string>(),
+             std::string("A file or folder with this name already exists."));
+    QCOMPARE(json["conflicts"].get<int>(), 1);
+    QCOMPARE(json["skipped"].size(), 0u);
+    QCOMPARE(json["reachedLimit"].get<bool>(), false);
+    QVERIFY(json["diagnostics"].is_array());
+}
+
+void CliPreviewTest::rulesFileIsTheBaseOfExplicitOptions() {
+    QFile rules(at("rules.json"));
+    QVERIFY(rules.open(QIODevice::WriteOnly));
+    rules.write(R"({"baseName":"Trip","find":"","replacement":"","prefix":"","suffix":"",
+        "nameCase":"upper","separator":"underscore","sequence":true,"sequenceStart":7,
+        "sequencePadding":2})");
+    rules.close();
+    Outcome run = cli({"preview", "--json", "--rules", at("rules.json"), "--start", "1",
+                       "--windows", at("shoot/Notes.txt")});
+    QCOMPARE(run.exitCode, 0);
+    auto json = nlohmann::json::parse(run.out.toStdString());
+    QCOMPARE(json["rows"][0]["proposed"].get<std::string>(), std::string("TRIP_01.txt"));
+}
+
+void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("sentence");
+    QTest::newRow("missing path") << QStringList{"preview", "shoot/nothing.txt"}
+                                  << "nothing.txt is missing or unavailable. No files were added.";
+    QTest::newRow("unknown case") << QStringList{"preview", "--case", "shout", "shoot"}
+                                  << "--case takes one of unchanged, lower, upper, title.";
+    QTest::newRow("unknown separator")
+        << QStringList{"preview", "--separator", "dot", "shoot"}
+        << "--separator takes one of unchanged, hyphen, underscore, space.";
+    QTest::newRow("unknown recipe")
+        << QStringList{"preview", "--recipe", "Holiday", "shoot"}
+        << "There is no recipe called “Holiday”. Choose one of “Client handoff”, “Photo "
+           "sequence”, “Web-friendly”.";
+    QTest::newRow("bad number") << QStringList{"preview", "--digits", "three", "shoot"}
+                                << "--digits takes a whole number.";
+    QTest::newRow("no path") << QStringList{"preview"}
+                             << "Name at least one file or folder to preview.";
+    QTest::newRow("unknown command")
+        << QStringList{"rename-all"} << "There is no command “rename-all”.";
+}
+
+void CliPreviewTest::refusesWhatCannotBeCarriedOut() {
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, sentence);
+    Outcome run = cli(arguments, folder->path());
+    QCOMPARE(run.exitCode, 2);
+    QCOMPARE(run.errors.section(QLatin1Char('\n'), 0, 0), sentence);
+    QVERIFY(run.out.isEmpty());
+}
+
+QTEST_GUILESS_MAIN(CliPreviewTest)
+#include "test_cli_preview.moc"
