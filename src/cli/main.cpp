@@ -1,4 +1,6 @@
+#include "journal_commands.h"
 #include "preview_command.h"
+#include "rename_command.h"
 
 #include <QCoreApplication>
 #include <QStringDecoder>
@@ -12,6 +14,10 @@ const char* usage = "Usage: tessary-cli COMMAND [OPTIONS] PATH...\n"
                     "\n"
                     "Commands:\n"
                     "  preview   Show the new name of every file and whether it may be renamed.\n"
+                    "  rename    Rename the files in place, journaled, after the same preview.\n"
+                    "  undo      Restore the names from before the last completed batch.\n"
+                    "  recover   Finish or reverse a batch that was interrupted.\n"
+                    "  status    Show whether a batch needs recovery and what can be undone.\n"
                     "\n"
                     "Run “tessary-cli COMMAND --help” for the options of a command.\n";
 
@@ -40,8 +46,17 @@ int main(int argc, char** argv) {
 
     QStringList arguments = QCoreApplication::arguments();
     QString command = arguments.value(1);
+    QStringList rest = arguments.mid(0, 1) + arguments.mid(2);
     if (command == QLatin1String("preview"))
-        return PreviewCommand::run(arguments.mid(0, 1) + arguments.mid(2));
+        return PreviewCommand::run(rest);
+    if (command == QLatin1String("rename"))
+        return RenameCommand::run(rest);
+    if (command == QLatin1String("undo"))
+        return JournalCommands::undo(rest);
+    if (command == QLatin1String("recover"))
+        return JournalCommands::recover(rest);
+    if (command == QLatin1String("status"))
+        return JournalCommands::status(rest);
     if (command == QLatin1String("--help") || command == QLatin1String("-h") ||
         command == QLatin1String("help")) {
         QTextStream(stdout) << usage;

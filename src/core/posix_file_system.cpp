@@ -1,9 +1,13 @@
 #include "core/posix_file_system.h"
 
+#include <QByteArrayList>
+
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -33,6 +37,7 @@ Status statusFrom(const struct statx& info) {
     status.isDirectory = S_ISDIR(info.stx_mode);
     status.isSymbolicLink = S_ISLNK(info.stx_mode);
     status.linkCount = info.stx_nlink;
+    status.size = info.stx_size;
     status.identity.device = encodedDevice(info.stx_dev_major, info.stx_dev_minor);
     status.identity.inode = info.stx_ino;
     // A file system without birth times reports none; zero never changes while
@@ -108,6 +113,104 @@ Result<std::vector<QByteArray>> listFolder(int folder) {
     if (error != 0)
         return {std::nullopt, error};
     return {std::move(names), 0};
+}
+
+Result<UniqueFd> openForReading(int folder, const QByteArray& name) {
+    return openCall(folder, name.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+}
+
+Result<UniqueFd> createExclusive(int folder, const QByteArray& name) {
+    int fd = retryOnInterrupt([&] {
+        return openat(folder, name.constData(),
+                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    });
+    if (fd < 0)
+        return {std::nullopt, errno};
+    return {UniqueFd(fd), 0};
+}
+
+Result<UniqueFd> openLockFile(int folder, const QByteArray& name) {
+    int fd = retryOnInterrupt([&] {
+        return openat(folder, name.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    });
+    if (fd < 0)
+        return {std::nullopt, errno};
+    return {UniqueFd(fd), 0};
+}
+
+int lockExclusiveWithoutWaiting(int fd) {
+    return retryOnInterrupt([&] { return flock(fd, LOCK_EX | LOCK_NB); }) == 0 ? 0 : errno;
+}
+
+void unlock(int fd) {
+    retryOnInterrupt([&] { return flock(fd, LOCK_UN); });
+}
+
+Result<QByteArray> readUpTo(int fd, qsizetype limit) {
+    QByteArray bytes;
+    qsizetype filled = 0;
+    while (filled < limit) {
+        qsizetype chunk = std::min<qsizetype>(limit - filled, 1 << 20);
+        bytes.resize(filled + chunk);
+        ssize_t count =
+            retryOnInterrupt([&] { return ::read(fd, bytes.data() + filled, size_t(chunk)); });
+        if (count < 0)
+            return {std::nullopt, errno};
+        if (count == 0)
+            break;
+        filled += count;
+    }
+    bytes.resize(filled);
+    return {std::move(bytes), 0};
+}
+
+int writeAll(int fd, const QByteArray& bytes) {
+    qsizetype written = 0;
+    while (written < bytes.size()) {
+        ssize_t count = retryOnInterrupt([&] {
+            return ::write(fd, bytes.constData() + written, size_t(bytes.size() - written));
+        });
+        if (count < 0)
+            return errno;
+        if (count == 0)
+            return EIO;
+        written += count;
+    }
+    return 0;
+}
+
+int sync(int fd) {
+    return retryOnInterrupt([&] { return fsync(fd); }) == 0 ? 0 : errno;
+}
+
+int renameExclusive(int folder, const QByteArray& from, const QByteArray& to) {
+    int rc = retryOnInterrupt([&] {
+        return renameat2(folder, from.constData(), folder, to.constData(), RENAME_NOREPLACE);
+    });
+    return rc == 0 ? 0 : errno;
+}
+
+int renameReplacing(int folder, const QByteArray& from, const QByteArray& to) {
+    int rc = retryOnInterrupt(
+        [&] { return renameat(folder, from.constData(), folder, to.constData()); });
+    return rc == 0 ? 0 : errno;
+}
+
+int removeAt(int folder, const QByteArray& name) {
+    return retryOnInterrupt([&] { return unlinkat(folder, name.constData(), 0); }) == 0 ? 0 : errno;
+}
+
+int makeFolders(const QByteArray& path, unsigned mode) {
+    QByteArray partial;
+    for (const QByteArray& component : path.split('/')) {
+        if (component.isEmpty())
+            continue;
+        partial += '/' + component;
+        int rc = retryOnInterrupt([&] { return mkdir(partial.constData(), mode_t(mode)); });
+        if (rc != 0 && errno != EEXIST)
+            return errno;
+    }
+    return 0;
 }
 
 QString errorText(int error) {

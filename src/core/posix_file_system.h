@@ -20,6 +20,7 @@ struct Status {
     bool isDirectory = false;
     bool isSymbolicLink = false;
     std::uint64_t linkCount = 0;
+    std::uint64_t size = 0;
     FileIdentity identity;
 };
 
@@ -49,6 +50,44 @@ Result<Status> statPath(const QByteArray& path);
 // Every entry name of an open folder but "." and "..". The listing reads a
 // fresh descriptor of its own, so `folder` keeps its position and ownership.
 Result<std::vector<QByteArray>> listFolder(int folder);
+
+// A journal opened for reading: never through a final link, and never blocking
+// on something that is not a regular file (a FIFO planted under its name).
+Result<UniqueFd> openForReading(int folder, const QByteArray& name);
+
+// A new file that must not exist yet, readable only by its owner.
+Result<UniqueFd> createExclusive(int folder, const QByteArray& name);
+
+// The lock file, created on first use and kept.
+Result<UniqueFd> openLockFile(int folder, const QByteArray& name);
+
+// flock(LOCK_EX | LOCK_NB): 0, or the errno of a lock held elsewhere.
+int lockExclusiveWithoutWaiting(int fd);
+void unlock(int fd);
+
+// Up to `limit` bytes, fewer only at the end of the file.
+Result<QByteArray> readUpTo(int fd, qsizetype limit);
+
+// The whole buffer, continuing after partial writes: 0 or an errno (EIO when a
+// write makes no progress).
+int writeAll(int fd, const QByteArray& bytes);
+
+// fsync: 0 or an errno.
+int sync(int fd);
+
+// renameat2(RENAME_NOREPLACE) inside one folder: fails with EEXIST rather than
+// replace anything that has the destination name. 0 or an errno.
+int renameExclusive(int folder, const QByteArray& from, const QByteArray& to);
+
+// renameat inside one folder, replacing the destination atomically. Only ever
+// used for the app's own journals. 0 or an errno.
+int renameReplacing(int folder, const QByteArray& from, const QByteArray& to);
+
+// unlinkat of a file: 0 or an errno.
+int removeAt(int folder, const QByteArray& name);
+
+// mkdir of every missing component with `mode`: 0 or an errno.
+int makeFolders(const QByteArray& path, unsigned mode);
 
 // The system's description of an errno value, without a final period, for
 // sentences shown to the user.

@@ -1,0 +1,112 @@
+#include "rename_command.h"
+
+#include "batch_preview.h"
+#include "command_line.h"
+#include "journal_option.h"
+#include "preview_output.h"
+#include "rule_options.h"
+#include "usage_error.h"
+
+#include "core/rename_engine.h"
+#include "core/rename_failure.h"
+
+#include <QCommandLineParser>
+#include <QTextStream>
+
+#include <unistd.h>
+
+namespace RenameCommand {
+namespace {
+
+QString filesRenamed(qsizetype count) {
+    return QString::number(count) +
+           (count == 1 ? QStringLiteral(" file renamed.") : QStringLiteral(" files renamed.")) +
+           QStringLiteral(" You can undo this batch, even after reopening Tessary.");
+}
+
+// Only a person at a terminal can confirm; a script must say --yes.
+bool confirmed(qsizetype changes, QTextStream& out) {
+    if (!isatty(STDIN_FILENO))
+        return false;
+    out << "Rename " << changes << (changes == 1 ? " file" : " files") << " in place? [y/N] ";
+    out.flush();
+    QTextStream in(stdin);
+    QString answer = in.readLine().trimmed().toLower();
+    return answer == QLatin1String("y") || answer == QLatin1String("yes");
+}
+
+} // namespace
+
+int run(const QStringList& arguments) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Rename the files in place after the same preview as `preview`. The batch is journaled: "
+        "it can be undone, and recovered after a crash."));
+    parser.addHelpOption();
+    RuleOptions::add(parser);
+    JournalOption::add(parser);
+    parser.addOptions({
+        {QStringLiteral("windows"),
+         QStringLiteral("Also check that Windows accepts every new name.")},
+        {QStringLiteral("yes"),
+         QStringLiteral("Rename without asking (needed without a terminal).")},
+    });
+    parser.addPositionalArgument(
+        QStringLiteral("paths"),
+        QStringLiteral("Files, and folders whose visible files are added."),
+        QStringLiteral("PATH..."));
+
+    QTextStream out(stdout);
+    QTextStream errors(stderr);
+    BatchPreview preview;
+    try {
+        CommandLine::parse(parser, arguments);
+        if (parser.isSet(QStringLiteral("help"))) {
+            out << parser.helpText();
+            return 0;
+        }
+        RenameRules rules = RuleOptions::rules(parser);
+        if (parser.positionalArguments().isEmpty())
+            throw UsageError(QStringLiteral("Name at least one file or folder to rename."));
+        preview = previewBatch(parser.positionalArguments(), rules,
+                               parser.isSet(QStringLiteral("windows")));
+    } catch (const UsageError& error) {
+        return CommandLine::usageFailure(error, QStringLiteral("rename"), errors);
+    } catch (const RenameFailure& failure) {
+        errors << failure.message << '\n';
+        return 2;
+    }
+
+    if (preview.conflictCount() > 0) {
+        PreviewOutput::printText(preview, out, errors);
+        errors << "Nothing was renamed. Resolve the conflicts above first.\n";
+        return 1;
+    }
+
+    qsizetype changes = preview.readyCount();
+    if (changes > 0 && !parser.isSet(QStringLiteral("yes"))) {
+        PreviewOutput::printText(preview, out, errors);
+        if (!confirmed(changes, out)) {
+            errors << "Nothing was renamed. Confirm at a terminal, or pass --yes.\n";
+            return 1;
+        }
+    } else {
+        for (const QString& line : preview.import.skipped)
+            errors << "Skipped " << line << '\n';
+    }
+
+    try {
+        RenameEngine engine(JournalOption::folder(parser));
+        QList<RenameIntent> intents;
+        for (const PreviewRow& row : preview.rows)
+            intents.append(row.intent);
+        engine.execute(intents, 5000);
+    } catch (const RenameFailure& failure) {
+        errors << failure.message << '\n';
+        return 1;
+    }
+    out << filesRenamed(changes) << '\n';
+    return 0;
+}
+
+} // namespace RenameCommand

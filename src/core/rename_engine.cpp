@@ -1,0 +1,433 @@
+#include "core/rename_engine.h"
+
+#include "core/file_record.h"
+#include "core/file_safety.h"
+#include "core/filename.h"
+#include "core/natural_order.h"
+#include "core/posix_file_system.h"
+#include "core/rename_failure.h"
+#include "core/rename_preview.h"
+#include "core/uuid_text.h"
+
+#include <QSet>
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace {
+
+constexpr const char* activeJournal = "active.json";
+constexpr const char* undoJournal = "undo.json";
+constexpr qsizetype batchLimit = 5000;
+
+[[noreturn]] void platformFailure(int error) {
+    throw RenameFailure(PosixFileSystem::errorText(error) + QLatin1Char('.'));
+}
+
+[[noreturn]] void tooManyFiles() {
+    throw RenameFailure(QStringLiteral("A batch must contain at most 5,000 unique files."));
+}
+
+[[noreturn]] void fileChanged() {
+    throw RenameFailure(QStringLiteral("The file or its folder changed. No replacement was made."));
+}
+
+qsizetype utf8Length(const QString& text) {
+    return text.toUtf8().size();
+}
+
+bool isAt(const QString& path, const FileIdentity& identity, const FileIdentity& parentIdentity) {
+    try {
+        UniqueFd folder = FileSafety::directoryFD(FilePath::parent(path));
+        auto file = FileSafety::fileStat(FilePath::lastComponent(path), folder.get());
+        auto opened = PosixFileSystem::statDescriptor(folder.get());
+        return opened && file.identity == identity && opened.value->identity == parentIdentity;
+    } catch (const RenameFailure&) {
+        return false;
+    }
+}
+
+} // namespace
+
+// Held for the whole of execute, undo and recover. flock belongs to the open
+// file description, so it excludes other threads, other engines on the same
+// folder and other processes alike, and the kernel drops it if we crash.
+class RenameEngine::Lock {
+public:
+    explicit Lock(UniqueFd fd) : fd(std::move(fd)) {}
+    Lock(Lock&&) = default;
+    ~Lock() {
+        if (fd)
+            PosixFileSystem::unlock(fd.get());
+    }
+
+private:
+    UniqueFd fd;
+};
+
+RenameEngine::RenameEngine(const QString& directory) : folder(FilePath::standardized(directory)) {
+    if (int error = PosixFileSystem::makeFolders(folder.toUtf8(), 0700))
+        platformFailure(error);
+    FileSafety::directoryFD(folder);
+}
+
+RenameEngine::Lock RenameEngine::lock() const {
+    UniqueFd fd;
+    try {
+        UniqueFd journals = FileSafety::directoryFD(folder);
+        auto opened = PosixFileSystem::openLockFile(journals.get(), ".lock");
+        if (opened)
+            fd = std::move(*opened.value);
+    } catch (const RenameFailure&) {
+    }
+    if (!fd)
+        throw RenameFailure(QStringLiteral("Cannot open the rename lock."));
+    if (PosixFileSystem::lockExclusiveWithoutWaiting(fd.get()) != 0)
+        throw RenameFailure(
+            QStringLiteral("Another Tessary operation is running. Try again when it finishes."));
+    return Lock(std::move(fd));
+}
+
+bool RenameEngine::journalExists(const char* name) const {
+    QString path = FilePath::joined(folder, QLatin1String(name));
+    return bool(PosixFileSystem::statPath(path.toUtf8()));
+}
+
+bool RenameEngine::hasRecovery() const {
+    return journalExists(activeJournal);
+}
+
+RenameJournal RenameEngine::read(const char* name) const {
+    UniqueFd file;
+    try {
+        UniqueFd journals = FileSafety::directoryFD(folder);
+        if (auto opened = PosixFileSystem::openForReading(journals.get(), name))
+            file = std::move(*opened.value);
+    } catch (const RenameFailure&) {
+    }
+    if (!file)
+        throw RenameFailure(QStringLiteral("No readable rename journal was found."));
+
+    auto status = PosixFileSystem::statDescriptor(file.get());
+    if (!status || !status.value->isRegular ||
+        status.value->size > std::uint64_t(RenameJournal::maximumDocumentBytes))
+        throw RenameFailure(QStringLiteral("The rename journal is not a regular file or exceeds "
+                                           "the safe size limit. No files were changed."));
+    // One byte more than allowed, so a file that grew since fstat is caught.
+    auto bytes = PosixFileSystem::readUpTo(file.get(), RenameJournal::maximumDocumentBytes + 1);
+    if (!bytes)
+        platformFailure(bytes.error);
+    if (bytes.value->size() > RenameJournal::maximumDocumentBytes)
+        throw RenameFailure(QStringLiteral(
+            "The rename journal exceeds the safe size limit. No files were changed."));
+    return RenameJournal::decoded(*bytes.value);
+}
+
+void RenameEngine::execute(const QList<RenameIntent>& intents, qsizetype limit) {
+    Lock held = lock();
+    if (intents.size() > std::clamp<qsizetype>(limit, 0, batchLimit))
+        tooManyFiles();
+    perform(intents, JournalPurpose::rename);
+}
+
+RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalPurpose purpose) {
+    if (hasRecovery())
+        throw RenameFailure(QStringLiteral("An interrupted batch needs recovery first."));
+    if (intents.size() > batchLimit)
+        tooManyFiles();
+    std::unordered_set<QString> paths;
+    std::unordered_set<FileIdentity, FileIdentityHash> identities;
+    for (const RenameIntent& intent : intents) {
+        if (!paths.insert(Filename::canonical(intent.source.path)).second ||
+            !identities.insert(intent.source.identity).second)
+            tooManyFiles();
+    }
+
+    // The engine trusts no earlier preview: the disk is judged again now, and
+    // one problem anywhere refuses the whole batch.
+    const QList<PreviewRow> rows = RenamePreview::rows(intents, false);
+    for (const PreviewRow& row : rows) {
+        if (row.problem)
+            throw RenameFailure(row.intent.source.name() + QStringLiteral(": ") + *row.problem);
+    }
+
+    RenameJournal journal;
+    journal.id = QUuid::createUuid();
+    journal.purpose = purpose;
+    for (const PreviewRow& row : rows) {
+        if (!row.changed())
+            continue;
+        const FileRecord& source = row.intent.source;
+        QString parent = source.folderPath();
+        journal.entries.append({source.path, FilePath::joined(parent, row.intent.filename),
+                                FilePath::joined(parent, RenameJournal::stagingName(
+                                                             journal.id, journal.entries.size())),
+                                source.identity, source.parentIdentity});
+    }
+    if (journal.entries.isEmpty())
+        throw RenameFailure(QStringLiteral("There are no filename changes to apply."));
+
+    probeExclusiveRename(journal.entries, journal.id);
+    persist(journal, activeJournal);
+    return journal;
+}
+
+// Some file systems (NFS, some FUSE) refuse RENAME_NOREPLACE. Finding that out
+// halfway through a batch would strand files at staging names, and recovery's
+// own moves would be refused the same way, so every folder is tried once before
+// anything is journaled.
+void RenameEngine::probeExclusiveRename(const QList<JournalEntry>& entries, const QUuid& batch) {
+    QSet<QString> probed;
+    const QString probeName = QStringLiteral(".tessary-") + UuidText::text(batch) + "-probe";
+    const QByteArray created = probeName.toUtf8();
+    const QByteArray renamed = (probeName + QStringLiteral("-renamed")).toUtf8();
+    for (const JournalEntry& entry : entries) {
+        QString parent = FilePath::parent(entry.original);
+        if (probed.contains(parent))
+            continue;
+        probed.insert(parent);
+        UniqueFd fd = FileSafety::directoryFD(parent);
+        auto probe = PosixFileSystem::createExclusive(fd.get(), created);
+        if (!probe)
+            throw RenameFailure(QStringLiteral("Cannot rename files in ") +
+                                FilePath::lastComponent(parent) + QStringLiteral(": ") +
+                                PosixFileSystem::errorText(probe.error) +
+                                QStringLiteral(". No files were renamed."));
+        probe.value->reset();
+        int refused = PosixFileSystem::renameExclusive(fd.get(), created, renamed);
+        PosixFileSystem::removeAt(fd.get(), refused ? created : renamed);
+        if (refused)
+            throw RenameFailure(QStringLiteral("This volume cannot rename files without the risk "
+                                               "of replacing others. No files were renamed."));
+    }
+}
+
+void RenameEngine::perform(const QList<RenameIntent>& intents, JournalPurpose purpose) {
+    RenameJournal journal = prepare(intents, purpose);
+    try {
+        // Phase 1 empties every name the batch will take from its own files, so
+        // phase 2 can exchange and rotate names without meeting one of them.
+        for (const JournalEntry& entry : journal.entries)
+            move(entry.original, entry.staging, entry.identity, entry.parentIdentity);
+        for (const JournalEntry& entry : journal.entries)
+            move(entry.staging, entry.final, entry.identity, entry.parentIdentity);
+        // Until this write lands, recovery reverses the batch; after it,
+        // recovery finishes it.
+        journal.completed = true;
+        persist(journal, activeJournal);
+        finish(journal);
+    } catch (const RenameFailure& failure) {
+        throw RenameFailure(QStringLiteral("The batch stopped safely: ") + failure.message +
+                            QStringLiteral(" A recovery journal was kept. Use Recover original "
+                                           "names before another batch. Do not move any .tessary "
+                                           "files."));
+    }
+}
+
+void RenameEngine::move(const QString& from, const QString& to, const FileIdentity& identity,
+                        const FileIdentity& parentIdentity) {
+    QString parent = FilePath::parent(from);
+    if (FilePath::parent(to) != parent)
+        throw RenameFailure(QStringLiteral("A rename must stay in its original folder."));
+    UniqueFd fd = FileSafety::directoryFD(parent);
+    auto opened = PosixFileSystem::statDescriptor(fd.get());
+    if (!opened)
+        throw RenameFailure(QStringLiteral("Cannot inspect the folder."));
+    if (opened.value->identity != parentIdentity)
+        fileChanged();
+    QString name = FilePath::lastComponent(from);
+    if (FileSafety::fileStat(name, fd.get()).identity != identity)
+        fileChanged();
+    // Between the check above and this call another program could swap the
+    // file; the folder descriptor pins the folder, and the exclusive flag means
+    // the worst outcome is a refused rename, never a replaced file.
+    if (int error = PosixFileSystem::renameExclusive(fd.get(), name.toUtf8(),
+                                                     FilePath::lastComponent(to).toUtf8()))
+        throw RenameFailure(QStringLiteral("Cannot rename ") + name + QStringLiteral(": ") +
+                            PosixFileSystem::errorText(error) +
+                            QStringLiteral(". Nothing was overwritten."));
+    // The journal already on disk says where this file may be; this flush makes
+    // sure the disk never shows a name older than the journal assumes.
+    if (PosixFileSystem::sync(fd.get()) != 0)
+        throw RenameFailure(QStringLiteral("The folder could not confirm the change on disk. Keep "
+                                           "the recovery journal and retry recovery."));
+}
+
+void RenameEngine::persist(const RenameJournal& journal, const char* target) {
+    bool tooLarge = journal.entries.size() > RenameJournal::maximumEntries;
+    for (const JournalEntry& entry : journal.entries) {
+        tooLarge = tooLarge || utf8Length(entry.original) > RenameJournal::maximumPathBytes ||
+                   utf8Length(entry.final) > RenameJournal::maximumPathBytes ||
+                   utf8Length(entry.staging) > RenameJournal::maximumPathBytes;
+    }
+    if (tooLarge)
+        throw RenameFailure(QStringLiteral("The batch or a complete file path is too large to "
+                                           "journal safely. Shorten the folder path or filename. "
+                                           "No new files were renamed."));
+    QByteArray document = journal.encoded();
+    if (document.size() > RenameJournal::maximumDocumentBytes)
+        throw RenameFailure(QStringLiteral(
+            "This batch exceeds the safe journal size limit. No new files were renamed."));
+
+    UniqueFd journals = FileSafety::directoryFD(folder);
+    const QByteArray temporary =
+        (QStringLiteral(".journal-") + UuidText::text(QUuid::createUuid())).toUtf8();
+    auto created = PosixFileSystem::createExclusive(journals.get(), temporary);
+    if (!created)
+        throw RenameFailure(QStringLiteral(
+            "Cannot save a recovery journal. Check available disk space and folder access."));
+    UniqueFd file = std::move(*created.value);
+    // Whatever happens from here on, no temporary journal is left behind; after
+    // a successful rename the name is already gone and removal fails harmlessly.
+    struct RemoveTemporary {
+        int folder;
+        const QByteArray& name;
+        UniqueFd& file;
+        ~RemoveTemporary() {
+            file.reset();
+            PosixFileSystem::removeAt(folder, name);
+        }
+    } cleanup{journals.get(), temporary, file};
+
+    if (PosixFileSystem::writeAll(file.get(), document) != 0)
+        throw RenameFailure(
+            QStringLiteral("Could not write the recovery journal. No new operation can start."));
+    // The content must be on disk before its name is: otherwise a crash could
+    // leave a journal name pointing at an empty or partial file.
+    if (PosixFileSystem::sync(file.get()) != 0)
+        throw RenameFailure(QStringLiteral("The recovery journal could not be saved to disk."));
+    if (PosixFileSystem::renameReplacing(journals.get(), temporary, QByteArray(target)) != 0)
+        throw RenameFailure(QStringLiteral("The recovery journal could not be committed."));
+    syncJournalFolder();
+}
+
+void RenameEngine::syncJournalFolder() {
+    UniqueFd journals = FileSafety::directoryFD(folder);
+    if (PosixFileSystem::sync(journals.get()) != 0)
+        throw RenameFailure(QStringLiteral("Cannot sync the journal folder to disk."));
+}
+
+void RenameEngine::finish(const RenameJournal& journal) {
+    // Each step leaves a state from which running finish again ends the same
+    // way, so recovery can repeat it after a crash between the steps.
+    if (journal.purpose == JournalPurpose::rename)
+        persist(journal, undoJournal);
+    else if (journalExists(undoJournal))
+        removeDurably(undoJournal);
+    removeDurably(activeJournal);
+}
+
+void RenameEngine::removeDurably(const char* name) {
+    {
+        UniqueFd journals = FileSafety::directoryFD(folder);
+        if (int error = PosixFileSystem::removeAt(journals.get(), QByteArray(name)))
+            platformFailure(error);
+    }
+    syncJournalFolder();
+}
+
+void RenameEngine::undo() {
+    Lock held = lock();
+    RenameJournal journal = read(undoJournal);
+    QList<RenameIntent> intents;
+    intents.reserve(journal.entries.size());
+    // Every file is checked before anything moves: undo either starts with all
+    // of them where the batch left them, or does not start.
+    for (const JournalEntry& entry : journal.entries) {
+        QString path = FilePath::standardized(entry.final);
+        if (FileSafety::isInsidePackage(path))
+            throw RenameFailure(
+                QStringLiteral("Files inside application or document bundles are not supported."));
+        auto now = FileSafety::record(QUrl::fromLocalFile(path), false);
+        if (now.file != entry.identity || now.folder != entry.parentIdentity)
+            throw RenameFailure(
+                FilePath::lastComponent(path) +
+                QStringLiteral(" was replaced or moved. Undo cannot safely continue."));
+        intents.append(
+            {FileRecord{path, now.file, now.folder}, FilePath::lastComponent(entry.original)});
+    }
+    perform(intents, JournalPurpose::undo);
+}
+
+void RenameEngine::recover() {
+    Lock held = lock();
+    RenameJournal journal = read(activeJournal);
+    if (journal.completed) {
+        finish(journal);
+        return;
+    }
+
+    // Every file is located before any moves, so a file on a volume that is not
+    // mounted stops recovery with nothing moved anywhere.
+    QStringList found;
+    found.reserve(journal.entries.size());
+    for (const JournalEntry& entry : journal.entries) {
+        QString place;
+        for (const QString& candidate : {entry.staging, entry.original, entry.final}) {
+            if (isAt(candidate, entry.identity, entry.parentIdentity)) {
+                place = candidate;
+                break;
+            }
+        }
+        if (place.isEmpty())
+            throw RenameFailure(QStringLiteral("Recovery cannot find the original ") +
+                                FilePath::lastComponent(entry.original) +
+                                QStringLiteral(". Reconnect its volume or restore it to a recorded "
+                                               "location, then retry. The journal remains in ") +
+                                folder + QLatin1Char('.'));
+        found.append(place);
+    }
+
+    // Through the staging names again, so exchanged or rotated names come back
+    // without meeting each other, whatever mix the interruption left.
+    for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+        const JournalEntry& entry = journal.entries[index];
+        if (found[index] != entry.staging)
+            move(found[index], entry.staging, entry.identity, entry.parentIdentity);
+    }
+    for (const JournalEntry& entry : journal.entries)
+        move(entry.staging, entry.original, entry.identity, entry.parentIdentity);
+    removeDurably(activeJournal);
+}
+
+qsizetype RenameEngine::undoCount() const {
+    try {
+        return read(undoJournal).entries.size();
+    } catch (const RenameFailure&) {
+        return 0;
+    }
+}
+
+QList<QUrl> RenameEngine::journalFolders(bool recovery) const {
+    RenameJournal journal = read(recovery ? activeJournal : undoJournal);
+    QStringList folders;
+    std::unordered_set<QString> seen;
+    for (const JournalEntry& entry : journal.entries) {
+        QString parent = FilePath::parent(entry.original);
+        if (seen.insert(Filename::canonical(parent)).second)
+            folders.append(parent);
+    }
+    std::sort(folders.begin(), folders.end(),
+              [](const QString& a, const QString& b) { return compareCodePoints(a, b) < 0; });
+    QList<QUrl> urls;
+    for (const QString& parent : folders)
+        urls.append(QUrl::fromLocalFile(parent));
+    return urls;
+}
+
+std::optional<RenameReport> RenameEngine::completedReport() const {
+    if (hasRecovery() || !journalExists(undoJournal))
+        return std::nullopt;
+    RenameJournal journal = read(undoJournal);
+    if (!journal.completed || journal.purpose != JournalPurpose::rename)
+        throw RenameFailure(
+            QStringLiteral("The last batch is not a completed rename. No receipt is available."));
+    RenameReport report;
+    for (const JournalEntry& entry : journal.entries)
+        report.entries.append({FilePath::lastComponent(entry.original),
+                               FilePath::lastComponent(entry.final), QStringLiteral("Renamed")});
+    report.changedCount = journal.entries.size();
+    report.completed = true;
+    report.batchID = journal.id;
+    return report;
+}

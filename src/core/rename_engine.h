@@ -1,0 +1,79 @@
+#pragma once
+
+#include "core/journal_purpose.h"
+#include "core/rename_intent.h"
+#include "core/rename_journal.h"
+#include "core/rename_report.h"
+#include "core/unique_fd.h"
+
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+// The only component that renames the user's files. Every batch is journaled
+// durably before the first file moves, every file passes through a hidden
+// staging name in its own folder, every single rename is exclusive and is
+// preceded by a check that the file and its folder are still the ones that
+// were added, and every step is flushed to disk. A crash at any instant leaves
+// each file at its original, staging or final name, and a journal that says
+// which.
+//
+// The engine's state lives on disk in its journal folder: "active.json" (a
+// batch not yet finished), "undo.json" (the last completed batch) and ".lock".
+// Operations are synchronous and may block on the disk; `execute`, `undo` and
+// `recover` take an exclusive lock that fails at once when another thread or
+// process holds it. The read-only views take no lock.
+class RenameEngine {
+public:
+    // Creates the journal folder (0700) when missing and checks that it opens
+    // without following links. Throws RenameFailure.
+    explicit RenameEngine(const QString& directory);
+
+    QString directory() const { return folder; }
+
+    // Renames every intent whose name changes; `limit` is clamped to 0 to 5,000.
+    // The whole batch is judged again first: any problem on any row refuses it
+    // before anything is written. Throws RenameFailure.
+    void execute(const QList<RenameIntent>& intents, qsizetype limit);
+
+    // True while an interrupted batch waits for `recover`.
+    bool hasRecovery() const;
+
+    // Reverses the last completed batch, as a journaled batch of its own.
+    void undo();
+
+    // Finishes a batch that was interrupted after all its files had their new
+    // names, or otherwise puts every file of it back under its original name.
+    void recover();
+
+    // Files in the undo journal; 0 when there is none or it cannot be read.
+    qsizetype undoCount() const;
+
+    // The folders holding the files of the active journal (`recovery`) or of the
+    // undo journal, sorted, each once. Throws the reader's failures.
+    QList<QUrl> journalFolders(bool recovery) const;
+
+    // The receipt of the last completed rename batch; nothing while a batch
+    // awaits recovery or when there is no undo journal.
+    std::optional<RenameReport> completedReport() const;
+
+private:
+    class Lock;
+
+    Lock lock() const;
+    RenameJournal read(const char* name) const;
+    RenameJournal prepare(const QList<RenameIntent>& intents, JournalPurpose purpose);
+    void perform(const QList<RenameIntent>& intents, JournalPurpose purpose);
+    void move(const QString& from, const QString& to, const FileIdentity& identity,
+              const FileIdentity& parentIdentity);
+    void persist(const RenameJournal& journal, const char* target);
+    void finish(const RenameJournal& journal);
+    void removeDurably(const char* name);
+    void syncJournalFolder();
+    void probeExclusiveRename(const QList<JournalEntry>& entries, const QUuid& batch);
+    bool journalExists(const char* name) const;
+
+    QString folder;
+};
