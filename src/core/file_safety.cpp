@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <array>
+#include <cerrno>
 
 namespace FileSafety {
 bool hasPackageExtension(const QString& folderName) {
@@ -34,6 +35,20 @@ UniqueFd directoryFD(const QString& folderPath) {
     if (!folderPath.startsWith(QLatin1Char('/')))
         throw RenameFailure(QStringLiteral("Choose a local folder."));
     QString path = FilePath::standardized(folderPath);
+    auto refused = [&] {
+        return RenameFailure(QStringLiteral("Cannot safely open ") + FilePath::lastComponent(path) +
+                             QStringLiteral(". Symbolic links and unavailable folders are not "
+                                            "supported."));
+    };
+
+    // The kernel walks the whole path and refuses a link at any component, in
+    // one call and without a window between components.
+    auto direct = PosixFileSystem::openFolderWithoutLinks(path.toUtf8());
+    if (direct)
+        return std::move(*direct.value);
+    if (direct.error != ENOSYS)
+        throw refused();
+
     QStringList components = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
 
     auto root = PosixFileSystem::openRoot(!components.isEmpty());
@@ -48,10 +63,7 @@ UniqueFd directoryFD(const QString& folderPath) {
         bool last = index == components.size() - 1;
         auto next = PosixFileSystem::openFolderAt(current.get(), components[index].toUtf8(), !last);
         if (!next)
-            throw RenameFailure(QStringLiteral("Cannot safely open ") +
-                                FilePath::lastComponent(path) +
-                                QStringLiteral(". Symbolic links and unavailable folders are "
-                                               "not supported."));
+            throw refused();
         current = std::move(*next.value);
     }
     return current;

@@ -6,9 +6,11 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <stdio.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace PosixFileSystem {
@@ -75,6 +77,20 @@ Result<UniqueFd> openRoot(bool walkOnly) {
 Result<UniqueFd> openFolderAt(int folder, const QByteArray& name, bool walkOnly) {
     int mode = walkOnly ? O_PATH : O_RDONLY;
     return openCall(folder, name.constData(), mode | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+Result<UniqueFd> openFolderWithoutLinks(const QByteArray& absolutePath) {
+    open_how how{};
+    how.flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    long fd = retryOnInterrupt(
+        [&] { return syscall(SYS_openat2, AT_FDCWD, absolutePath.constData(), &how, sizeof how); });
+    if (fd >= 0)
+        return {UniqueFd(int(fd)), 0};
+    // Older kernels, and sandboxes that filter the call, get the walk instead.
+    if (errno == ENOSYS || errno == EPERM || errno == E2BIG)
+        return {std::nullopt, ENOSYS};
+    return {std::nullopt, errno};
 }
 
 Result<Status> statAt(int folder, const QByteArray& name) {

@@ -38,6 +38,12 @@ Result<UniqueFd> openRoot(bool walkOnly);
 // descriptor can only be used as a base for further *at() calls and fstat.
 Result<UniqueFd> openFolderAt(int folder, const QByteArray& name, bool walkOnly);
 
+// An absolute folder path opened for reading in one call that refuses a
+// symbolic link at any component (openat2 with RESOLVE_NO_SYMLINKS). An empty
+// value with error ENOSYS means the kernel cannot do this, and the caller
+// walks the path one component at a time instead.
+Result<UniqueFd> openFolderWithoutLinks(const QByteArray& absolutePath);
+
 // Status of `name` inside `folder`, without following a symbolic link.
 Result<Status> statAt(int folder, const QByteArray& name);
 

@@ -12,7 +12,10 @@ std::optional<QUuid> parse(QStringView text) {
     for (qsizetype position = 0; position < text.size(); ++position) {
         QChar character = text.at(position);
         bool hyphenPlace = position == 8 || position == 13 || position == 18 || position == 23;
-        if (hyphenPlace ? character != QLatin1Char('-') : !isxdigit(character.unicode()))
+        // isxdigit is defined only for byte values; a wider code unit would index
+        // past the C library's table.
+        bool hexDigit = character.unicode() < 0x80 && isxdigit(character.unicode());
+        if (hyphenPlace ? character != QLatin1Char('-') : !hexDigit)
             return std::nullopt;
     }
     QUuid uuid = QUuid::fromString(text);
