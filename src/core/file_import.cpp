@@ -85,8 +85,9 @@ void gatherFolder(const QString& path, QList<Candidate>& candidates, QStringList
     for (const QByteArray& bytes : *listing.value) {
         if (bytes.startsWith('.'))
             continue;
-        QString entry = QString::fromUtf8(bytes);
-        candidates.append({FilePath::joined(path, entry), entry, entry.toUtf8() == bytes});
+        auto decoded = FilePath::decodedName(bytes);
+        QString entry = decoded.value_or(QString::fromUtf8(bytes));
+        candidates.append({FilePath::joined(path, entry), entry, decoded.has_value()});
     }
 }
 

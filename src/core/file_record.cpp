@@ -4,6 +4,7 @@
 #include "core/rename_failure.h"
 
 #include <QDir>
+#include <QStringDecoder>
 
 namespace FilePath {
 
@@ -26,6 +27,15 @@ QString joined(const QString& folder, const QString& name) {
     if (folder.endsWith(QLatin1Char('/')))
         return folder + name;
     return folder + QLatin1Char('/') + name;
+}
+
+std::optional<QString> decodedName(const QByteArray& bytes) {
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
+                                                     QStringDecoder::Flag::ConvertInitialBom);
+    QString name = decoder(bytes);
+    if (decoder.hasError())
+        return std::nullopt;
+    return name;
 }
 
 } // namespace FilePath

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <optional>
+
 // One file of a batch: where it is, and which file and folder were there when
 // it was added. A file is never trusted by path alone; the preview and the
 // engine compare both identities with the disk before relying on the path.
@@ -36,4 +38,7 @@ QString standardized(const QString& path);
 QString lastComponent(const QString& path);
 QString parent(const QString& path);
 QString joined(const QString& folder, const QString& name);
+// A name as the kernel lists it, decoded strictly: empty when the bytes are not
+// UTF-8. A leading U+FEFF is part of the name, not a byte-order mark.
+std::optional<QString> decodedName(const QByteArray& bytes);
 } // namespace FilePath

@@ -61,7 +61,9 @@ std::optional<QSet<QString>> takenNames(const FileSafety::OpenFolder& folder,
     QSet<QString> keys;
     keys.reserve(qsizetype(listing.value->size()));
     for (const QByteArray& bytes : *listing.value) {
-        QString name = QString::fromUtf8(bytes);
+        // A name that is not UTF-8 still takes its lossy spelling, which is the
+        // cautious side: it can only block a proposal, never let one through.
+        QString name = FilePath::decodedName(bytes).value_or(QString::fromUtf8(bytes));
         if (sources.contains(FilePath::joined(folderPath, name)))
             continue;
         keys.insert(Filename::collisionKey(name));

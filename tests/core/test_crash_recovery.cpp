@@ -1,0 +1,339 @@
+// Interrupts the engine, in a process of its own, at every durable step in
+// turn (each rename, each fsync, each journal write and removal) and checks
+// that recovery in a fresh process loses nothing. Faults are injected at the
+// real system calls by a preloaded library, so the product carries no test
+// hooks.
+
+#include "temporary_folder.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTest>
+
+namespace {
+
+const QString durableCalls = "renameat2,renameat,fsync,write,unlinkat";
+
+struct Run {
+    bool crashed = false;
+    int exitCode = 0;
+    QString errors;
+};
+
+struct Fault {
+    QString calls;
+    long at = 0;
+    QString action;
+    QString command;
+};
+
+Run drive(const QString& journal, const QStringList& arguments, const Fault& fault = {}) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    // The driver may be built with AddressSanitizer, whose runtime otherwise
+    // insists on being the first library loaded.
+    environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
+    if (fault.at > 0) {
+        environment.insert("LD_PRELOAD", TESSARY_FAULT_SHIM);
+        environment.insert("TESSARY_FAULT_CALLS", fault.calls);
+        environment.insert("TESSARY_FAULT_AT", QString::number(fault.at));
+        environment.insert("TESSARY_FAULT_ACTION", fault.action);
+        environment.insert("TESSARY_FAULT_COMMAND", fault.command);
+    }
+    process.setProcessEnvironment(environment);
+    process.start(TESSARY_ENGINE_DRIVER, QStringList{journal} + arguments);
+    process.waitForFinished(60000);
+    return {process.exitStatus() == QProcess::CrashExit, process.exitCode(),
+            QString::fromUtf8(process.readAllStandardError()).trimmed()};
+}
+
+// Each file's content is its original path, so where every file ended up can
+// be read off the disk.
+struct Batch {
+    QStringList originals;
+    QStringList finals;
+};
+
+using Layout = QMap<QString, QString>; // relative path -> content
+
+Layout layoutOf(const TemporaryFolder& disk, const QStringList& folders) {
+    Layout layout;
+    for (const QString& folder : folders) {
+        for (const QString& name :
+             QDir(disk.at(folder)).entryList(QDir::Files | QDir::Hidden | QDir::System)) {
+            QString relative = folder + "/" + name;
+            layout.insert(relative, QString::fromUtf8(disk.read(relative)));
+        }
+    }
+    return layout;
+}
+
+Layout expectedLayout(const QStringList& places, const QStringList& contents) {
+    Layout layout;
+    for (qsizetype i = 0; i < places.size(); ++i)
+        layout.insert(places[i], contents[i]);
+    return layout;
+}
+
+// A crash while probing a folder can leave the probe's empty hidden file; it
+// holds no user data and is not a staging name.
+Layout withoutProbes(Layout layout) {
+    for (auto it = layout.begin(); it != layout.end();) {
+        if (it.key().contains("-probe"))
+            it = layout.erase(it);
+        else
+            ++it;
+    }
+    return layout;
+}
+
+} // namespace
+
+class CrashRecoveryTest : public QObject {
+    Q_OBJECT
+private slots:
+    void everyInterruptedRenameRecovers_data();
+    void everyInterruptedRenameRecovers();
+    void everyInterruptedUndoRecovers_data() { everyInterruptedRenameRecovers_data(); }
+    void everyInterruptedUndoRecovers();
+    void injectedFailuresLoseNothing_data();
+    void injectedFailuresLoseNothing();
+    void hostileChangesDuringABatchTouchNothingElse();
+};
+
+void CrashRecoveryTest::everyInterruptedRenameRecovers_data() {
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<QStringList>("newNames");
+    QTest::newRow("swap") << QStringList{"d/a.txt", "d/b.txt"} << QStringList{"b.txt", "a.txt"};
+    QTest::newRow("rotation") << QStringList{"d/a.txt", "d/b.txt", "d/c.txt"}
+                              << QStringList{"b.txt", "c.txt", "a.txt"};
+    QTest::newRow("unchanged row")
+        << QStringList{"d/a.txt", "d/keep.txt"} << QStringList{"z.txt", "keep.txt"};
+    QTest::newRow("two folders") << QStringList{"d/a.txt", "d/b.txt", "e/a.txt"}
+                                 << QStringList{"b.txt", "a.txt", "renamed.txt"};
+}
+
+void CrashRecoveryTest::everyInterruptedRenameRecovers() {
+    QFETCH(QStringList, files);
+    QFETCH(QStringList, newNames);
+    const QStringList folders{"d", "e"};
+    QStringList finals;
+    for (qsizetype i = 0; i < files.size(); ++i)
+        finals.append(files[i].section('/', 0, 0) + "/" + newNames[i]);
+    const Layout before = expectedLayout(files, files);
+    const Layout after = expectedLayout(finals, files);
+
+    int reversed = 0;
+    int finished = 0;
+    for (long step = 1;; ++step) {
+        TemporaryFolder disk;
+        QStringList pairs;
+        for (qsizetype i = 0; i < files.size(); ++i) {
+            disk.file(files[i], files[i].toUtf8());
+            pairs.append(disk.at(files[i]) + "=" + newNames[i]);
+        }
+        disk.folder("e");
+        const QString journal = disk.at("journal");
+
+        Run run = drive(journal, QStringList{"execute"} + pairs, {durableCalls, step, "kill", {}});
+        if (!run.crashed) {
+            // Past the last durable step: the batch simply completed.
+            QCOMPARE(run.exitCode, 0);
+            QVERIFY2(step > 20, "the matrix reached fewer steps than a batch has");
+            break;
+        }
+        if (QFile::exists(journal + "/active.json")) {
+            Run recovery = drive(journal, {"recover"});
+            QVERIFY2(recovery.exitCode == 0, qPrintable(recovery.errors));
+        }
+        QVERIFY2(!QFile::exists(journal + "/active.json"), qPrintable(QString::number(step)));
+
+        Layout now = withoutProbes(layoutOf(disk, folders));
+        if (now == before) {
+            ++reversed;
+            continue;
+        }
+        // Interrupted after the journal was marked completed: recovery
+        // finished the batch, and undo brings the originals back.
+        QVERIFY2(now == after, qPrintable(QString("step %1 left an unexpected layout").arg(step)));
+        ++finished;
+        Run undo = drive(journal, {"undo"});
+        QVERIFY2(undo.exitCode == 0, qPrintable(undo.errors));
+        QCOMPARE(withoutProbes(layoutOf(disk, folders)), before);
+    }
+    QVERIFY(reversed > 0);
+    QVERIFY(finished > 0);
+}
+
+void CrashRecoveryTest::everyInterruptedUndoRecovers() {
+    QFETCH(QStringList, files);
+    QFETCH(QStringList, newNames);
+    const QStringList folders{"d", "e"};
+    QStringList finals;
+    for (qsizetype i = 0; i < files.size(); ++i)
+        finals.append(files[i].section('/', 0, 0) + "/" + newNames[i]);
+    const Layout before = expectedLayout(files, files);
+    const Layout after = expectedLayout(finals, files);
+
+    for (long step = 1;; ++step) {
+        TemporaryFolder disk;
+        QStringList pairs;
+        for (qsizetype i = 0; i < files.size(); ++i) {
+            disk.file(files[i], files[i].toUtf8());
+            pairs.append(disk.at(files[i]) + "=" + newNames[i]);
+        }
+        disk.folder("e");
+        const QString journal = disk.at("journal");
+        QCOMPARE(drive(journal, QStringList{"execute"} + pairs).exitCode, 0);
+
+        Run run = drive(journal, {"undo"}, {durableCalls, step, "kill", {}});
+        if (!run.crashed) {
+            QCOMPARE(run.exitCode, 0);
+            QCOMPARE(withoutProbes(layoutOf(disk, folders)), before);
+            break;
+        }
+        if (QFile::exists(journal + "/active.json")) {
+            Run recovery = drive(journal, {"recover"});
+            QVERIFY2(recovery.exitCode == 0, qPrintable(recovery.errors));
+        }
+        // Either the undo finished, or recovery put back the names it was
+        // reversing and the undo can simply be tried again.
+        Layout now = withoutProbes(layoutOf(disk, folders));
+        if (now == before) {
+            QVERIFY(!QFile::exists(journal + "/undo.json"));
+            continue;
+        }
+        QVERIFY2(now == after, qPrintable(QString("step %1 left an unexpected layout").arg(step)));
+        Run again = drive(journal, {"undo"});
+        QVERIFY2(again.exitCode == 0, qPrintable(again.errors));
+        QCOMPARE(withoutProbes(layoutOf(disk, folders)), before);
+    }
+}
+
+void CrashRecoveryTest::injectedFailuresLoseNothing_data() {
+    QTest::addColumn<QString>("calls");
+    QTest::addColumn<int>("at");
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<bool>("needsRecovery");
+    const QString stopped = "The batch stopped safely: ";
+    const QString kept = " A recovery journal was kept. Use Recover original names before another "
+                         "batch. Do not move any .tessary files.";
+    QTest::newRow("disk full writing the journal")
+        << "write" << 1 << "ENOSPC"
+        << "Could not write the recovery journal. No new operation can start." << false;
+    QTest::newRow("journal flush fails")
+        << "fsync" << 1 << "EIO"
+        << "The recovery journal could not be saved to disk." << false;
+    QTest::newRow("journal folder flush fails")
+        << "fsync" << 2 << "EIO"
+        << "Cannot sync the journal folder to disk." << true;
+    QTest::newRow("folder flush after a move fails")
+        << "fsync" << 3 << "EIO"
+        << stopped +
+               "The folder could not confirm the change on disk. Keep the recovery journal "
+               "and retry recovery." +
+               kept
+        << true;
+    QTest::newRow("volume refuses exclusive renames")
+        << "renameat2" << 1 << "EINVAL"
+        << "This volume cannot rename files without the risk of replacing others. No files were "
+           "renamed."
+        << false;
+    QTest::newRow("cross-device rename refused")
+        << "renameat2" << 2 << "EXDEV"
+        << stopped + "Cannot rename a.txt: Invalid cross-device link. Nothing was overwritten." +
+               kept
+        << true;
+    QTest::newRow("exclusive rename refused mid-batch")
+        << "renameat2" << 3 << "EINVAL"
+        << stopped + "Cannot rename b.txt: Invalid argument. Nothing was overwritten." + kept
+        << true;
+}
+
+void CrashRecoveryTest::injectedFailuresLoseNothing() {
+    QFETCH(QString, calls);
+    QFETCH(int, at);
+    QFETCH(QString, action);
+    QFETCH(QString, expected);
+    QFETCH(bool, needsRecovery);
+    TemporaryFolder disk;
+    disk.file("d/a.txt", "a");
+    disk.file("d/b.txt", "b");
+    const Layout before = layoutOf(disk, {"d"});
+    const QString journal = disk.at("journal");
+    Run run =
+        drive(journal, {"execute", disk.at("d/a.txt") + "=b.txt", disk.at("d/b.txt") + "=a.txt"},
+              {calls, at, action, {}});
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.errors, expected);
+    QCOMPARE(QFile::exists(journal + "/active.json"), needsRecovery);
+    // No temporary journal is left behind, whichever step failed.
+    QCOMPARE(QDir(journal).entryList({".journal-*"}, QDir::Files | QDir::Hidden), QStringList());
+    if (needsRecovery) {
+        Run recovery = drive(journal, {"recover"});
+        QVERIFY2(recovery.exitCode == 0, qPrintable(recovery.errors));
+    }
+    QCOMPARE(layoutOf(disk, {"d"}), before);
+}
+
+void CrashRecoveryTest::hostileChangesDuringABatchTouchNothingElse() {
+    struct Case {
+        const char* name;
+        QString calls;
+        long at;
+        QString command;  // %1 is the temporary folder
+        QString expected; // BATCH stands for the batch id
+        const char* intactPath;
+        const char* intactContent;
+    };
+    const QString stopped = "The batch stopped safely: ";
+    const QString kept = " A recovery journal was kept. Use Recover original names before another "
+                         "batch. Do not move any .tessary files.";
+    // renameat2 calls: 1 probe, 2-3 phase one, 4-5 phase two.
+    const QList<Case> cases = {
+        {"destination created before the final move", "renameat2", 4,
+         "printf intruder > %1/d/x.txt",
+         stopped + "Cannot rename .tessary-BATCH-0: File exists. Nothing was overwritten." + kept,
+         "d/x.txt", "intruder"},
+        {"file swapped for another of the same name", "renameat2", 2,
+         "mv %1/d/b.txt %1/b-moved.txt && printf impostor > %1/d/b.txt",
+         stopped + "The file or its folder changed. No replacement was made." + kept, "b-moved.txt",
+         "b"},
+        {"folder replaced by a link", "renameat2", 3, "mv %1/d %1/d-moved && ln -s %1/other %1/d",
+         stopped +
+             "Cannot safely open d. Symbolic links and unavailable folders are not "
+             "supported." +
+             kept,
+         "d-moved/b.txt", nullptr},
+    };
+    for (const Case& hostile : cases) {
+        TemporaryFolder disk;
+        disk.file("d/a.txt", "a");
+        disk.file("d/b.txt", "b");
+        disk.file("other/a.txt", "other a");
+        disk.file("other/b.txt", "other b");
+        disk.file(QStringLiteral("other/.tessary-bait"), "bait");
+        const QString journal = disk.at("journal");
+        Run run = drive(journal,
+                        {"execute", disk.at("d/a.txt") + "=x.txt", disk.at("d/b.txt") + "=y.txt"},
+                        {hostile.calls, hostile.at, "run", hostile.command.arg(disk.path())});
+        QCOMPARE(run.exitCode, 1);
+        // {"version":1,"id":"…": the id is the sixth piece between quotes.
+        QString batch = QString::fromUtf8(disk.read("journal/active.json")).section('"', 5, 5);
+        QString expected = hostile.expected;
+        QVERIFY2(run.errors == expected.replace("BATCH", batch),
+                 qPrintable(QString(hostile.name) + ": " + run.errors));
+        // Nothing outside the batch's folder was renamed or overwritten.
+        QCOMPARE(disk.read("other/a.txt"), QByteArray("other a"));
+        QCOMPARE(disk.read("other/b.txt"), QByteArray("other b"));
+        QCOMPARE(QDir(disk.at("other")).entryList(QDir::Files | QDir::Hidden).size(), 3);
+        if (hostile.intactContent)
+            QCOMPARE(disk.read(hostile.intactPath), QByteArray(hostile.intactContent));
+        else
+            QVERIFY(!QFile::exists(disk.at(hostile.intactPath)));
+    }
+}
+
+QTEST_GUILESS_MAIN(CrashRecoveryTest)
+#include "test_crash_recovery.moc"

@@ -1,0 +1,48 @@
+// Runs one engine operation in a process of its own, so tests can interrupt it
+// at a real system call and look at what a crash there leaves behind.
+//
+//   engine_driver JOURNAL execute PATH=NEWNAME...   (in batch order)
+//   engine_driver JOURNAL undo | recover
+//
+// Exit 0 on success; 1 with the failure's sentence on standard error.
+
+#include "core/file_record.h"
+#include "core/rename_engine.h"
+#include "core/rename_failure.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    QStringList arguments = QCoreApplication::arguments();
+    QTextStream errors(stderr);
+    if (arguments.size() < 3) {
+        errors << "usage: engine_driver JOURNAL execute|undo|recover [PATH=NEWNAME...]\n";
+        return 2;
+    }
+    try {
+        RenameEngine engine(arguments[1]);
+        const QString& operation = arguments[2];
+        if (operation == QLatin1String("execute")) {
+            QList<RenameIntent> intents;
+            for (const QString& pair : arguments.mid(3)) {
+                auto equals = pair.lastIndexOf(QLatin1Char('='));
+                intents.append({FileRecord::make(QUrl::fromLocalFile(pair.left(equals))),
+                                pair.mid(equals + 1)});
+            }
+            engine.execute(intents, 5000);
+        } else if (operation == QLatin1String("undo")) {
+            engine.undo();
+        } else if (operation == QLatin1String("recover")) {
+            engine.recover();
+        } else {
+            errors << "unknown operation\n";
+            return 2;
+        }
+    } catch (const RenameFailure& failure) {
+        errors << failure.message << '\n';
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,131 @@
+/*
+ * An LD_PRELOAD library that stops or fails a real process at a real system
+ * call, so tests can interrupt the engine at every durable step without any
+ * test hook in the product.
+ *
+ *   TESSARY_FAULT_CALLS    comma-separated calls to count: renameat2, renameat,
+ *                          fsync, write (regular files only), unlinkat
+ *   TESSARY_FAULT_AT       the 1-based counted call at which to act (0: never)
+ *   TESSARY_FAULT_ACTION   kill (SIGKILL before the call runs), an errno name
+ *                          (ENOSPC, EIO, EXDEV, EINVAL: the call fails with it
+ *                          without running), or run (TESSARY_FAULT_COMMAND is
+ *                          run by the shell, then the call goes ahead)
+ *   TESSARY_FAULT_REPORT   a file that receives the number of counted calls at exit
+ */
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <errno.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+static long counted;
+
+static int listed(const char* call) {
+    const char* calls = getenv("TESSARY_FAULT_CALLS");
+    if (!calls)
+        return 0;
+    size_t length = strlen(call);
+    for (const char* at = calls; (at = strstr(at, call)); at += length) {
+        int starts = at == calls || at[-1] == ',';
+        int ends = at[length] == '\0' || at[length] == ',';
+        if (starts && ends)
+            return 1;
+    }
+    return 0;
+}
+
+static int errnoNamed(const char* name) {
+    if (strcmp(name, "ENOSPC") == 0)
+        return ENOSPC;
+    if (strcmp(name, "EIO") == 0)
+        return EIO;
+    if (strcmp(name, "EXDEV") == 0)
+        return EXDEV;
+    if (strcmp(name, "EINVAL") == 0)
+        return EINVAL;
+    return 0;
+}
+
+/* 0 to let the call run, or the errno it must fail with. */
+static int step(const char* call) {
+    if (!listed(call))
+        return 0;
+    ++counted;
+    const char* at = getenv("TESSARY_FAULT_AT");
+    if (!at || atol(at) != counted)
+        return 0;
+    const char* action = getenv("TESSARY_FAULT_ACTION");
+    if (!action || strcmp(action, "kill") == 0) {
+        kill(getpid(), SIGKILL);
+        return 0;
+    }
+    if (strcmp(action, "run") == 0) {
+        const char* command = getenv("TESSARY_FAULT_COMMAND");
+        /* The shell and its commands must not count or fail calls of their own. */
+        unsetenv("LD_PRELOAD");
+        unsetenv("TESSARY_FAULT_CALLS");
+        if (command && system(command) != 0)
+            kill(getpid(), SIGKILL);
+        return 0;
+    }
+    return errnoNamed(action);
+}
+
+__attribute__((destructor)) static void report(void) {
+    const char* path = getenv("TESSARY_FAULT_REPORT");
+    if (!path)
+        return;
+    FILE* file = fopen(path, "w");
+    if (!file)
+        return;
+    fprintf(file, "%ld\n", counted);
+    fclose(file);
+}
+
+#define NEXT(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
+
+#define FAIL_OR_RUN(call)                                                                          \
+    do {                                                                                           \
+        int injected = step(call);                                                                 \
+        if (injected) {                                                                            \
+            errno = injected;                                                                      \
+            return -1;                                                                             \
+        }                                                                                          \
+    } while (0)
+
+int renameat2(int olddirfd, const char* oldpath, int newdirfd, const char* newpath,
+              unsigned int flags) {
+    FAIL_OR_RUN("renameat2");
+    return NEXT(renameat2)(olddirfd, oldpath, newdirfd, newpath, flags);
+}
+
+int renameat(int olddirfd, const char* oldpath, int newdirfd, const char* newpath) {
+    FAIL_OR_RUN("renameat");
+    return NEXT(renameat)(olddirfd, oldpath, newdirfd, newpath);
+}
+
+int fsync(int fd) {
+    FAIL_OR_RUN("fsync");
+    return NEXT(fsync)(fd);
+}
+
+int unlinkat(int dirfd, const char* pathname, int flags) {
+    FAIL_OR_RUN("unlinkat");
+    return NEXT(unlinkat)(dirfd, pathname, flags);
+}
+
+ssize_t write(int fd, const void* buffer, size_t count) {
+    struct stat status;
+    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
+        int injected = step("write");
+        if (injected) {
+            errno = injected;
+            return -1;
+        }
+    }
+    return NEXT(write)(fd, buffer, count);
+}
