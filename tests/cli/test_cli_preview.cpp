@@ -1,3 +1,5 @@
+#include "cli_process.h"
+
 #include <nlohmann/json.hpp>
 
 #include <QDir>
@@ -7,22 +9,6 @@
 #include <QTest>
 
 namespace {
-
-struct Outcome {
-    int exitCode = -1;
-    QString out;
-    QString errors;
-};
-
-Outcome cli(const QStringList& arguments, const QString& workingFolder = {}) {
-    QProcess process;
-    if (!workingFolder.isEmpty())
-        process.setWorkingDirectory(workingFolder);
-    process.start(QStringLiteral(TESSARY_CLI), arguments);
-    process.waitForFinished(30000);
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
 
 void touch(const QString& path) {
     QFile file(path);
@@ -57,7 +43,7 @@ void CliPreviewTest::init() {
 
 void CliPreviewTest::previewsAFolderWithARecipe() {
     // A relative path works from the working folder, as typed in a shell.
-    Outcome run = cli({"preview", "--recipe", "Client handoff", "shoot"}, folder->path());
+    CliOutcome run = cli({"preview", "--recipe", "Client handoff", "shoot"}, folder->path());
     QCOMPARE(run.exitCode, 0);
     QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), 4);
@@ -72,8 +58,8 @@ void CliPreviewTest::previewsAFolderWithARecipe() {
 }
 
 void CliPreviewTest::reportsConflictsAsJsonAndExitsOne() {
-    Outcome run = cli({"preview", "--json", "--base-name", "same", "--find", "x",
-                       at("shoot/Notes.txt"), at("shoot/IMG_9.jpg"), at("shoot/Sub")});
+    CliOutcome run = cli({"preview", "--json", "--base-name", "same", "--find", "x",
+                          at("shoot/Notes.txt"), at("shoot/IMG_9.jpg"), at("shoot/Sub")});
     QCOMPARE(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out.toStdString());
     QCOMPARE(json["rows"].size(), 2u);
@@ -106,8 +92,8 @@ void CliPreviewTest::rulesFileIsTheBaseOfExplicitOptions() {
         "nameCase":"upper","separator":"underscore","sequence":true,"sequenceStart":7,
         "sequencePadding":2})");
     rules.close();
-    Outcome run = cli({"preview", "--json", "--rules", at("rules.json"), "--start", "1",
-                       "--windows", at("shoot/Notes.txt")});
+    CliOutcome run = cli({"preview", "--json", "--rules", at("rules.json"), "--start", "1",
+                          "--windows", at("shoot/Notes.txt")});
     QCOMPARE(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out.toStdString());
     QCOMPARE(json["rows"][0]["proposed"].get<std::string>(), std::string("TRIP_01.txt"));
@@ -138,7 +124,7 @@ void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
 void CliPreviewTest::refusesWhatCannotBeCarriedOut() {
     QFETCH(QStringList, arguments);
     QFETCH(QString, sentence);
-    Outcome run = cli(arguments, folder->path());
+    CliOutcome run = cli(arguments, folder->path());
     QCOMPARE(run.exitCode, 2);
     QCOMPARE(run.errors.section(QLatin1Char('\n'), 0, 0), sentence);
     QVERIFY(run.out.isEmpty());

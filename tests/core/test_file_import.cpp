@@ -212,6 +212,12 @@ void FileImportTest::nameNotUtf8() {
     QCOMPARE(result.skipped.size(), 1);
     QVERIFY2(result.skipped.front().endsWith(": Filenames must be valid UTF-8."),
              qPrintable(result.skipped.front()));
+
+    // A leading U+FEFF is part of a valid name, refused for what it is.
+    tree.file(QStringLiteral("dir/\uFEFFnote.txt"));
+    result = FileImport::collect({tree.url("dir")}, {}, 5000);
+    QVERIFY(result.skipped.contains(
+        QStringLiteral("\uFEFFnote.txt: Remove slashes, colons, or control characters.")));
 }
 
 QTEST_GUILESS_MAIN(FileImportTest)
