@@ -2,9 +2,13 @@
 
 namespace CommandLine {
 
-void parse(QCommandLineParser& parser, const QStringList& arguments) {
+bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream& out) {
     if (!parser.parse(arguments))
         throw UsageError(parser.errorText() + QLatin1Char('.'));
+    if (!parser.isSet(QStringLiteral("help")))
+        return false;
+    out << parser.helpText();
+    return true;
 }
 
 int usageFailure(const UsageError& error, const QString& command, QTextStream& errors) {

@@ -32,11 +32,8 @@ int withEngine(
     QTextStream out(stdout);
     QTextStream errors(stderr);
     try {
-        CommandLine::parse(parser, arguments);
-        if (parser.isSet(QStringLiteral("help"))) {
-            out << parser.helpText();
+        if (CommandLine::parse(parser, arguments, out))
             return 0;
-        }
         if (!parser.positionalArguments().isEmpty())
             throw UsageError(QStringLiteral("%1 takes no paths.").arg(command));
     } catch (const UsageError& error) {

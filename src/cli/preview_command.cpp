@@ -1,10 +1,8 @@
 #include "preview_command.h"
 
-#include "batch_preview.h"
+#include "batch_options.h"
 #include "command_line.h"
 #include "preview_output.h"
-#include "rule_options.h"
-#include "usage_error.h"
 
 #include "core/rename_failure.h"
 
@@ -19,31 +17,16 @@ int run(const QStringList& arguments) {
         QStringLiteral("Show the new name of every file and whether it may be renamed. Nothing "
                        "on disk changes."));
     parser.addHelpOption();
-    RuleOptions::add(parser);
-    parser.addOptions({
-        {QStringLiteral("windows"),
-         QStringLiteral("Also check that Windows accepts every new name.")},
-        {QStringLiteral("json"), QStringLiteral("Print the preview as one JSON object.")},
-    });
-    parser.addPositionalArgument(
-        QStringLiteral("paths"),
-        QStringLiteral("Files, and folders whose visible files are added."),
-        QStringLiteral("PATH..."));
+    BatchOptions::add(parser);
+    parser.addOption(
+        {QStringLiteral("json"), QStringLiteral("Print the preview as one JSON object.")});
 
     QTextStream out(stdout);
     QTextStream errors(stderr);
     try {
-        CommandLine::parse(parser, arguments);
-        if (parser.isSet(QStringLiteral("help"))) {
-            out << parser.helpText();
+        if (CommandLine::parse(parser, arguments, out))
             return 0;
-        }
-        RenameRules rules = RuleOptions::rules(parser);
-        if (parser.positionalArguments().isEmpty())
-            throw UsageError(QStringLiteral("Name at least one file or folder to preview."));
-
-        BatchPreview preview = previewBatch(parser.positionalArguments(), rules,
-                                            parser.isSet(QStringLiteral("windows")));
+        BatchPreview preview = BatchOptions::preview(parser, QStringLiteral("preview"));
         if (parser.isSet(QStringLiteral("json")))
             PreviewOutput::printJson(preview, out);
         else

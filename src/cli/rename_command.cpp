@@ -1,10 +1,9 @@
 #include "rename_command.h"
 
-#include "batch_preview.h"
+#include "batch_options.h"
 #include "command_line.h"
 #include "journal_option.h"
 #include "preview_output.h"
-#include "rule_options.h"
 #include "usage_error.h"
 
 #include "core/rename_engine.h"
@@ -43,33 +42,18 @@ int run(const QStringList& arguments) {
         "Rename the files in place after the same preview as `preview`. The batch is journaled: "
         "it can be undone, and recovered after a crash."));
     parser.addHelpOption();
-    RuleOptions::add(parser);
+    BatchOptions::add(parser);
     JournalOption::add(parser);
-    parser.addOptions({
-        {QStringLiteral("windows"),
-         QStringLiteral("Also check that Windows accepts every new name.")},
-        {QStringLiteral("yes"),
-         QStringLiteral("Rename without asking (needed without a terminal).")},
-    });
-    parser.addPositionalArgument(
-        QStringLiteral("paths"),
-        QStringLiteral("Files, and folders whose visible files are added."),
-        QStringLiteral("PATH..."));
+    parser.addOption({QStringLiteral("yes"),
+                      QStringLiteral("Rename without asking (needed without a terminal).")});
 
     QTextStream out(stdout);
     QTextStream errors(stderr);
     BatchPreview preview;
     try {
-        CommandLine::parse(parser, arguments);
-        if (parser.isSet(QStringLiteral("help"))) {
-            out << parser.helpText();
+        if (CommandLine::parse(parser, arguments, out))
             return 0;
-        }
-        RenameRules rules = RuleOptions::rules(parser);
-        if (parser.positionalArguments().isEmpty())
-            throw UsageError(QStringLiteral("Name at least one file or folder to rename."));
-        preview = previewBatch(parser.positionalArguments(), rules,
-                               parser.isSet(QStringLiteral("windows")));
+        preview = BatchOptions::preview(parser, QStringLiteral("rename"));
     } catch (const UsageError& error) {
         return CommandLine::usageFailure(error, QStringLiteral("rename"), errors);
     } catch (const RenameFailure& failure) {

@@ -87,6 +87,30 @@ Layout withoutProbes(Layout layout) {
     return layout;
 }
 
+// One batch of the matrix on a fresh disk, files in the folders d and e.
+struct Scenario {
+    Scenario(const QStringList& files, const QStringList& newNames) {
+        QStringList finals;
+        arguments.append("execute");
+        for (qsizetype i = 0; i < files.size(); ++i) {
+            disk.file(files[i], files[i].toUtf8());
+            arguments.append(disk.at(files[i]) + "=" + newNames[i]);
+            finals.append(files[i].section('/', 0, 0) + "/" + newNames[i]);
+        }
+        disk.folder("e");
+        before = expectedLayout(files, files);
+        after = expectedLayout(finals, files);
+    }
+    Layout now() const { return withoutProbes(layoutOf(disk, {"d", "e"})); }
+    bool needsRecovery() const { return QFile::exists(journal + "/active.json"); }
+
+    TemporaryFolder disk;
+    const QString journal = disk.at("journal");
+    QStringList arguments;
+    Layout before;
+    Layout after;
+};
+
 } // namespace
 
 class CrashRecoveryTest : public QObject {
@@ -116,50 +140,34 @@ void CrashRecoveryTest::everyInterruptedRenameRecovers_data() {
 void CrashRecoveryTest::everyInterruptedRenameRecovers() {
     QFETCH(QStringList, files);
     QFETCH(QStringList, newNames);
-    const QStringList folders{"d", "e"};
-    QStringList finals;
-    for (qsizetype i = 0; i < files.size(); ++i)
-        finals.append(files[i].section('/', 0, 0) + "/" + newNames[i]);
-    const Layout before = expectedLayout(files, files);
-    const Layout after = expectedLayout(finals, files);
-
     int reversed = 0;
     int finished = 0;
     for (long step = 1;; ++step) {
-        TemporaryFolder disk;
-        QStringList pairs;
-        for (qsizetype i = 0; i < files.size(); ++i) {
-            disk.file(files[i], files[i].toUtf8());
-            pairs.append(disk.at(files[i]) + "=" + newNames[i]);
-        }
-        disk.folder("e");
-        const QString journal = disk.at("journal");
-
-        Run run = drive(journal, QStringList{"execute"} + pairs, {durableCalls, step, "kill", {}});
+        Scenario batch(files, newNames);
+        Run run = drive(batch.journal, batch.arguments, {durableCalls, step, "kill", {}});
         if (!run.crashed) {
             // Past the last durable step: the batch simply completed.
             QCOMPARE(run.exitCode, 0);
             QVERIFY2(step > 20, "the matrix reached fewer steps than a batch has");
             break;
         }
-        if (QFile::exists(journal + "/active.json")) {
-            Run recovery = drive(journal, {"recover"});
+        if (batch.needsRecovery()) {
+            Run recovery = drive(batch.journal, {"recover"});
             QVERIFY2(recovery.exitCode == 0, qPrintable(recovery.errors));
         }
-        QVERIFY2(!QFile::exists(journal + "/active.json"), qPrintable(QString::number(step)));
-
-        Layout now = withoutProbes(layoutOf(disk, folders));
-        if (now == before) {
+        QVERIFY2(!batch.needsRecovery(), qPrintable(QString::number(step)));
+        if (batch.now() == batch.before) {
             ++reversed;
             continue;
         }
         // Interrupted after the journal was marked completed: recovery
         // finished the batch, and undo brings the originals back.
-        QVERIFY2(now == after, qPrintable(QString("step %1 left an unexpected layout").arg(step)));
+        QVERIFY2(batch.now() == batch.after,
+                 qPrintable(QString("step %1 left an unexpected layout").arg(step)));
         ++finished;
-        Run undo = drive(journal, {"undo"});
+        Run undo = drive(batch.journal, {"undo"});
         QVERIFY2(undo.exitCode == 0, qPrintable(undo.errors));
-        QCOMPARE(withoutProbes(layoutOf(disk, folders)), before);
+        QCOMPARE(batch.now(), batch.before);
     }
     QVERIFY(reversed > 0);
     QVERIFY(finished > 0);
@@ -168,45 +176,30 @@ void CrashRecoveryTest::everyInterruptedRenameRecovers() {
 void CrashRecoveryTest::everyInterruptedUndoRecovers() {
     QFETCH(QStringList, files);
     QFETCH(QStringList, newNames);
-    const QStringList folders{"d", "e"};
-    QStringList finals;
-    for (qsizetype i = 0; i < files.size(); ++i)
-        finals.append(files[i].section('/', 0, 0) + "/" + newNames[i]);
-    const Layout before = expectedLayout(files, files);
-    const Layout after = expectedLayout(finals, files);
-
     for (long step = 1;; ++step) {
-        TemporaryFolder disk;
-        QStringList pairs;
-        for (qsizetype i = 0; i < files.size(); ++i) {
-            disk.file(files[i], files[i].toUtf8());
-            pairs.append(disk.at(files[i]) + "=" + newNames[i]);
-        }
-        disk.folder("e");
-        const QString journal = disk.at("journal");
-        QCOMPARE(drive(journal, QStringList{"execute"} + pairs).exitCode, 0);
-
-        Run run = drive(journal, {"undo"}, {durableCalls, step, "kill", {}});
+        Scenario batch(files, newNames);
+        QCOMPARE(drive(batch.journal, batch.arguments).exitCode, 0);
+        Run run = drive(batch.journal, {"undo"}, {durableCalls, step, "kill", {}});
         if (!run.crashed) {
             QCOMPARE(run.exitCode, 0);
-            QCOMPARE(withoutProbes(layoutOf(disk, folders)), before);
+            QCOMPARE(batch.now(), batch.before);
             break;
         }
-        if (QFile::exists(journal + "/active.json")) {
-            Run recovery = drive(journal, {"recover"});
+        if (batch.needsRecovery()) {
+            Run recovery = drive(batch.journal, {"recover"});
             QVERIFY2(recovery.exitCode == 0, qPrintable(recovery.errors));
         }
         // Either the undo finished, or recovery put back the names it was
         // reversing and the undo can simply be tried again.
-        Layout now = withoutProbes(layoutOf(disk, folders));
-        if (now == before) {
-            QVERIFY(!QFile::exists(journal + "/undo.json"));
+        if (batch.now() == batch.before) {
+            QVERIFY(!QFile::exists(batch.journal + "/undo.json"));
             continue;
         }
-        QVERIFY2(now == after, qPrintable(QString("step %1 left an unexpected layout").arg(step)));
-        Run again = drive(journal, {"undo"});
+        QVERIFY2(batch.now() == batch.after,
+                 qPrintable(QString("step %1 left an unexpected layout").arg(step)));
+        Run again = drive(batch.journal, {"undo"});
         QVERIFY2(again.exitCode == 0, qPrintable(again.errors));
-        QCOMPARE(withoutProbes(layoutOf(disk, folders)), before);
+        QCOMPARE(batch.now(), batch.before);
     }
 }
 

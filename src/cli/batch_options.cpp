@@ -1,4 +1,4 @@
-#include "rule_options.h"
+#include "batch_options.h"
 
 #include "usage_error.h"
 
@@ -10,7 +10,7 @@
 #include <QFile>
 #include <QStringList>
 
-namespace RuleOptions {
+namespace BatchOptions {
 namespace {
 
 template <typename Enum, typename Values> QString choices(const Values& values) {
@@ -86,7 +86,13 @@ void add(QCommandLineParser& parser) {
          QStringLiteral("n")},
         {QStringLiteral("digits"),
          QStringLiteral("Minimum digits of the sequence number (default 3)."), QStringLiteral("n")},
+        {QStringLiteral("windows"),
+         QStringLiteral("Also check that Windows accepts every new name.")},
     });
+    parser.addPositionalArgument(
+        QStringLiteral("paths"),
+        QStringLiteral("Files, and folders whose visible files are added."),
+        QStringLiteral("PATH..."));
 }
 
 RenameRules rules(const QCommandLineParser& parser) {
@@ -132,4 +138,12 @@ RenameRules rules(const QCommandLineParser& parser) {
     return rules;
 }
 
-} // namespace RuleOptions
+BatchPreview preview(const QCommandLineParser& parser, const QString& verb) {
+    RenameRules chosen = rules(parser);
+    if (parser.positionalArguments().isEmpty())
+        throw UsageError(QStringLiteral("Name at least one file or folder to %1.").arg(verb));
+    return previewBatch(parser.positionalArguments(), chosen,
+                        parser.isSet(QStringLiteral("windows")));
+}
+
+} // namespace BatchOptions
