@@ -2,13 +2,19 @@
 
 #include "usage_error.h"
 
+#include "core/mapping_parser.h"
+#include "core/posix_file_system.h"
 #include "core/recipe.h"
 #include "core/rename_failure.h"
 
 #include <nlohmann/json.hpp>
 
+#include <QDir>
 #include <QFile>
+#include <QUrl>
+
 #include <QStringList>
+#include <unistd.h>
 
 namespace BatchOptions {
 namespace {
@@ -55,6 +61,21 @@ RenameRules fileRules(const QString& path) {
     }
 }
 
+// A spreadsheet piped in obeys the same limits as one opened from a file.
+QString standardInputText() {
+    auto bytes = PosixFileSystem::readUpTo(STDIN_FILENO, MappingParser::maximumBytes + 1);
+    if (!bytes)
+        throw RenameFailure(PosixFileSystem::errorText(bytes.error) + QLatin1Char('.'));
+    if (bytes.value->size() > MappingParser::maximumBytes)
+        throw RenameFailure(
+            QStringLiteral("The spreadsheet exceeds 4 MiB. Split it into smaller files."));
+    auto text = MappingParser::decodedText(*bytes.value);
+    if (!text)
+        throw RenameFailure(
+            QStringLiteral("Use UTF-8 CSV or TSV. This file uses an unsupported encoding."));
+    return *text;
+}
+
 } // namespace
 
 void add(QCommandLineParser& parser) {
@@ -86,6 +107,12 @@ void add(QCommandLineParser& parser) {
          QStringLiteral("n")},
         {QStringLiteral("digits"),
          QStringLiteral("Minimum digits of the sequence number (default 3)."), QStringLiteral("n")},
+        {QStringLiteral("mapping"),
+         QStringLiteral("Take the new names from a two-column CSV or TSV file (old name, new "
+                        "name) instead of rules; - reads standard input."),
+         QStringLiteral("file")},
+        {QStringLiteral("format"), QStringLiteral("Spreadsheet format: automatic, csv, tsv."),
+         QStringLiteral("format")},
         {QStringLiteral("windows"),
          QStringLiteral("Also check that Windows accepts every new name.")},
     });
@@ -138,11 +165,36 @@ RenameRules rules(const QCommandLineParser& parser) {
     return rules;
 }
 
+MappingDocument mapping(const QCommandLineParser& parser) {
+    for (const char* option : {"recipe", "rules", "base-name", "find", "replace", "prefix",
+                               "suffix", "case", "separator", "sequence", "start", "digits"}) {
+        if (parser.isSet(QLatin1String(option)))
+            throw UsageError(
+                QStringLiteral("Use either --mapping or naming-rule options, not both."));
+    }
+    MappingFormat format = MappingFormat::automatic;
+    if (parser.isSet(QStringLiteral("format"))) {
+        auto chosen = mappingFormatFromRaw(parser.value(QStringLiteral("format")));
+        if (!chosen)
+            throw UsageError(QStringLiteral("--format takes one of %1.")
+                                 .arg(choices<MappingFormat>(allMappingFormats)));
+        format = *chosen;
+    }
+    QString source = parser.value(QStringLiteral("mapping"));
+    QString text = source == QLatin1String("-") ? standardInputText()
+                                                : MappingParser::readText(QUrl::fromLocalFile(
+                                                      QDir::current().absoluteFilePath(source)));
+    return MappingParser::parse(text.toUtf8(), format);
+}
+
 BatchPreview preview(const QCommandLineParser& parser, const QString& verb) {
-    RenameRules chosen = rules(parser);
+    if (parser.isSet(QStringLiteral("format")) && !parser.isSet(QStringLiteral("mapping")))
+        throw UsageError(QStringLiteral("--format goes with --mapping."));
+    Naming naming =
+        parser.isSet(QStringLiteral("mapping")) ? Naming(mapping(parser)) : Naming(rules(parser));
     if (parser.positionalArguments().isEmpty())
         throw UsageError(QStringLiteral("Name at least one file or folder to %1.").arg(verb));
-    return previewBatch(parser.positionalArguments(), chosen,
+    return previewBatch(parser.positionalArguments(), naming,
                         parser.isSet(QStringLiteral("windows")));
 }
 

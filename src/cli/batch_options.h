@@ -12,6 +12,11 @@ namespace BatchOptions {
 
 void add(QCommandLineParser& parser);
 
+// The spreadsheet named by --mapping (a file, or - for standard input), parsed
+// with --format. Throws UsageError when rule options are given too, and
+// RenameFailure when the text cannot be read.
+MappingDocument mapping(const QCommandLineParser& parser);
+
 // The preview of the batch the words describe, as `previewBatch` makes it.
 // Throws UsageError (`verb` names the command in the sentence) or RenameFailure.
 BatchPreview preview(const QCommandLineParser& parser, const QString& verb);

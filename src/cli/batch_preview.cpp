@@ -2,6 +2,7 @@
 
 #include "core/file_import.h"
 #include "core/folder_authorization.h"
+#include "core/mapping_preview.h"
 #include "core/rename_preview.h"
 
 #include <QDir>
@@ -24,7 +25,7 @@ qsizetype BatchPreview::conflictCount() const {
                          [](const PreviewRow& row) { return row.problem.has_value(); });
 }
 
-BatchPreview previewBatch(const QStringList& paths, const RenameRules& rules, bool checkWindows) {
+BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool checkWindows) {
     QList<QUrl> items;
     for (const QString& path : paths)
         items.append(QUrl::fromLocalFile(QDir::current().absoluteFilePath(path)));
@@ -34,12 +35,19 @@ BatchPreview previewBatch(const QStringList& paths, const RenameRules& rules, bo
 
     BatchPreview preview;
     preview.import = FileImport::collect(items, {}, 5000);
-    QList<RenameIntent> intents;
-    intents.reserve(preview.import.files.size());
-    for (qsizetype index = 0; index < preview.import.files.size(); ++index) {
-        const FileRecord& file = preview.import.files[index];
-        intents.append({file, rules.filename(file.name(), index)});
+    const QList<FileRecord>& files = preview.import.files;
+    if (const auto* document = std::get_if<MappingDocument>(&naming)) {
+        MappingPreview mapped = MappingPreview::compute(files, *document, checkWindows);
+        preview.rows = mapped.rows;
+        preview.diagnostics = mapped.diagnostics;
+        preview.spreadsheet = true;
+        return preview;
     }
+    const RenameRules& rules = std::get<RenameRules>(naming);
+    QList<RenameIntent> intents;
+    intents.reserve(files.size());
+    for (qsizetype index = 0; index < files.size(); ++index)
+        intents.append({files[index], rules.filename(files[index].name(), index)});
     preview.rows = RenamePreview::rows(intents, checkWindows);
     return preview;
 }

@@ -1,17 +1,30 @@
 #pragma once
 
 #include "core/import_result.h"
+#include "core/mapping_document.h"
 #include "core/preview_row.h"
 #include "core/rename_rules.h"
+
+#include <variant>
 
 #include <QList>
 #include <QStringList>
 
+// Where the new names come from: naming rules, or a parsed spreadsheet.
+using Naming = std::variant<RenameRules, MappingDocument>;
+
 // A batch as the app would build it from the same selection: imported with the
-// 5,000 limit, named by the rules in batch order, and judged.
+// 5,000 limit, named by the rules in batch order or by the spreadsheet, and
+// judged.
 struct BatchPreview {
     ImportResult import;
     QList<PreviewRow> rows;
+    // Spreadsheet problems; always empty in rule mode.
+    QList<MappingDiagnostic> diagnostics;
+    bool spreadsheet = false;
+
+    // Nothing may be renamed while a row or the spreadsheet has a problem.
+    bool blocked() const { return conflictCount() > 0 || !diagnostics.isEmpty(); }
 
     qsizetype readyCount() const;
     qsizetype unchangedCount() const;
@@ -20,4 +33,4 @@ struct BatchPreview {
 
 // `paths` as typed (relative ones against the working folder). Throws
 // RenameFailure when a path cannot be examined, before anything is imported.
-BatchPreview previewBatch(const QStringList& paths, const RenameRules& rules, bool checkWindows);
+BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool checkWindows);

@@ -4,7 +4,9 @@ namespace CommandLine {
 
 bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream& out) {
     if (!parser.parse(arguments))
-        throw UsageError(parser.errorText() + QLatin1Char('.'));
+        throw UsageError(parser.errorText().endsWith(QLatin1Char('.'))
+                             ? parser.errorText()
+                             : parser.errorText() + QLatin1Char('.'));
     if (!parser.isSet(QStringLiteral("help")))
         return false;
     out << parser.helpText();

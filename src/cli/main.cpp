@@ -1,6 +1,7 @@
 #include "journal_commands.h"
 #include "preview_command.h"
 #include "rename_command.h"
+#include "report_command.h"
 
 #include <QCoreApplication>
 #include <QStringDecoder>
@@ -18,6 +19,7 @@ const char* usage = "Usage: tessary-cli COMMAND [OPTIONS] PATH...\n"
                     "  undo      Restore the names from before the last completed batch.\n"
                     "  recover   Finish or reverse a batch that was interrupted.\n"
                     "  status    Show whether a batch needs recovery and what can be undone.\n"
+                    "  report    Save a draft preview or the last batch's receipt as HTML.\n"
                     "\n"
                     "Run “tessary-cli COMMAND --help” for the options of a command.\n";
 
@@ -57,6 +59,8 @@ int main(int argc, char** argv) {
         return JournalCommands::recover(rest);
     if (command == QLatin1String("status"))
         return JournalCommands::status(rest);
+    if (command == QLatin1String("report"))
+        return ReportCommand::run(rest);
     if (command == QLatin1String("--help") || command == QLatin1String("-h") ||
         command == QLatin1String("help")) {
         QTextStream(stdout) << usage;

@@ -31,7 +31,7 @@ int run(const QStringList& arguments) {
             PreviewOutput::printJson(preview, out);
         else
             PreviewOutput::printText(preview, out, errors);
-        return preview.conflictCount() > 0 ? 1 : 0;
+        return preview.blocked() ? 1 : 0;
     } catch (const UsageError& error) {
         return CommandLine::usageFailure(error, QStringLiteral("preview"), errors);
     } catch (const RenameFailure& failure) {

@@ -19,6 +19,18 @@ std::string utf8(const QString& text) {
     return text.toStdString();
 }
 
+// "Row N · name: message", leaving out what the diagnostic does not carry.
+QString diagnosticLine(const MappingDiagnostic& diagnostic) {
+    QStringList place;
+    if (diagnostic.row)
+        place.append(QStringLiteral("Row %1").arg(*diagnostic.row));
+    if (diagnostic.name)
+        place.append(*diagnostic.name);
+    if (place.isEmpty())
+        return diagnostic.message;
+    return place.join(QStringLiteral(" · ")) + QStringLiteral(": ") + diagnostic.message;
+}
+
 } // namespace
 
 void printText(const BatchPreview& preview, QTextStream& out, QTextStream& errors) {
@@ -35,9 +47,18 @@ void printText(const BatchPreview& preview, QTextStream& out, QTextStream& error
         out << row.intent.source.name().leftJustified(width) << "  →  " << row.intent.filename
             << "  ·  " << status(row) << '\n';
     }
+    if (!preview.diagnostics.isEmpty()) {
+        out << "Spreadsheet issues:\n";
+        for (const MappingDiagnostic& diagnostic : preview.diagnostics)
+            out << "  " << diagnosticLine(diagnostic) << '\n';
+    }
     out << plural(preview.readyCount(), "file ready to rename", "files ready to rename") << " · "
         << preview.unchangedCount() << " unchanged · "
-        << plural(preview.conflictCount(), "conflict", "conflicts") << '\n';
+        << plural(preview.conflictCount(), "conflict", "conflicts");
+    if (preview.spreadsheet)
+        out << " · "
+            << plural(preview.diagnostics.size(), "spreadsheet issue", "spreadsheet issues");
+    out << '\n';
 }
 
 void printJson(const BatchPreview& preview, QTextStream& out) {
@@ -53,13 +74,20 @@ void printJson(const BatchPreview& preview, QTextStream& out) {
     auto skipped = nlohmann::ordered_json::array();
     for (const QString& line : preview.import.skipped)
         skipped.push_back(utf8(line));
+    auto diagnostics = nlohmann::ordered_json::array();
+    for (const MappingDiagnostic& diagnostic : preview.diagnostics) {
+        diagnostics.push_back(
+            {{"row", diagnostic.row ? nlohmann::ordered_json(*diagnostic.row) : nullptr},
+             {"name", diagnostic.name ? nlohmann::ordered_json(utf8(*diagnostic.name)) : nullptr},
+             {"message", utf8(diagnostic.message)}});
+    }
     nlohmann::ordered_json document{{"rows", std::move(rows)},
                                     {"changed", preview.readyCount()},
                                     {"unchanged", preview.unchangedCount()},
                                     {"conflicts", preview.conflictCount()},
                                     {"skipped", std::move(skipped)},
                                     {"reachedLimit", preview.import.reachedLimit},
-                                    {"diagnostics", nlohmann::ordered_json::array()}};
+                                    {"diagnostics", std::move(diagnostics)}};
     out << QString::fromStdString(document.dump(2)) << '\n';
 }
 

@@ -61,7 +61,7 @@ int run(const QStringList& arguments) {
         return 2;
     }
 
-    if (preview.conflictCount() > 0) {
+    if (preview.blocked()) {
         PreviewOutput::printText(preview, out, errors);
         errors << "Nothing was renamed. Resolve the conflicts above first.\n";
         return 1;

@@ -135,10 +135,14 @@ Result<UniqueFd> openForReading(int folder, const QByteArray& name) {
     return openCall(folder, name.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
 }
 
-Result<UniqueFd> createExclusive(int folder, const QByteArray& name) {
+Result<UniqueFd> openPathForReading(const QByteArray& path) {
+    return openCall(AT_FDCWD, path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+}
+
+Result<UniqueFd> createExclusive(int folder, const QByteArray& name, unsigned mode) {
     int fd = retryOnInterrupt([&] {
         return openat(folder, name.constData(),
-                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+                      O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode_t(mode));
     });
     if (fd < 0)
         return {std::nullopt, errno};

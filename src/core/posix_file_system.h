@@ -61,8 +61,13 @@ Result<std::vector<QByteArray>> listFolder(int folder);
 // on something that is not a regular file (a FIFO planted under its name).
 Result<UniqueFd> openForReading(int folder, const QByteArray& name);
 
-// A new file that must not exist yet, readable only by its owner.
-Result<UniqueFd> createExclusive(int folder, const QByteArray& name);
+// A file the user chose to read (a spreadsheet), by path: read-only, and never
+// blocking on something that is not a regular file.
+Result<UniqueFd> openPathForReading(const QByteArray& path);
+
+// A new file that must not exist yet; journals are created readable only by
+// their owner (0600), documents for the user with 0666 less the umask.
+Result<UniqueFd> createExclusive(int folder, const QByteArray& name, unsigned mode = 0600);
 
 // The lock file, created on first use and kept.
 Result<UniqueFd> openLockFile(int folder, const QByteArray& name);

@@ -2,6 +2,7 @@
 
 #include "core/preview_row.h"
 
+#include <QDateTime>
 #include <QList>
 #include <QString>
 #include <QUuid>
@@ -35,4 +36,10 @@ struct RenameReport {
     // What the preview would do. Never fails and never reads the disk.
     static RenameReport draft(const QList<PreviewRow>& rows, qsizetype mappingIssues,
                               bool checkWindows);
+
+    // The standalone HTML document: an inline style sheet, a content security
+    // policy that allows nothing else, filenames escaped, no folder paths.
+    // Stamped with the current moment, or with `exported`.
+    QString html() const;
+    QString html(const QDateTime& exported) const;
 };

@@ -1,0 +1,43 @@
+#include "core/atomic_file.h"
+
+#include "core/file_record.h"
+#include "core/file_safety.h"
+#include "core/posix_file_system.h"
+#include "core/rename_failure.h"
+#include "core/uuid_text.h"
+
+namespace AtomicFile {
+namespace {
+
+[[noreturn]] void failed(int error) {
+    throw RenameFailure(PosixFileSystem::errorText(error) + QLatin1Char('.'));
+}
+
+} // namespace
+
+void write(const QString& path, const QByteArray& bytes) {
+    QString standard = FilePath::standardized(path);
+    UniqueFd folder = FileSafety::directoryFD(FilePath::parent(standard));
+    const QByteArray name = FilePath::lastComponent(standard).toUtf8();
+    const QByteArray temporary = (QStringLiteral(".") + FilePath::lastComponent(standard) +
+                                  QLatin1Char('-') + UuidText::text(QUuid::createUuid()))
+                                     .toUtf8();
+    auto created = PosixFileSystem::createExclusive(folder.get(), temporary, 0666);
+    if (!created)
+        failed(created.error);
+    UniqueFd file = std::move(*created.value);
+    int error = PosixFileSystem::writeAll(file.get(), bytes);
+    if (!error)
+        error = PosixFileSystem::sync(file.get());
+    file.reset();
+    if (!error)
+        error = PosixFileSystem::renameReplacing(folder.get(), temporary, name);
+    if (error) {
+        PosixFileSystem::removeAt(folder.get(), temporary);
+        failed(error);
+    }
+    if (int synced = PosixFileSystem::sync(folder.get()))
+        failed(synced);
+}
+
+} // namespace AtomicFile
