@@ -1,7 +1,8 @@
 #include "core/filename.h"
 
-#include <QList>
 #include <QStringView>
+
+#include <utility>
 
 namespace Filename {
 namespace {
@@ -11,20 +12,17 @@ bool isControlOrFormat(char32_t codePoint) {
     return category == QChar::Other_Control || category == QChar::Other_Format;
 }
 
-// Counts without encoding: this runs for every file on every keystroke.
-qsizetype utf8Length(QStringView name) {
-    qsizetype bytes = 0;
-    for (char32_t codePoint : name.toUcs4()) {
-        if (codePoint < 0x80)
-            bytes += 1;
-        else if (codePoint < 0x800)
-            bytes += 2;
-        else if (codePoint < 0x10000)
-            bytes += 3;
-        else
-            bytes += 4;
-    }
-    return bytes;
+// The code point starting at `at`, and how many UTF-16 units it takes. A lone
+// surrogate stands for itself (and encodes as three UTF-8 bytes, as U+FFFD).
+std::pair<char32_t, qsizetype> codePointAt(QStringView text, qsizetype at) {
+    QChar unit = text[at];
+    if (unit.isHighSurrogate() && at + 1 < text.size() && text[at + 1].isLowSurrogate())
+        return {QChar::surrogateToUcs4(unit, text[at + 1]), 2};
+    return {unit.unicode(), 1};
+}
+
+qsizetype utf8Bytes(char32_t codePoint) {
+    return codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
 }
 
 } // namespace
@@ -34,11 +32,17 @@ std::optional<QString> problem(const QString& name) {
         return QStringLiteral("The filename is empty.");
     if (name.front() == QLatin1Char('.'))
         return QStringLiteral("Hidden filenames and dot names are not supported.");
-    for (char32_t codePoint : name.toUcs4()) {
+    // One pass, no allocation: this runs for every file on every keystroke.
+    // The character check wins over the length check wherever each fails.
+    qsizetype bytes = 0;
+    for (qsizetype at = 0; at < name.size();) {
+        auto [codePoint, units] = codePointAt(name, at);
         if (codePoint == U'/' || codePoint == U':' || isControlOrFormat(codePoint))
             return QStringLiteral("Remove slashes, colons, or control characters.");
+        bytes += utf8Bytes(codePoint);
+        at += units;
     }
-    if (utf8Length(name) > 255)
+    if (bytes > 255)
         return QStringLiteral("The filename exceeds 255 UTF-8 bytes.");
     return std::nullopt;
 }
