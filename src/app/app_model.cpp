@@ -1,0 +1,284 @@
+#include "app/app_model.h"
+
+#include "app/background.h"
+
+#include "core/file_import.h"
+#include "core/new_files.h"
+#include "core/rename_failure.h"
+#include "core/uuid_text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QStandardPaths>
+#include <QThreadPool>
+
+namespace {
+
+constexpr int previewDelayMilliseconds = 120;
+constexpr qsizetype batchLimit = 5000;
+
+const char* const sampleNames[] = {
+    "Brand direction FINAL.pdf", "brandmark-v6.svg",       "Business Card copy.png",
+    "Color palette NEW.pdf",     "Homepage mockup 02.png", "Instagram post final.jpg",
+    "Logo lockup FINAL.svg",     "Presentation v12.pdf",
+};
+
+QList<Recipe> decodedRecipes(const std::optional<QByteArray>& stored) {
+    if (!stored)
+        return {};
+    try {
+        auto recipes =
+            nlohmann::ordered_json::parse(stored->constData(), stored->constData() + stored->size())
+                .get<std::vector<Recipe>>();
+        return QList<Recipe>(recipes.begin(), recipes.end());
+    } catch (const std::exception&) {
+        // A list that cannot be read is treated as empty; the next save
+        // replaces it.
+        return {};
+    }
+}
+
+} // namespace
+
+AppModel::Startup AppModel::Startup::fromProcess() {
+    return {std::nullopt, QCoreApplication::arguments(), QProcessEnvironment::systemEnvironment()};
+}
+
+AppModel::AppModel(const PlatformServices& services, const Startup& startup, QObject* parent)
+    : QObject(parent), services(services),
+      demo(startup.arguments.contains(QStringLiteral("--demo"))), environment(startup.environment) {
+    previewDelay.setSingleShot(true);
+    previewDelay.setInterval(previewDelayMilliseconds);
+    connect(&previewDelay, &QTimer::timeout, this, [this] {
+        if (pendingInputs)
+            startPreviewComputation(previewGeneration, std::move(*pendingInputs));
+        pendingInputs.reset();
+    });
+
+    try {
+        QString directory;
+        if (startup.journalDirectory) {
+            directory = *startup.journalDirectory;
+        } else {
+            QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+            if (data.isEmpty())
+                throw RenameFailure(QStringLiteral("The per-user data folder could not be found."));
+            directory = data + QStringLiteral("/Tessary");
+        }
+        if (demo)
+            directory = demoRoot(environment) + QStringLiteral("/Journal");
+        engine = std::make_shared<RenameEngine>(directory);
+        refreshJournal();
+        assign(savedRecipes_,
+               decodedRecipes(services.settings.data(QStringLiteral("savedRecipes"))),
+               &AppModel::savedRecipesChanged);
+        if (demo)
+            makeDemo();
+    } catch (const RenameFailure& failure) {
+        setError(QStringLiteral("Tessary cannot start safely: ") + failure.message);
+    }
+}
+
+AppModel::~AppModel() {
+    previewDelay.stop();
+    // Background work may still call back into this object's computation.
+    QThreadPool::globalInstance()->waitForDone();
+}
+
+template <typename T> bool AppModel::assign(T& field, T value, void (AppModel::*signal)()) {
+    if (field == value)
+        return false;
+    field = std::move(value);
+    emit(this->*signal)();
+    emit changed();
+    return true;
+}
+
+QString AppModel::demoRoot(const QProcessEnvironment& environment) {
+    QString root = environment.value(QStringLiteral("TESSARY_DEMO_ROOT"));
+    if (root.startsWith(QLatin1Char('/')))
+        return QDir::cleanPath(root);
+    return QDir::cleanPath(QDir::tempPath() + QStringLiteral("/Tessary-demo"));
+}
+
+void AppModel::makeDemo() {
+    QString folder = demoRoot(environment) + QLatin1Char('/') + UuidText::text(QUuid::createUuid());
+    NewFiles::makeFolders(folder);
+    for (const char* name : sampleNames) {
+        QString sample = QString::fromUtf8(name);
+        NewFiles::write(folder + QLatin1Char('/') + sample,
+                        (QStringLiteral("Tessary demonstration file — ") + sample).toUtf8());
+    }
+    assign(files_, FileImport::collect({QUrl::fromLocalFile(folder)}, {}, batchLimit).files,
+           &AppModel::filesChanged);
+    refreshPreview();
+    apply(Recipe::builtIn().front());
+    setNotice(QStringLiteral("Demo files · safe sample workspace"));
+}
+
+// Field setters ------------------------------------------------------------
+
+void AppModel::setMode(RenameMode mode) {
+    if (assign(mode_, mode, &AppModel::modeChanged))
+        refreshPreview();
+}
+
+void AppModel::setMappingFormat(MappingFormat format) {
+    if (assign(mappingFormat_, format, &AppModel::mappingFormatChanged))
+        refreshPreview();
+}
+
+void AppModel::setCheckWindows(bool check) {
+    if (assign(checkWindows_, check, &AppModel::checkWindowsChanged))
+        refreshPreview();
+}
+
+void AppModel::setRules(const RenameRules& rules) {
+    if (!assign(rules_, rules, &AppModel::rulesChanged))
+        return;
+    assign(selectedRecipe_, std::optional<Recipe>(), &AppModel::selectedRecipeChanged);
+    refreshPreview();
+}
+
+void AppModel::setSelection(const QSet<QString>& selection) {
+    assign(selection_, selection, &AppModel::selectionChanged);
+}
+
+void AppModel::setRecipeName(const QString& name) {
+    assign(recipeName_, name, &AppModel::recipeNameChanged);
+}
+
+void AppModel::setShowConfirmation(bool show) {
+    assign(showConfirmation_, show, &AppModel::showConfirmationChanged);
+}
+
+void AppModel::setShowSaveRecipe(bool show) {
+    assign(showSaveRecipe_, show, &AppModel::showSaveRecipeChanged);
+}
+
+void AppModel::setShowTutorial(bool show) {
+    assign(showTutorial_, show, &AppModel::showTutorialChanged);
+}
+
+void AppModel::setShowMappingEditor(bool show) {
+    assign(showMappingEditor_, show, &AppModel::showMappingEditorChanged);
+}
+
+void AppModel::setError(const std::optional<QString>& error) {
+    assign(error_, error, &AppModel::errorChanged);
+}
+
+void AppModel::setNotice(const QString& notice) {
+    assign(notice_, notice, &AppModel::noticeChanged);
+}
+
+// Derived values -----------------------------------------------------------
+
+qsizetype AppModel::changedCount() const {
+    return std::count_if(rows_.begin(), rows_.end(),
+                         [](const PreviewRow& row) { return !row.problem && row.changed(); });
+}
+
+qsizetype AppModel::conflicts() const {
+    return std::count_if(rows_.begin(), rows_.end(),
+                         [](const PreviewRow& row) { return row.problem.has_value(); });
+}
+
+bool AppModel::overLimit() const {
+    return files_.size() > batchLimit;
+}
+
+bool AppModel::isFresh() const {
+    return !selectedRecipe_ && rules_ == RenameRules();
+}
+
+QString AppModel::recipeTitle() const {
+    if (selectedRecipe_)
+        return selectedRecipe_->name;
+    return isFresh() ? QStringLiteral("Start fresh") : QStringLiteral("Custom rules");
+}
+
+bool AppModel::hasModalEditor() const {
+    return showMappingEditor_ || showSaveRecipe_ || showTutorial_;
+}
+
+bool AppModel::batchControlsDisabled() const {
+    return busy_ || authorizingFolders_ || hasModalEditor();
+}
+
+bool AppModel::canPresentTutorial() const {
+    return !batchControlsDisabled() && !hasRecovery_ && !showConfirmation_ && !error_;
+}
+
+bool AppModel::canRename() const {
+    return engine && !batchControlsDisabled() && !previewing_ && !hasRecovery_ && !overLimit() &&
+           !(mode_ == RenameMode::spreadsheet && !mappingDiagnostics_.isEmpty()) &&
+           conflicts() == 0 && changedCount() >= 1 && rows_.size() == files_.size();
+}
+
+std::optional<RenameReport> AppModel::previewReport() const {
+    if (batchControlsDisabled() || previewing_ || hasRecovery_ || files_.isEmpty() ||
+        rows_.size() != files_.size())
+        return std::nullopt;
+    qsizetype issues = mode_ == RenameMode::spreadsheet ? mappingDiagnostics_.size() : 0;
+    return RenameReport::draft(rows_, issues, checkWindows_);
+}
+
+// Live preview -------------------------------------------------------------
+
+void AppModel::refreshPreview() {
+    // A newer generation makes every earlier result, waiting or computing,
+    // arrive to nothing.
+    previewDelay.stop();
+    ++previewGeneration;
+    assign(previewing_, true, &AppModel::previewingChanged);
+    pendingInputs = PreviewInputs{
+        files_, rules_, mode_, mappingText_, mappingFormat_, checkWindows_, mappingInputError_};
+    previewDelay.start();
+}
+
+PreviewResult AppModel::computePreviewInBackground(const PreviewInputs& inputs) const {
+    return computePreview(inputs);
+}
+
+void AppModel::startPreviewComputation(quint64 generation, PreviewInputs inputs) {
+    runInBackground(
+        this, [this, inputs = std::move(inputs)] { return computePreviewInBackground(inputs); },
+        [this, generation](const PreviewResult& result) {
+            if (generation != previewGeneration)
+                return;
+            assign(rows_, result.rows, &AppModel::rowsChanged);
+            assign(mappingDiagnostics_, result.diagnostics, &AppModel::mappingDiagnosticsChanged);
+            assign(mappingCount_, result.mappingCount, &AppModel::mappingCountChanged);
+            assign(previewing_, false, &AppModel::previewingChanged);
+            emit previewApplied();
+        });
+}
+
+void AppModel::refreshJournal() {
+    bool recovery = engine && engine->hasRecovery();
+    qsizetype undoable = engine ? engine->undoCount() : 0;
+    std::optional<RenameReport> receipt;
+    if (engine) {
+        try {
+            receipt = engine->completedReport();
+        } catch (const RenameFailure&) {
+        }
+    }
+    assign(hasRecovery_, recovery, &AppModel::hasRecoveryChanged);
+    assign(undoCount_, undoable, &AppModel::undoCountChanged);
+    assign(completedReport_, receipt, &AppModel::completedReportChanged);
+}
+
+void AppModel::startFresh() {
+    setMode(RenameMode::rules);
+    setRules(RenameRules());
+    assign(selectedRecipe_, std::optional<Recipe>(), &AppModel::selectedRecipeChanged);
+}
+
+void AppModel::presentTutorial() {
+    if (canPresentTutorial())
+        setShowTutorial(true);
+}

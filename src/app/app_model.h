@@ -1,0 +1,253 @@
+#pragma once
+
+#include "app/platform_services.h"
+#include "app/preview_computation.h"
+#include "app/rename_mode.h"
+
+#include "core/file_identity.h"
+#include "core/file_record.h"
+#include "core/import_result.h"
+#include "core/mapping_document.h"
+#include "core/mapping_format.h"
+#include "core/preview_row.h"
+#include "core/recipe.h"
+#include "core/rename_engine.h"
+#include "core/rename_report.h"
+#include "core/rename_rules.h"
+
+#include <QFutureWatcher>
+#include <QHash>
+#include <QList>
+#include <QMimeData>
+#include <QObject>
+#include <QProcessEnvironment>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <QTimer>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+// The application's one controller. It holds the batch, the rules or the
+// spreadsheet text, the live preview, the engine's journal state, the saved
+// recipes and every flag, notice and error the window shows, and it decides
+// what may happen when. Views only read it, call its operations and listen
+// to its signals: every published field has a change signal, and `changed`
+// follows any of them.
+//
+// Lives on the main thread. Slow work (the preview, imports, renames, undo,
+// recovery) runs on the thread pool with copies of its inputs; results come
+// back to the main thread through the event loop.
+class AppModel : public QObject {
+    Q_OBJECT
+
+public:
+    struct Startup {
+        // The journal folder; empty selects the per-user data folder's "Tessary".
+        std::optional<QString> journalDirectory;
+        QStringList arguments;
+        QProcessEnvironment environment;
+
+        // The process's own arguments and environment.
+        static Startup fromProcess();
+    };
+
+    AppModel(const PlatformServices& services, const Startup& startup, QObject* parent = nullptr);
+    ~AppModel() override;
+
+    // Published fields.
+    const QList<FileRecord>& files() const { return files_; }
+    const QList<PreviewRow>& rows() const { return rows_; }
+    RenameMode mode() const { return mode_; }
+    const QString& mappingText() const { return mappingText_; }
+    MappingFormat mappingFormat() const { return mappingFormat_; }
+    const QList<MappingDiagnostic>& mappingDiagnostics() const { return mappingDiagnostics_; }
+    qsizetype mappingCount() const { return mappingCount_; }
+    const std::optional<QString>& mappingInputError() const { return mappingInputError_; }
+    bool checkWindows() const { return checkWindows_; }
+    bool showMappingEditor() const { return showMappingEditor_; }
+    const std::optional<RenameReport>& completedReport() const { return completedReport_; }
+    const RenameRules& rules() const { return rules_; }
+    const std::optional<Recipe>& selectedRecipe() const { return selectedRecipe_; }
+    const QSet<QString>& selection() const { return selection_; }
+    const QList<Recipe>& savedRecipes() const { return savedRecipes_; }
+    bool busy() const { return busy_; }
+    bool mutatingFiles() const { return mutatingFiles_; }
+    bool authorizingFolders() const { return authorizingFolders_; }
+    bool previewing() const { return previewing_; }
+    bool hasRecovery() const { return hasRecovery_; }
+    qsizetype undoCount() const { return undoCount_; }
+    bool showConfirmation() const { return showConfirmation_; }
+    bool showSaveRecipe() const { return showSaveRecipe_; }
+    bool showTutorial() const { return showTutorial_; }
+    const QString& recipeName() const { return recipeName_; }
+    const QString& notice() const { return notice_; }
+    const std::optional<QString>& error() const { return error_; }
+    const QString& importDetails() const { return importDetails_; }
+
+    // Fields the window writes directly. Mode, format, Windows check and rules
+    // refresh the preview when they change.
+    void setMode(RenameMode mode);
+    void setMappingFormat(MappingFormat format);
+    void setCheckWindows(bool check);
+    void setRules(const RenameRules& rules);
+    void setSelection(const QSet<QString>& selection);
+    void setRecipeName(const QString& name);
+    void setShowConfirmation(bool show);
+    void setShowSaveRecipe(bool show);
+    void setShowTutorial(bool show);
+    void setShowMappingEditor(bool show);
+    void setError(const std::optional<QString>& error);
+
+    // Derived values, computed on every read.
+    qsizetype changedCount() const;
+    qsizetype conflicts() const;
+    bool overLimit() const;
+    bool isFresh() const;
+    QString recipeTitle() const;
+    bool hasModalEditor() const;
+    bool batchControlsDisabled() const;
+    bool canPresentTutorial() const;
+    bool canRename() const;
+    std::optional<RenameReport> previewReport() const;
+    bool hasEngine() const { return engine != nullptr; }
+    bool isDemo() const { return demo; }
+
+    // The demonstration workspace's root: TESSARY_DEMO_ROOT when it is an
+    // absolute path, else "Tessary-demo" in the temporary folder.
+    static QString demoRoot(const QProcessEnvironment& environment);
+
+    // Live preview.
+    void refreshPreview();
+    void refreshJournal();
+
+    // Batch actions.
+    void openFiles(bool folders);
+    void add(const QList<QUrl>& items, const QList<QUrl>& selectedFolders);
+    bool receiveDrop(const QMimeData& data);
+    void removeSelected();
+    void clear();
+    void rename();
+    void runRecoveryAction(bool recover);
+
+    // Folder grants.
+    void rememberFolder(const QUrl& folder);
+    bool authorizeFolders(const QList<QUrl>& folders, const QString& reason);
+
+    // Recipes.
+    void apply(const Recipe& recipe);
+    void saveRecipe();
+    void deleteRecipe(const Recipe& recipe);
+    void startFresh();
+
+    // Spreadsheet.
+    void editSpreadsheet();
+    void updateMappingText(const QString& text);
+    void pasteMapping();
+    void openMappingFile();
+    void loadMapping(const QUrl& file);
+    void clearMapping();
+
+    // Reports and the tutorial.
+    void exportReport(bool completed);
+    void presentTutorial();
+
+signals:
+    void filesChanged();
+    void rowsChanged();
+    void modeChanged();
+    void mappingTextChanged();
+    void mappingFormatChanged();
+    void mappingDiagnosticsChanged();
+    void mappingCountChanged();
+    void mappingInputErrorChanged();
+    void checkWindowsChanged();
+    void showMappingEditorChanged();
+    void completedReportChanged();
+    void rulesChanged();
+    void selectedRecipeChanged();
+    void selectionChanged();
+    void savedRecipesChanged();
+    void busyChanged();
+    void mutatingFilesChanged();
+    void authorizingFoldersChanged();
+    void previewingChanged();
+    void hasRecoveryChanged();
+    void undoCountChanged();
+    void showConfirmationChanged();
+    void showSaveRecipeChanged();
+    void showTutorialChanged();
+    void recipeNameChanged();
+    void noticeChanged();
+    void errorChanged();
+    void importDetailsChanged();
+    // After any of the above.
+    void changed();
+    // A preview result was applied to `rows`.
+    void previewApplied();
+
+protected:
+    // The preview's computation, run on the thread pool. Tests override it to
+    // hold a computation back while they supersede it.
+    virtual PreviewResult computePreviewInBackground(const PreviewInputs& inputs) const;
+
+private:
+    struct FolderGrant {
+        QString path;
+        FileIdentity identity;
+        bool scoped = false;
+    };
+
+    template <typename T> bool assign(T& field, T value, void (AppModel::*signal)());
+    void setNotice(const QString& notice);
+    void fail(const QString& message);
+    void makeDemo();
+    void startPreviewComputation(quint64 generation, PreviewInputs inputs);
+    void setBusy(bool busy, bool mutating);
+    void finishFileOperation(const std::optional<QString>& failure, const QString& successNotice);
+    void saveRecipes();
+    bool canChangeSpreadsheet() const;
+
+    const PlatformServices services;
+    std::shared_ptr<RenameEngine> engine;
+    bool demo = false;
+    QProcessEnvironment environment;
+    QHash<QString, FolderGrant> folderGrants;
+
+    // The preview waits this long after the last change before it computes.
+    QTimer previewDelay;
+    quint64 previewGeneration = 0;
+    std::optional<PreviewInputs> pendingInputs;
+
+    QList<FileRecord> files_;
+    QList<PreviewRow> rows_;
+    RenameMode mode_ = RenameMode::rules;
+    QString mappingText_;
+    MappingFormat mappingFormat_ = MappingFormat::automatic;
+    QList<MappingDiagnostic> mappingDiagnostics_;
+    qsizetype mappingCount_ = 0;
+    std::optional<QString> mappingInputError_;
+    bool checkWindows_ = false;
+    bool showMappingEditor_ = false;
+    std::optional<RenameReport> completedReport_;
+    RenameRules rules_;
+    std::optional<Recipe> selectedRecipe_;
+    QSet<QString> selection_;
+    QList<Recipe> savedRecipes_;
+    bool busy_ = false;
+    bool mutatingFiles_ = false;
+    bool authorizingFolders_ = false;
+    bool previewing_ = false;
+    bool hasRecovery_ = false;
+    qsizetype undoCount_ = 0;
+    bool showConfirmation_ = false;
+    bool showSaveRecipe_ = false;
+    bool showTutorial_ = false;
+    QString recipeName_;
+    QString notice_;
+    std::optional<QString> error_;
+    QString importDetails_;
+};

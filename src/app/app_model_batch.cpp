@@ -1,0 +1,218 @@
+// Adding, removing and clearing files, and the operations that change names
+// on disk: rename, undo and recovery.
+
+#include "app/app_model.h"
+
+#include "app/background.h"
+
+#include "core/file_import.h"
+#include "core/file_record.h"
+#include "core/folder_authorization.h"
+#include "core/rename_failure.h"
+
+namespace {
+
+QString counted(qsizetype count, const char* one, const char* many) {
+    return QString::number(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
+}
+
+} // namespace
+
+void AppModel::setBusy(bool busy, bool mutating) {
+    assign(busy_, busy, &AppModel::busyChanged);
+    assign(mutatingFiles_, mutating, &AppModel::mutatingFilesChanged);
+}
+
+void AppModel::openFiles(bool folders) {
+    if (busy_ || authorizingFolders_ || hasModalEditor())
+        return;
+    FileDialogs::OpenRequest request;
+    request.chooseFiles = !folders;
+    request.chooseFolders = folders;
+    request.multiple = true;
+    request.prompt = folders ? QStringLiteral("Add folder") : QStringLiteral("Add files");
+    request.message = folders ? QStringLiteral("Imports visible files directly inside each folder. "
+                                               "Subfolders, bundles, and links are skipped.")
+                              : QStringLiteral("Files are renamed in their current folders. "
+                                               "Contents and extensions stay intact.");
+    QList<QUrl> chosen = services.dialogs.open(request);
+    if (chosen.isEmpty())
+        return;
+    add(chosen, folders ? chosen : QList<QUrl>());
+}
+
+void AppModel::add(const QList<QUrl>& items, const QList<QUrl>& selectedFolders) {
+    if (busy_ || authorizingFolders_ || hasModalEditor())
+        return;
+    QList<QUrl> required;
+    try {
+        // Choosing a folder in the add panel is itself the permission for it.
+        for (const QUrl& folder : selectedFolders)
+            rememberFolder(folder);
+        required = FolderAuthorization::requiredFolders(items);
+    } catch (const RenameFailure& failure) {
+        setError(failure.message);
+        return;
+    }
+    QString reason =
+        items.size() == 1
+            ? QStringLiteral("You selected ‘") +
+                  FilePath::lastComponent(FilePath::standardized(items.front().toLocalFile())) +
+                  QStringLiteral("’.")
+            : QStringLiteral("You selected %1 items.").arg(items.size());
+    if (!authorizeFolders(required, reason))
+        return;
+
+    setBusy(true, false);
+    setNotice(QStringLiteral("Adding files…"));
+    runInBackground(
+        this, [items, existing = files_] { return FileImport::collect(items, existing, 5000); },
+        [this](const ImportResult& result) {
+            assign(files_, result.files, &AppModel::filesChanged);
+            refreshPreview();
+            setBusy(false, false);
+            refreshPreview();
+            assign(importDetails_, result.skipped.join(QLatin1Char('\n')),
+                   &AppModel::importDetailsChanged);
+            qsizetype count = files_.size();
+            if (result.reachedLimit)
+                setNotice(QStringLiteral("Added up to 5,000 files. Remaining items were skipped."));
+            else if (!result.skipped.isEmpty())
+                setNotice(counted(count, "file", "files") +
+                          QStringLiteral(" added. Some unsupported items were skipped."));
+            else
+                setNotice(counted(count, "file", "files") +
+                          QStringLiteral(" · naturally sorted by name"));
+        });
+}
+
+bool AppModel::receiveDrop(const QMimeData& data) {
+    if (batchControlsDisabled())
+        return false;
+    QList<QUrl> items;
+    for (const QUrl& url : data.urls()) {
+        if (url.isLocalFile())
+            items.append(url);
+    }
+    // After the drop has finished: adding may ask for folder access in a
+    // modal panel, which must not run inside the drop itself.
+    QMetaObject::invokeMethod(
+        this, [this, items] { add(items, {}); }, Qt::QueuedConnection);
+    return true;
+}
+
+void AppModel::removeSelected() {
+    if (busy_ || authorizingFolders_ || hasModalEditor() || selection_.isEmpty())
+        return;
+    QList<FileRecord> kept;
+    for (const FileRecord& file : files_) {
+        if (!selection_.contains(file.id()))
+            kept.append(file);
+    }
+    assign(files_, kept, &AppModel::filesChanged);
+    refreshPreview();
+    assign(selection_, QSet<QString>(), &AppModel::selectionChanged);
+    refreshPreview();
+    setNotice(QStringLiteral("Selection removed from this batch. Files on disk are unchanged."));
+}
+
+void AppModel::clear() {
+    if (busy_ || authorizingFolders_ || hasModalEditor())
+        return;
+    assign(files_, QList<FileRecord>(), &AppModel::filesChanged);
+    refreshPreview();
+    assign(rows_, QList<PreviewRow>(), &AppModel::rowsChanged);
+    assign(selection_, QSet<QString>(), &AppModel::selectionChanged);
+    setNotice(QString());
+    assign(importDetails_, QString(), &AppModel::importDetailsChanged);
+    assign(mappingText_, QString(), &AppModel::mappingTextChanged);
+    assign(mappingInputError_, std::optional<QString>(), &AppModel::mappingInputErrorChanged);
+    refreshPreview();
+    setMappingFormat(MappingFormat::automatic);
+    // Nothing is left to preview: the pending computation is dropped for good.
+    previewDelay.stop();
+    pendingInputs.reset();
+    ++previewGeneration;
+    assign(previewing_, false, &AppModel::previewingChanged);
+    assign(mappingDiagnostics_, QList<MappingDiagnostic>(), &AppModel::mappingDiagnosticsChanged);
+    assign(mappingCount_, qsizetype(0), &AppModel::mappingCountChanged);
+}
+
+void AppModel::finishFileOperation(const std::optional<QString>& failure,
+                                   const QString& successNotice) {
+    setBusy(false, false);
+    refreshJournal();
+    if (failure) {
+        setError(*failure);
+        refreshPreview();
+        return;
+    }
+    clear();
+    setNotice(successNotice);
+}
+
+void AppModel::rename() {
+    if (!canRename())
+        return;
+    setBusy(true, true);
+    QList<RenameIntent> intents;
+    intents.reserve(rows_.size());
+    for (const PreviewRow& row : rows_)
+        intents.append(row.intent);
+    const qsizetype changes = changedCount();
+    runInBackground(
+        this,
+        [engine = engine, intents]() -> std::optional<QString> {
+            try {
+                engine->execute(intents, 5000);
+            } catch (const RenameFailure& failure) {
+                return failure.message;
+            }
+            return std::nullopt;
+        },
+        [this, changes](const std::optional<QString>& failure) {
+            finishFileOperation(failure,
+                                counted(changes, "file", "files") +
+                                    QStringLiteral(" renamed. You can undo this batch, even after "
+                                                   "reopening Tessary."));
+        });
+}
+
+void AppModel::runRecoveryAction(bool recover) {
+    if (!engine || batchControlsDisabled())
+        return;
+    if (recover ? !hasRecovery_ : (hasRecovery_ || undoCount_ < 1))
+        return;
+    QList<QUrl> folders;
+    try {
+        folders = engine->journalFolders(recover);
+    } catch (const RenameFailure& failure) {
+        setError(failure.message);
+        return;
+    }
+    QString reason =
+        recover ? QStringLiteral("Recovering this interrupted batch requires its original folders.")
+                : QStringLiteral("Undoing the last batch requires its containing folders.");
+    if (!authorizeFolders(folders, reason))
+        return;
+
+    setBusy(true, true);
+    runInBackground(
+        this,
+        [engine = engine, recover]() -> std::optional<QString> {
+            try {
+                recover ? engine->recover() : engine->undo();
+            } catch (const RenameFailure& failure) {
+                return failure.message;
+            }
+            return std::nullopt;
+        },
+        [this, recover](const std::optional<QString>& failure) {
+            finishFileOperation(failure, recover
+                                             ? QStringLiteral("Recovery finished. Original names "
+                                                              "restored, or the completed batch "
+                                                              "was saved for undo.")
+                                             : QStringLiteral("The last batch was undone. "
+                                                              "Original names restored."));
+        });
+}

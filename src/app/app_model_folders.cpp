@@ -1,0 +1,83 @@
+// Folder access: a containing folder is used only after the user chose that
+// very folder during this run, and only while it is still the same folder.
+
+#include "app/app_model.h"
+
+#include "core/file_record.h"
+#include "core/filename.h"
+#include "core/folder_authorization.h"
+#include "core/rename_failure.h"
+
+namespace {
+
+QString standardPath(const QUrl& folder) {
+    return FilePath::standardized(folder.toLocalFile());
+}
+
+// Grants are keyed like paths are compared: composed form, no case folding,
+// links not resolved.
+QString grantKey(const QString& path) {
+    return Filename::canonical(path);
+}
+
+} // namespace
+
+void AppModel::rememberFolder(const QUrl& folder) {
+    QString path = standardPath(folder);
+    FileIdentity identity = FolderAuthorization::directoryIdentity(QUrl::fromLocalFile(path));
+    // No sandbox here: there is no security-scoped access to start or stop.
+    folderGrants.insert(grantKey(path), FolderGrant{path, identity, false});
+}
+
+bool AppModel::authorizeFolders(const QList<QUrl>& folders, const QString& reason) {
+    assign(authorizingFolders_, true, &AppModel::authorizingFoldersChanged);
+    auto finish = [this](bool granted) {
+        assign(authorizingFolders_, false, &AppModel::authorizingFoldersChanged);
+        return granted;
+    };
+    for (const QUrl& folder : folders) {
+        QString path = standardPath(folder);
+        auto grant = folderGrants.constFind(grantKey(path));
+        if (grant != folderGrants.cend()) {
+            try {
+                if (FolderAuthorization::directoryIdentity(QUrl::fromLocalFile(path)) ==
+                    grant->identity)
+                    continue;
+            } catch (const RenameFailure&) {
+                // A folder that cannot be identified now is asked for again.
+            }
+        }
+
+        setNotice(
+            QStringLiteral("Choose the containing folder to allow safe previews and renaming."));
+        FileDialogs::OpenRequest request;
+        request.title = QStringLiteral("Allow access to ") + FilePath::lastComponent(path);
+        request.chooseFiles = false;
+        request.chooseFolders = true;
+        request.multiple = false;
+        request.canCreateFolders = false;
+        request.initialFolder = QUrl::fromLocalFile(path);
+        request.prompt = QStringLiteral("Allow this folder");
+        request.message = reason +
+                          QStringLiteral(" Tessary needs this exact folder to check existing "
+                                         "filenames and rename in place: ") +
+                          path + QStringLiteral(". Only the selected files will be changed.");
+        QList<QUrl> chosen = services.dialogs.open(request);
+        if (chosen.isEmpty()) {
+            setNotice(QStringLiteral("Folder access cancelled. Your batch is unchanged."));
+            return finish(false);
+        }
+        if (!folder.isLocalFile() || !FolderAuthorization::accepts(chosen.front(), folder)) {
+            setError(QStringLiteral("Please choose the exact containing folder: ") + path +
+                     QStringLiteral(". Your batch is unchanged."));
+            return finish(false);
+        }
+        try {
+            rememberFolder(chosen.front());
+        } catch (const RenameFailure& failure) {
+            setError(failure.message);
+            return finish(false);
+        }
+    }
+    return finish(true);
+}

@@ -1,0 +1,29 @@
+#include "app/preview_computation.h"
+
+#include "core/mapping_parser.h"
+#include "core/mapping_preview.h"
+#include "core/rename_preview.h"
+
+PreviewResult computePreview(const PreviewInputs& inputs) {
+    PreviewResult result;
+    if (inputs.mode == RenameMode::rules) {
+        QList<RenameIntent> intents;
+        intents.reserve(inputs.files.size());
+        for (qsizetype index = 0; index < inputs.files.size(); ++index) {
+            const FileRecord& file = inputs.files[index];
+            intents.append({file, inputs.rules.filename(file.name(), index)});
+        }
+        result.rows = RenamePreview::rows(intents, inputs.checkWindows);
+        return result;
+    }
+    MappingDocument document;
+    if (inputs.mappingInputError)
+        document.diagnostics.append({std::nullopt, std::nullopt, *inputs.mappingInputError});
+    else
+        document = MappingParser::parse(inputs.mappingText.toUtf8(), inputs.mappingFormat);
+    MappingPreview preview = MappingPreview::compute(inputs.files, document, inputs.checkWindows);
+    result.rows = preview.rows;
+    result.diagnostics = preview.diagnostics;
+    result.mappingCount = document.entries.size();
+    return result;
+}
