@@ -87,15 +87,6 @@ AppModel::~AppModel() {
     QThreadPool::globalInstance()->waitForDone();
 }
 
-template <typename T> bool AppModel::assign(T& field, T value, void (AppModel::*signal)()) {
-    if (field == value)
-        return false;
-    field = std::move(value);
-    emit(this->*signal)();
-    emit changed();
-    return true;
-}
-
 QString AppModel::demoRoot(const QProcessEnvironment& environment) {
     QString root = environment.value(QStringLiteral("TESSARY_DEMO_ROOT"));
     if (root.startsWith(QLatin1Char('/')))

@@ -251,3 +251,14 @@ private:
     std::optional<QString> error_;
     QString importDetails_;
 };
+
+// Every published field changes through here, so every change is signalled,
+// and only real changes are.
+template <typename T> bool AppModel::assign(T& field, T value, void (AppModel::*signal)()) {
+    if (field == value)
+        return false;
+    field = std::move(value);
+    emit(this->*signal)();
+    emit changed();
+    return true;
+}

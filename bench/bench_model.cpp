@@ -1,0 +1,132 @@
+// How the model feels to a person typing in the rules inspector: 5,000 files
+// in the batch, the rules changed ten times in a row, then the time from the
+// last change until the new rows are applied, and the longest stretch the main
+// thread could not serve events (a 1 ms timer watches it).
+
+#include "app/app_model.h"
+#include "app/qsettings_store.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+
+namespace {
+
+constexpr int fileCount = 5000;
+
+// The person: answers the folder panel with the benchmark's folder.
+class FolderAnswer : public FileDialogs {
+public:
+    explicit FolderAnswer(QString folder) : folder(std::move(folder)) {}
+    QList<QUrl> open(const OpenRequest&) override { return {QUrl::fromLocalFile(folder)}; }
+    std::optional<QString> save(const SaveRequest&) override { return std::nullopt; }
+
+private:
+    QString folder;
+};
+
+class NoClipboard : public Clipboard {
+public:
+    QString text() const override { return {}; }
+};
+
+class NoUrls : public UrlOpener {
+public:
+    void open(const QUrl&) override {}
+};
+
+// The longest gap between ticks of a 1 ms timer, less the millisecond itself.
+class Watchdog : public QObject {
+public:
+    Watchdog() {
+        timer.setInterval(1);
+        connect(&timer, &QTimer::timeout, this, [this] {
+            qint64 now = clock.nsecsElapsed();
+            longest = std::max(longest, now - last);
+            last = now;
+        });
+        clock.start();
+        timer.start();
+    }
+    void reset() {
+        last = clock.nsecsElapsed();
+        longest = 0;
+    }
+    double longestMilliseconds() const { return std::max(0.0, double(longest) / 1e6 - 1.0); }
+
+private:
+    QTimer timer;
+    QElapsedTimer clock;
+    qint64 last = 0;
+    qint64 longest = 0;
+};
+
+void waitFor(AppModel& model, void (AppModel::*signal)(), const std::function<bool()>& done) {
+    QEventLoop loop;
+    QObject::connect(&model, signal, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    if (!done())
+        loop.exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    QTextStream out(stdout);
+    QTemporaryDir work;
+    QString files = work.path() + "/files";
+    QDir().mkpath(files);
+    for (int index = 0; index < fileCount; ++index) {
+        QFile file(files + QStringLiteral("/IMG_%1 Holiday.jpg").arg(index));
+        if (!file.open(QIODevice::WriteOnly))
+            return 1;
+    }
+
+    FolderAnswer dialogs(files);
+    NoClipboard clipboard;
+    QSettingsStore settings(work.path() + "/settings.ini");
+    NoUrls urls;
+    AppModel model({dialogs, clipboard, settings, urls},
+                   {work.path() + "/journal", {}, QProcessEnvironment()});
+
+    Watchdog watchdog;
+    QElapsedTimer clock;
+    clock.start();
+    model.openFiles(true);
+    waitFor(model, &AppModel::changed, [&] { return !model.busy() && !model.previewing(); });
+    out << "files: " << model.files().size() << ", imported and previewed in " << clock.elapsed()
+        << " ms; longest main-thread block " << watchdog.longestMilliseconds() << " ms\n";
+
+    // Ten edits in a row, as fast as a person types (one every 50 ms), then
+    // the wait for the rows.
+    watchdog.reset();
+    RenameRules rules;
+    rules.sequence = true;
+    const QString typed = QStringLiteral("Studio North");
+    qint64 lastChange = 0;
+    for (int edit = 1; edit <= 10; ++edit) {
+        rules.baseName = typed.left(edit);
+        model.setRules(rules);
+        lastChange = clock.nsecsElapsed();
+        if (edit < 10) {
+            QEventLoop pause;
+            QTimer::singleShot(50, &pause, &QEventLoop::quit);
+            pause.exec();
+        }
+    }
+    waitFor(model, &AppModel::previewApplied, [&] { return !model.previewing(); });
+    double applied = double(clock.nsecsElapsed() - lastChange) / 1e6;
+    out << QStringLiteral("last change to rows applied: %1 ms (target 150)\n")
+               .arg(applied, 0, 'f', 1);
+    out << QStringLiteral("longest main-thread block while typing: %1 ms (target 16)\n")
+               .arg(watchdog.longestMilliseconds(), 0, 'f', 1);
+    out << "first row: " << model.rows().front().intent.filename << "\n";
+    return 0;
+}
