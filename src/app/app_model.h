@@ -114,6 +114,8 @@ public:
     bool canRename() const;
     std::optional<RenameReport> previewReport() const;
     bool hasEngine() const { return engine != nullptr; }
+    // Where the engine keeps its journals; empty without an engine.
+    QString journalFolder() const { return engine ? engine->directory() : QString(); }
     bool isDemo() const { return demo; }
 
     // The demonstration workspace's root: TESSARY_DEMO_ROOT when it is an

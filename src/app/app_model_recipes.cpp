@@ -45,10 +45,13 @@ void AppModel::saveRecipe() {
 }
 
 void AppModel::deleteRecipe(const Recipe& recipe) {
+    // `recipe` may be an entry of `savedRecipes_` itself, which the assignment
+    // below frees: keep only its id.
+    const QUuid id = recipe.id;
     QList<Recipe> recipes = savedRecipes_;
-    recipes.removeIf([&](const Recipe& saved) { return saved.id == recipe.id; });
+    recipes.removeIf([&](const Recipe& saved) { return saved.id == id; });
     assign(savedRecipes_, recipes, &AppModel::savedRecipesChanged);
-    if (selectedRecipe_ && selectedRecipe_->id == recipe.id)
+    if (selectedRecipe_ && selectedRecipe_->id == id)
         assign(selectedRecipe_, std::optional<Recipe>(), &AppModel::selectedRecipeChanged);
     saveRecipes();
 }

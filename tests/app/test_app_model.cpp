@@ -1,0 +1,515 @@
+#include "scripted_services.h"
+#include "temporary_folder.h"
+
+#include "app/app_model.h"
+#include "app/qsettings_store.h"
+
+#include "core/mapping_parser.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+#include <QThreadPool>
+
+#include <atomic>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Generous: every wait below ends as soon as its condition holds, and the
+// sanitizer build is many times slower.
+constexpr int patience = 10000;
+
+// A real model whose preview computations can be counted, and held back so
+// that a test can supersede one at a moment of its choosing.
+class ObservedModel : public AppModel {
+public:
+    using AppModel::AppModel;
+
+    ~ObservedModel() override {
+        gate.release(100);
+        // A computation still on the pool reads the members below.
+        QThreadPool::globalInstance()->waitForDone();
+    }
+
+    mutable std::atomic<int> computations{0};
+    mutable std::atomic<int> finished{0};
+    // The next computation releases `held` once it has started, then waits for `gate`.
+    mutable std::atomic<bool> holdNext{false};
+    mutable QSemaphore held, gate;
+
+protected:
+    PreviewResult computePreviewInBackground(const PreviewInputs& inputs) const override {
+        ++computations;
+        if (holdNext.exchange(false)) {
+            held.release();
+            gate.acquire();
+        }
+        PreviewResult result = AppModel::computePreviewInBackground(inputs);
+        ++finished;
+        return result;
+    }
+};
+
+bool settled(const AppModel& model) {
+    return QTest::qWaitFor([&] { return !model.busy() && !model.previewing(); }, patience);
+}
+
+RenameRules prefixed(const QString& prefix) {
+    RenameRules rules;
+    rules.prefix = prefix;
+    return rules;
+}
+
+QStringList proposedNames(const AppModel& model) {
+    QStringList names;
+    for (const PreviewRow& row : model.rows())
+        names.append(row.intent.filename);
+    return names;
+}
+
+// Hidden entries included: a staging name left behind is a fault.
+QStringList listing(const QString& folder) {
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+}
+
+} // namespace
+
+class AppModelTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void init();
+    void cleanup();
+    void burstOfEditsComputesOnePreviewWithTheLastInputs();
+    void supersededPreviewIsNeverApplied();
+    void renameIsOfferedOnlyForACurrentCleanPreview();
+    void renameUndoAndRecoveryAcrossARestart();
+    void addingAsksForUngrantedFoldersAndSummarises();
+    void folderGrantsNeedTheExactUnchangedFolder();
+    void recipesAreTrimmedCutAndKeptAcrossRuns();
+    void spreadsheetTextKeepsItsLastGoodVersion();
+    void exportSavesTheDraftAndTheReceipt();
+    void unusableJournalFolderLeavesAViewOnlyModel();
+    void demoRunsOnEightSampleFiles();
+
+private:
+    std::unique_ptr<TemporaryFolder> disk;
+    std::unique_ptr<ScriptedDialogs> dialogs;
+    ScriptedClipboard clipboard;
+    RecordingUrlOpener urls;
+    std::unique_ptr<QSettingsStore> settings;
+    std::unique_ptr<ObservedModel> model;
+
+    std::unique_ptr<ObservedModel> start(const QStringList& arguments = {},
+                                         const QProcessEnvironment& environment = {},
+                                         const QString& journal = QStringLiteral("journal")) {
+        return std::make_unique<ObservedModel>(
+            PlatformServices{*dialogs, clipboard, *settings, urls},
+            AppModel::Startup{disk->at(journal), arguments, environment});
+    }
+
+    // As if the user had chosen `folder` in the add-folder panel.
+    bool load(const QString& folder) {
+        model->add({QUrl::fromLocalFile(folder)}, {QUrl::fromLocalFile(folder)});
+        return settled(*model);
+    }
+};
+
+void AppModelTest::init() {
+    disk = std::make_unique<TemporaryFolder>();
+    dialogs = std::make_unique<ScriptedDialogs>();
+    clipboard.contents.clear();
+    settings = std::make_unique<QSettingsStore>(disk->at("settings.ini"));
+    model = start();
+}
+
+void AppModelTest::cleanup() {
+    model.reset();
+}
+
+void AppModelTest::burstOfEditsComputesOnePreviewWithTheLastInputs() {
+    disk->file("in/a.txt");
+    disk->file("in/b.txt");
+    QVERIFY(load(disk->at("in")));
+    model->computations = 0;
+    QSignalSpy applied(model.get(), &AppModel::previewApplied);
+    QSignalSpy previewing(model.get(), &AppModel::previewingChanged);
+
+    for (int edit = 1; edit <= 5; ++edit) {
+        model->setRules(prefixed(QStringLiteral("v%1-").arg(edit)));
+        QTest::qWait(10);
+    }
+    QVERIFY(settled(*model));
+    // Long enough for any stray timer from the burst to fire as well.
+    QTest::qWait(300);
+
+    QCOMPARE(model->computations.load(), 1);
+    QCOMPARE(applied.count(), 1);
+    // Raised once by the first edit, lowered once by the result.
+    QCOMPARE(previewing.count(), 2);
+    QCOMPARE(proposedNames(*model), (QStringList{"v5-a.txt", "v5-b.txt"}));
+}
+
+void AppModelTest::supersededPreviewIsNeverApplied() {
+    disk->file("in/a.txt");
+    QVERIFY(load(disk->at("in")));
+    model->finished = 0;
+    QSignalSpy applied(model.get(), &AppModel::previewApplied);
+
+    model->holdNext = true;
+    model->setRules(prefixed("old-"));
+    QVERIFY(QTest::qWaitFor([&] { return model->held.tryAcquire(); }, patience));
+    model->setRules(prefixed("new-"));
+    model->gate.release();
+
+    QTRY_COMPARE_WITH_TIMEOUT(model->finished.load(), 2, patience);
+    QVERIFY(settled(*model));
+    QCOMPARE(applied.count(), 1);
+    QCOMPARE(proposedNames(*model), QStringList{"new-a.txt"});
+}
+
+void AppModelTest::renameIsOfferedOnlyForACurrentCleanPreview() {
+    disk->file("in/a.txt");
+    disk->file("in/b.txt");
+    QVERIFY(load(disk->at("in")));
+    QCOMPARE(model->changedCount(), 0);
+    QVERIFY(!model->canRename());
+
+    model->setRules(prefixed("x-"));
+    QVERIFY(!model->canRename());
+    QVERIFY(settled(*model));
+    QVERIFY(model->canRename());
+
+    RenameRules same;
+    same.baseName = "same";
+    model->setRules(same);
+    QVERIFY(settled(*model));
+    QCOMPARE(model->conflicts(), 2);
+    QVERIFY(!model->canRename());
+
+    // A row that names no file blocks the batch although every file's own row is fine.
+    model->setMode(RenameMode::spreadsheet);
+    model->updateMappingText("a.txt,x.txt\nb.txt,y.txt\nmissing.txt,z.txt\n");
+    QVERIFY(settled(*model));
+    QCOMPARE(model->conflicts(), 0);
+    QCOMPARE(model->changedCount(), 2);
+    QCOMPARE(model->mappingDiagnostics().size(), 1);
+    QVERIFY(!model->canRename());
+
+    model->updateMappingText("a.txt,x.txt\nb.txt,y.txt\n");
+    QVERIFY(settled(*model));
+    QVERIFY(model->canRename());
+}
+
+void AppModelTest::renameUndoAndRecoveryAcrossARestart() {
+    for (const char* name : {"c 10.txt", "c 2.txt", "c 1.txt"})
+        disk->file(QStringLiteral("Batch/") + name);
+    const QString batch = disk->at("Batch");
+
+    dialogs->openAnswers = {{QUrl::fromLocalFile(batch)}};
+    model->openFiles(true);
+    QVERIFY(settled(*model));
+    // Choosing the folder in the add panel is its grant: no second panel.
+    QCOMPARE(dialogs->openRequests.size(), 1);
+    QCOMPARE(model->notice(), u"3 files · naturally sorted by name"_s);
+
+    model->setRules(prefixed("done-"));
+    QVERIFY(settled(*model));
+    model->rename();
+    QVERIFY(model->mutatingFiles());
+    QVERIFY(settled(*model));
+    QVERIFY(!model->error());
+    QVERIFY(model->files().isEmpty());
+    QCOMPARE(model->notice(),
+             "3 files renamed. You can undo this batch, even after reopening Tessary.");
+    QCOMPARE(model->undoCount(), 3);
+    QVERIFY(model->completedReport());
+    QCOMPARE(model->completedReport()->changedCount, 3);
+    QCOMPARE(listing(batch), (QStringList{"done-c 1.txt", "done-c 10.txt", "done-c 2.txt"}));
+
+    model->runRecoveryAction(false);
+    QVERIFY(settled(*model));
+    QCOMPARE(model->notice(), "The last batch was undone. Original names restored.");
+    QCOMPARE(model->undoCount(), 0);
+    QCOMPARE(listing(batch), (QStringList{"c 1.txt", "c 10.txt", "c 2.txt"}));
+    QCOMPARE(dialogs->openRequests.size(), 1);
+
+    // A batch that finished renaming but never retired its active journal:
+    // the next run must offer recovery and refuse anything new until then.
+    dialogs->openAnswers = {{QUrl::fromLocalFile(batch)}};
+    model->openFiles(true);
+    QVERIFY(settled(*model));
+    model->rename();
+    QVERIFY(settled(*model));
+    QVERIFY(QFile::copy(disk->at("journal/undo.json"), disk->at("journal/active.json")));
+
+    model = start();
+    QVERIFY(model->hasRecovery());
+    disk->file("Other/o.txt");
+    QVERIFY(load(disk->at("Other")));
+    model->setRules(prefixed("p-"));
+    QVERIFY(settled(*model));
+    QCOMPARE(model->changedCount(), 1);
+    QVERIFY(!model->canRename());
+
+    dialogs->openRequests.clear();
+    dialogs->openAnswers = {{QUrl::fromLocalFile(batch)}};
+    model->runRecoveryAction(true);
+    QCOMPARE(dialogs->openRequests.size(), 1);
+    QCOMPARE(dialogs->openRequests[0].title, "Allow access to Batch");
+    QCOMPARE(dialogs->openRequests[0].message,
+             "Recovering this interrupted batch requires its original folders. Tessary needs "
+             "this exact folder to check existing filenames and rename in place: " +
+                 batch + ". Only the selected files will be changed.");
+    QVERIFY(settled(*model));
+    QVERIFY(!model->error());
+    QCOMPARE(model->notice(), "Recovery finished. Original names restored, or the completed "
+                              "batch was saved for undo.");
+    QVERIFY(!model->hasRecovery());
+    QCOMPARE(model->undoCount(), 3);
+}
+
+void AppModelTest::addingAsksForUngrantedFoldersAndSummarises() {
+    disk->file("Photos/p.jpg");
+    dialogs->openAnswers = {{disk->url("Photos")}};
+    model->add({disk->url("Photos")}, {});
+    QVERIFY(settled(*model));
+    QCOMPARE(dialogs->openRequests.size(), 1);
+    QVERIFY(dialogs->openRequests[0].message.startsWith(
+        u"You selected ‘Photos’. Tessary needs this exact folder"_s));
+    QCOMPARE(model->notice(), u"1 file · naturally sorted by name"_s);
+
+    for (const char* name : {"1.txt", "2.txt", "3.txt"})
+        disk->file(QStringLiteral("Loose/") + name);
+    dialogs->openAnswers = {{disk->url("Loose")}};
+    model->add({disk->url("Loose/1.txt"), disk->url("Loose/2.txt"), disk->url("Loose/3.txt")}, {});
+    QVERIFY(settled(*model));
+    QCOMPARE(dialogs->openRequests.size(), 2);
+    QVERIFY(dialogs->openRequests[1].message.startsWith("You selected 3 items. "));
+    QCOMPARE(model->notice(), u"4 files · naturally sorted by name"_s);
+
+    disk->file("Mixed/m.txt");
+    disk->folder("Mixed/Sub");
+    model->add({disk->url("Mixed")}, {disk->url("Mixed")});
+    QVERIFY(settled(*model));
+    QCOMPARE(dialogs->openRequests.size(), 2);
+    QCOMPARE(model->notice(), "5 files added. Some unsupported items were skipped.");
+    QVERIFY(model->importDetails().startsWith("Sub: "));
+}
+
+void AppModelTest::folderGrantsNeedTheExactUnchangedFolder() {
+    const QUrl a = QUrl::fromLocalFile(disk->folder("A"));
+    dialogs->openAnswers = {{a}};
+    QVERIFY(model->authorizeFolders({a}, "Because."));
+    QCOMPARE(dialogs->openRequests.size(), 1);
+    const FileDialogs::OpenRequest request = dialogs->openRequests[0];
+    QCOMPARE(request.title, "Allow access to A");
+    QCOMPARE(request.prompt, "Allow this folder");
+    QCOMPARE(request.message, "Because. Tessary needs this exact folder to check existing "
+                              "filenames and rename in place: " +
+                                  a.toLocalFile() + ". Only the selected files will be changed.");
+    QVERIFY(request.chooseFolders && !request.chooseFiles && !request.multiple);
+    QCOMPARE(request.initialFolder, a);
+
+    // Moved aside rather than removed, so the new folder cannot reuse its inode.
+    QVERIFY(QDir().rename(disk->at("A"), disk->at("A-old")));
+    disk->folder("A");
+    QVERIFY(!model->authorizeFolders({a}, "Replaced."));
+    QCOMPARE(dialogs->openRequests.size(), 2);
+    QCOMPARE(model->notice(), "Folder access cancelled. Your batch is unchanged.");
+
+    const QString b = disk->folder("parent/B");
+    dialogs->openAnswers = {{disk->url("parent")}};
+    QVERIFY(!model->authorizeFolders({QUrl::fromLocalFile(b)}, "Because."));
+    QCOMPARE(model->error(),
+             "Please choose the exact containing folder: " + b + ". Your batch is unchanged.");
+
+    const QList<QUrl> three{QUrl::fromLocalFile(disk->folder("X")),
+                            QUrl::fromLocalFile(disk->folder("Y")),
+                            QUrl::fromLocalFile(disk->folder("Z"))};
+    dialogs->openRequests.clear();
+    dialogs->openAnswers = {{three[0]}};
+    QVERIFY(!model->authorizeFolders(three, "Three."));
+    QCOMPARE(dialogs->openRequests.size(), 2);
+    QVERIFY(!model->authorizingFolders());
+    QVERIFY(model->authorizeFolders({three[0]}, "Kept."));
+    QCOMPARE(dialogs->openRequests.size(), 2);
+}
+
+void AppModelTest::recipesAreTrimmedCutAndKeptAcrossRuns() {
+    QCOMPARE(model->recipeTitle(), "Start fresh");
+    model->setRules(prefixed("c-"));
+    QCOMPARE(model->recipeTitle(), "Custom rules");
+
+    // An emoji with a skin tone is one character of two code points.
+    const QString emoji = u"👍🏽"_s;
+    const struct {
+        QString typed;
+        QString stored;
+    } names[] = {
+        {"  Client handoff  ", "Client handoff"},
+        {QString(45, 'n'), QString(40, 'n')},
+        {emoji.repeated(42), emoji.repeated(40)},
+    };
+    for (const auto& name : names) {
+        model->setShowSaveRecipe(true);
+        model->setRecipeName(name.typed);
+        model->saveRecipe();
+        QCOMPARE(model->savedRecipes().last().name, name.stored);
+        QCOMPARE(model->recipeTitle(), name.stored);
+        QVERIFY(!model->showSaveRecipe());
+        QVERIFY(model->recipeName().isEmpty());
+    }
+
+    model->setShowSaveRecipe(true);
+    model->setRecipeName(" \n\t ");
+    model->saveRecipe();
+    QCOMPARE(model->savedRecipes().size(), 3);
+    QVERIFY(model->showSaveRecipe());
+    model->setShowSaveRecipe(false);
+
+    model->setRules(prefixed("edited-"));
+    QCOMPARE(model->recipeTitle(), "Custom rules");
+
+    // The window deletes by handing back an entry of the list it shows.
+    model->apply(model->savedRecipes()[1]);
+    QCOMPARE(model->recipeTitle(), QString(40, 'n'));
+    model->deleteRecipe(model->savedRecipes()[1]);
+    QVERIFY(!model->selectedRecipe());
+    QVERIFY(model->rules() == prefixed("c-"));
+    QCOMPARE(model->recipeTitle(), "Custom rules");
+
+    const QList<Recipe> kept = model->savedRecipes();
+    model.reset();
+    settings = std::make_unique<QSettingsStore>(disk->at("settings.ini"));
+    model = start();
+    QVERIFY(model->savedRecipes() == kept);
+}
+
+void AppModelTest::spreadsheetTextKeepsItsLastGoodVersion() {
+    disk->file("in/a.txt");
+    disk->file("in/b.txt");
+    QVERIFY(load(disk->at("in")));
+    model->setMode(RenameMode::spreadsheet);
+    const QString text = "a.txt,x.txt\nzzz.txt,y.txt\n";
+    model->updateMappingText(text);
+    QVERIFY(settled(*model));
+    QCOMPARE(model->mappingCount(), 2);
+    // The row that matches no file, and b.txt that no row names.
+    QCOMPARE(model->mappingDiagnostics().size(), 2);
+
+    const QString empty =
+        "Copy two columns as text from your spreadsheet, then choose Paste columns.";
+    model->pasteMapping();
+    QCOMPARE(model->mappingInputError(), empty);
+    QCOMPARE(model->mappingText(), text);
+    QVERIFY(settled(*model));
+    const QList<MappingDiagnostic> only{{std::nullopt, std::nullopt, empty}};
+    QVERIFY(model->mappingDiagnostics() == only);
+    QCOMPARE(model->mappingCount(), 0);
+
+    model->setMappingFormat(MappingFormat::csv);
+    clipboard.contents = "a.txt\tx.txt\nb.txt\ty.txt\n";
+    model->pasteMapping();
+    QCOMPARE(model->mappingFormat(), MappingFormat::automatic);
+    QCOMPARE(model->mappingText(), clipboard.contents);
+    QVERIFY(!model->mappingInputError());
+    QVERIFY(settled(*model));
+    QCOMPARE(model->mappingCount(), 2);
+
+    model->updateMappingText(QString(MappingParser::maximumBytes + 1, 'a'));
+    QCOMPARE(model->mappingText(), clipboard.contents);
+    QCOMPARE(model->mappingInputError(),
+             "This text exceeds 4 MiB and was not loaded. Edit or clear the text, or open a "
+             "smaller spreadsheet.");
+    model->clearMapping();
+    QVERIFY(model->mappingText().isEmpty());
+    QVERIFY(!model->mappingInputError());
+
+    model->setMode(RenameMode::rules);
+    model->loadMapping(QUrl::fromLocalFile(disk->file("list.TSV", "a.txt\tz.txt\n")));
+    QCOMPARE(model->mode(), RenameMode::spreadsheet);
+    QCOMPARE(model->mappingText(), "a.txt\tz.txt\n");
+    QCOMPARE(model->mappingFormat(), MappingFormat::tsv);
+
+    model->setMode(RenameMode::rules);
+    model->loadMapping(QUrl::fromLocalFile(disk->file("latin1.csv", "a.txt,\xe9.txt\n")));
+    QCOMPARE(model->mappingInputError(),
+             "Spreadsheet not loaded. Use UTF-8 CSV or TSV. This file uses an unsupported "
+             "encoding. Edit or clear the existing text, or open another file.");
+    QCOMPARE(model->mappingText(), "a.txt\tz.txt\n");
+    QCOMPARE(model->mode(), RenameMode::rules);
+}
+
+void AppModelTest::exportSavesTheDraftAndTheReceipt() {
+    model->exportReport(false);
+    QVERIFY(dialogs->saveRequests.isEmpty());
+
+    disk->file("in/a.txt");
+    QVERIFY(load(disk->at("in")));
+    model->setRules(prefixed("x-"));
+    QVERIFY(settled(*model));
+    dialogs->saveAnswers = {disk->at("draft.html")};
+    model->exportReport(false);
+    QCOMPARE(dialogs->saveRequests.size(), 1);
+    QCOMPARE(dialogs->saveRequests[0].proposedName, "Tessary-draft-preview.html");
+    QCOMPARE(model->notice(), "Draft preview saved. No files were renamed by this export.");
+    QVERIFY(disk->read("draft.html").contains("<h1>Draft preview</h1>"));
+
+    model->rename();
+    QVERIFY(settled(*model));
+    dialogs->saveAnswers = {disk->at("receipt.html")};
+    model->exportReport(true);
+    QCOMPARE(dialogs->saveRequests.size(), 2);
+    QCOMPARE(dialogs->saveRequests[1].proposedName, "Tessary-rename-receipt.html");
+    QCOMPARE(model->notice(), "Rename receipt saved. It records the last completed batch.");
+    const QByteArray receipt = disk->read("receipt.html");
+    QVERIFY(receipt.contains("<h1>Completed rename receipt</h1>"));
+    QVERIFY(receipt.contains("x-a.txt"));
+
+    // The rename emptied the batch: there is no draft to offer.
+    model->exportReport(false);
+    QCOMPARE(dialogs->saveRequests.size(), 2);
+}
+
+void AppModelTest::unusableJournalFolderLeavesAViewOnlyModel() {
+    disk->file("blocked", "not a folder");
+    model = start({}, {}, "blocked");
+    QVERIFY(model->error());
+    QVERIFY(model->error()->startsWith("Tessary cannot start safely: "));
+    QVERIFY(!model->hasEngine());
+
+    disk->file("in/a.txt");
+    QVERIFY(load(disk->at("in")));
+    model->setRules(prefixed("x-"));
+    QVERIFY(settled(*model));
+    QCOMPARE(model->changedCount(), 1);
+    QVERIFY(!model->canRename());
+}
+
+void AppModelTest::demoRunsOnEightSampleFiles() {
+    QProcessEnvironment environment;
+    environment.insert("TESSARY_DEMO_ROOT", disk->at("demo"));
+    model = start({"tessary", "--demo"}, environment);
+    QVERIFY(!model->error());
+    QVERIFY(model->isDemo());
+    QCOMPARE(model->files().size(), 8);
+    QCOMPARE(model->recipeTitle(), "Client handoff");
+    QCOMPARE(model->notice(), u"Demo files · safe sample workspace"_s);
+    // The demo keeps its journal beside its samples, never in the user's.
+    QVERIFY(QFileInfo(disk->at("demo/Journal")).isDir());
+    QVERIFY(settled(*model));
+    QVERIFY(model->canRename());
+
+    environment.insert("TESSARY_DEMO_ROOT", "relative/demo");
+    QCOMPARE(AppModel::demoRoot(environment), QDir::tempPath() + "/Tessary-demo");
+}
+
+QTEST_GUILESS_MAIN(AppModelTest)
+#include "test_app_model.moc"
