@@ -1,0 +1,160 @@
+#include "ui/main_window.h"
+
+#include "ui/content_view.h"
+#include "ui/help_pages.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+
+MainWindow::MainWindow(AppModel& model, SettingsStore& settings, UrlOpener& urls, QWidget* parent)
+    : QMainWindow(parent), model(model), settings(settings), urls(urls),
+      content(new ContentView(model, settings, urls)) {
+    setObjectName(QStringLiteral("main"));
+    setWindowTitle(QStringLiteral("Tessary"));
+    setCentralWidget(content);
+    setMinimumSize(900, 600);
+    resize(1000, 680);
+    setAcceptDrops(true);
+    buildMenus();
+    connect(&model, &AppModel::changed, this, &MainWindow::refreshCommands);
+    refreshCommands();
+}
+
+void MainWindow::buildMenus() {
+    auto command = [this](QMenu* menu, const QString& title, const QKeySequence& shortcut,
+                          std::function<bool()> available, std::function<void()> action) {
+        QAction* item = menu->addAction(title);
+        item->setShortcut(shortcut);
+        connect(item, &QAction::triggered, this, std::move(action));
+        commands.append({item, std::move(available)});
+    };
+    auto always = [] { return true; };
+
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
+    command(
+        file, QStringLiteral("Add Files…"), QKeySequence(Qt::CTRL | Qt::Key_O),
+        [this] { return !model.batchControlsDisabled(); }, [this] { model.openFiles(false); });
+    command(
+        file, QStringLiteral("Add Folder…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O),
+        [this] { return !model.batchControlsDisabled(); }, [this] { model.openFiles(true); });
+    command(
+        file, QStringLiteral("Edit Spreadsheet…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_M),
+        [this] { return !model.batchControlsDisabled(); }, [this] { model.editSpreadsheet(); });
+    file->addSeparator();
+    command(
+        file, QStringLiteral("Export Draft Preview…"), QKeySequence(Qt::CTRL | Qt::Key_E),
+        [this] { return model.previewReport().has_value(); },
+        [this] { model.exportReport(false); });
+    command(
+        file, QStringLiteral("Export Last Rename Receipt…"),
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E),
+        [this] { return model.completedReport().has_value() && !model.batchControlsDisabled(); },
+        [this] { model.exportReport(true); });
+    file->addSeparator();
+    command(
+        file, QStringLiteral("Rename Previewed Files…"), QKeySequence(Qt::CTRL | Qt::Key_Return),
+        [this] { return model.canRename(); }, [this] { model.setShowConfirmation(true); });
+    command(
+        file, QStringLiteral("Clear Batch"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace),
+        [this] { return !model.files().isEmpty() && !model.batchControlsDisabled(); },
+        [this] { model.clear(); });
+    command(
+        file, QStringLiteral("Save Current Recipe…"),
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S),
+        [this] { return model.mode() == RenameMode::rules && !model.batchControlsDisabled(); },
+        [this] { model.setShowSaveRecipe(true); });
+    file->addSeparator();
+    // Quitting goes through the window's close, where the one check lives.
+    command(file, QStringLiteral("Quit"), QKeySequence::Quit, always, [this] { close(); });
+
+    QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
+    command(
+        edit, QStringLiteral("Undo Last Rename Batch"),
+        QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_Z),
+        [this] {
+            return !model.batchControlsDisabled() && !model.hasRecovery() && model.undoCount() > 0;
+        },
+        [this] { model.runRecoveryAction(false); });
+
+    QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
+    command(
+        view, QStringLiteral("Compact Window"), QKeySequence(Qt::CTRL | Qt::Key_0),
+        [this] { return !model.batchControlsDisabled(); }, [this] { compact(); });
+
+    QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
+    command(
+        help, QStringLiteral("Quick Tutorial…"), {}, [this] { return model.canPresentTutorial(); },
+        [this] { model.presentTutorial(); });
+    const QList<QPair<QString, HelpPages::Page>> pages = {
+        {QStringLiteral("Tessary User Guide"), HelpPages::Page::guide},
+        {QStringLiteral("Tessary Website"), HelpPages::Page::website},
+        {QStringLiteral("Release Notes"), HelpPages::Page::releaseNotes},
+        {QStringLiteral("Privacy & Support"), HelpPages::Page::privacy}};
+    for (const auto& [title, page] : pages) {
+        HelpPages::Page chosen = page;
+        command(help, title, {}, always, [this, chosen] { urls.open(HelpPages::url(chosen)); });
+    }
+}
+
+void MainWindow::refreshCommands() {
+    for (const auto& [action, available] : commands)
+        action->setEnabled(available());
+}
+
+void MainWindow::compact() {
+    QRect frame = geometry();
+    setGeometry(frame.x(), frame.y(), 1000, 680);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    if (!model.mutatingFiles()) {
+        event->accept();
+        return;
+    }
+    QMessageBox box(QMessageBox::Information, QStringLiteral("Tessary is finishing an operation"),
+                    QStringLiteral("Tessary is finishing an operation"), QMessageBox::Ok, this);
+    box.setInformativeText(
+        QStringLiteral("Please wait for the current batch to finish before quitting."));
+    box.exec();
+    event->ignore();
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    // A tutorial that could not be shown is offered again next time; the
+    // flag is set only when the tutorial closes.
+    if (!offeredTutorial && !model.isDemo() && !settings.flag(QStringLiteral("hasSeenTutorial")) &&
+        model.files().isEmpty()) {
+        offeredTutorial = true;
+        QMetaObject::invokeMethod(
+            this, [this] { model.presentTutorial(); }, Qt::QueuedConnection);
+    }
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!event->mimeData()->hasUrls() || model.batchControlsDisabled())
+        return;
+    content->setDropTarget(true);
+    event->acceptProposedAction();
+}
+
+void MainWindow::dragLeaveEvent(QDragLeaveEvent* event) {
+    content->setDropTarget(false);
+    QMainWindow::dragLeaveEvent(event);
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    content->setDropTarget(false);
+    if (model.receiveDrop(*event->mimeData()))
+        event->acceptProposedAction();
+    else
+        event->ignore();
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+}

@@ -1,0 +1,77 @@
+#include "ui/preview_table_model.h"
+
+#include "ui/file_glyph.h"
+#include "ui/sheen.h"
+#include "ui/symbols.h"
+
+PreviewTableModel::PreviewTableModel(const AppModel& model, QObject* parent)
+    : QAbstractTableModel(parent), model(model) {
+    connect(&model, &AppModel::rowsChanged, this, [this] {
+        beginResetModel();
+        endResetModel();
+    });
+}
+
+int PreviewTableModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : int(model.rows().size());
+}
+
+int PreviewTableModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : columnCount_;
+}
+
+QString PreviewTableModel::pathAt(int row) const {
+    return model.rows().value(row).id();
+}
+
+QString PreviewTableModel::statusText(const PreviewRow& row) {
+    if (row.problem)
+        return *row.problem;
+    return row.changed() ? QStringLiteral("Ready to rename") : QStringLiteral("Unchanged");
+}
+
+QVariant PreviewTableModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= model.rows().size())
+        return {};
+    const PreviewRow& row = model.rows()[index.row()];
+    const QString name = row.intent.source.name();
+    switch (index.column()) {
+    case original:
+        if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
+            return name;
+        if (role == Qt::DecorationRole)
+            return FileGlyph::icon(
+                name.contains(QLatin1Char('.')) ? name.section(QLatin1Char('.'), -1) : QString());
+        break;
+    case proposed:
+        if (role == Qt::DisplayRole)
+            return row.intent.filename;
+        if (role == Qt::ToolTipRole)
+            return row.intent.filename + QStringLiteral("\n") + statusText(row);
+        if (role == statusRole)
+            return statusText(row);
+        if (role == problemRole)
+            return row.problem.has_value();
+        if (role == statusIconRole)
+            return Symbols::icon(row.problem     ? QStringLiteral("exclamationmark.circle.fill")
+                                 : row.changed() ? QStringLiteral("checkmark.circle.fill")
+                                                 : QStringLiteral("minus.circle"));
+        break;
+    default:
+        break;
+    }
+    return {};
+}
+
+QVariant PreviewTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+        return {};
+    switch (section) {
+    case original:
+        return QStringLiteral("Original name");
+    case proposed:
+        return QStringLiteral("New name");
+    default:
+        return QString();
+    }
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "app/app_model.h"
+
+#include <QAbstractTableModel>
+
+// The preview rows as a table: the original name with its glyph, the new
+// name, and the row's status. Reads the app model; never changes it.
+class PreviewTableModel : public QAbstractTableModel {
+    Q_OBJECT
+public:
+    enum Column { original, proposed, columnCount_ };
+    // The row's status line, shown under the new name.
+    static constexpr int statusRole = Qt::UserRole + 1;
+    static constexpr int statusIconRole = Qt::UserRole + 2;
+    static constexpr int problemRole = Qt::UserRole + 3;
+
+    explicit PreviewTableModel(const AppModel& model, QObject* parent = nullptr);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+    // The file path of a row, which is how the selection names it.
+    QString pathAt(int row) const;
+
+    // The status text of a row: its problem, "Unchanged" or "Ready to rename".
+    static QString statusText(const PreviewRow& row);
+
+private:
+    const AppModel& model;
+};

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "ui/inspector_card.h"
+
+#include "core/rename_rules.h"
+
+#include <QList>
+
+#include <functional>
+
+class AppModel;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class ToggleSwitch;
+
+// The panel beside the preview in rules mode. Every control writes straight
+// into the model's rules as the user edits it, keystroke by keystroke, and
+// shows the rules again whenever they change elsewhere (a recipe applied, a
+// fresh start).
+class RulesInspector : public InspectorCard {
+    Q_OBJECT
+public:
+    explicit RulesInspector(AppModel& model, QWidget* parent = nullptr);
+
+private:
+    struct TextField {
+        QLineEdit* edit;
+        QString RenameRules::*field;
+    };
+
+    QLineEdit* addTextField(const QString& name, const QString& placeholder,
+                            QString RenameRules::*field);
+    void edit(const std::function<void(RenameRules&)>& change);
+    void editStart(const QString& text);
+    void showRules();
+    void showTitle();
+
+    AppModel& model;
+    // Set while the controls take the model's rules, so that showing them is
+    // never mistaken for an edit and written back.
+    bool showingRules = false;
+    QLabel* subtitle;
+    QList<TextField> textFields;
+    QComboBox* letterCase;
+    QComboBox* separators;
+    ToggleSwitch* sequence;
+    QLineEdit* start;
+    QComboBox* digits;
+};

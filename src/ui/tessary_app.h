@@ -1,0 +1,30 @@
+#pragma once
+
+#include "app/app_model.h"
+#include "app/platform/qt_clipboard.h"
+#include "app/platform/qt_file_dialogs.h"
+#include "app/platform/qt_url_opener.h"
+#include "app/qsettings_store.h"
+
+#include <memory>
+
+class MainWindow;
+
+// The application: its services, its one model and its one window, made in
+// that order and kept for the life of the process.
+class TessaryApp {
+public:
+    TessaryApp();
+    ~TessaryApp();
+
+    MainWindow& window() { return *mainWindow; }
+    AppModel& model() { return *appModel; }
+
+private:
+    QtFileDialogs dialogs;
+    QtClipboard clipboard;
+    QSettingsStore settings;
+    QtUrlOpener urls;
+    std::unique_ptr<AppModel> appModel;
+    std::unique_ptr<MainWindow> mainWindow;
+};

@@ -1,0 +1,191 @@
+#include "scripted_services.h"
+
+#include "app/app_model.h"
+#include "app/qsettings_store.h"
+#include "ui/main_window.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+template <typename Widget = QAbstractButton> Widget* withText(QWidget* root, const QString& text) {
+    for (Widget* widget : root->findChildren<Widget*>()) {
+        if (widget->text() == text && widget->isVisible())
+            return widget;
+    }
+    return nullptr;
+}
+
+QAction* command(QMainWindow& window, const QString& title) {
+    for (QAction* menu : window.menuBar()->actions()) {
+        for (QAction* action : menu->menu()->actions()) {
+            if (action->text() == title)
+                return action;
+        }
+    }
+    return nullptr;
+}
+
+// Answers the next message box that opens with the button labelled `choice`.
+void answerNextMessageBox(const QString& choice) {
+    QTimer::singleShot(0, [choice] {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (auto* box = qobject_cast<QMessageBox*>(widget); box && box->isVisible()) {
+                for (QAbstractButton* button : box->buttons()) {
+                    if (button->text() == choice) {
+                        button->click();
+                        return;
+                    }
+                }
+            }
+        }
+        answerNextMessageBox(choice);
+    });
+}
+
+QStringList namesIn(const QString& folder) {
+    QStringList names = QDir(folder).entryList(QDir::Files);
+    names.sort();
+    return names;
+}
+
+} // namespace
+
+class MainWindowTest : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void addRenameAndUndoAsAPersonWould();
+    void quittingWaitsForARename();
+    void spreadsheetIssueAndItsFix();
+
+private:
+    std::unique_ptr<QTemporaryDir> disk;
+    ScriptedDialogs dialogs;
+    ScriptedClipboard clipboard;
+    RecordingUrlOpener urls;
+    std::unique_ptr<QSettingsStore> settings;
+    std::unique_ptr<AppModel> model;
+    std::unique_ptr<MainWindow> window;
+    QString shoot;
+
+    void addShootFolder() {
+        dialogs.openAnswers.append({QUrl::fromLocalFile(shoot)});
+        command(*window, "Add Folder…")->trigger();
+        QTRY_COMPARE_WITH_TIMEOUT(window->findChild<QTableView*>()->model()->rowCount(), 2, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!model->previewing(), 10000);
+    }
+};
+
+void MainWindowTest::init() {
+    disk = std::make_unique<QTemporaryDir>();
+    shoot = disk->path() + "/shoot";
+    QDir().mkpath(shoot);
+    for (const char* name : {"IMG_2.jpg", "IMG_10.jpg"}) {
+        QFile file(shoot + "/" + name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    settings = std::make_unique<QSettingsStore>(disk->path() + "/settings.ini");
+    settings->setFlag("hasSeenTutorial", true);
+    dialogs = ScriptedDialogs();
+    model = std::make_unique<AppModel>(PlatformServices{dialogs, clipboard, *settings, urls},
+                                       AppModel::Startup{disk->path() + "/journal", {}, {}});
+    window = std::make_unique<MainWindow>(*model, *settings, urls);
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+}
+
+void MainWindowTest::cleanup() {
+    window.reset();
+    model.reset();
+}
+
+void MainWindowTest::addRenameAndUndoAsAPersonWould() {
+    QVERIFY(!command(*window, "Undo Last Rename Batch")->isEnabled());
+    QVERIFY(!command(*window, "Clear Batch")->isEnabled());
+    addShootFolder();
+    QVERIFY(withText<QLabel>(window.get(), "2 files · naturally sorted by name"));
+
+    // One base name for two files: both rows collide, and the window says why.
+    auto* baseName = window->findChild<QLineEdit*>();
+    for (QLineEdit* field : window->findChildren<QLineEdit*>()) {
+        if (field->placeholderText() == "Keep original name")
+            baseName = field;
+    }
+    QTest::keyClicks(baseName, "Shoot");
+    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Review 2 conflicts"), 10000);
+    QVERIFY(!withText(window.get(), "Rename 0 files")->isEnabled());
+    withText(window.get(), "Review 2 conflicts")->click();
+    QTRY_VERIFY(withText<QLabel>(window.get(), "Resolve conflicts before renaming"));
+
+    withText(window.get(), "Add a sequence")->click();
+    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Rename 2 files") &&
+                                 withText(window.get(), "Rename 2 files")->isEnabled(),
+                             10000);
+    QVERIFY(command(*window, "Rename Previewed Files…")->isEnabled());
+
+    answerNextMessageBox("Rename files");
+    withText(window.get(), "Rename 2 files")->click();
+    QTRY_COMPARE_WITH_TIMEOUT(namesIn(shoot), (QStringList{"Shoot-001.jpg", "Shoot-002.jpg"}),
+                              10000);
+    QTRY_VERIFY_WITH_TIMEOUT(withText<QLabel>(window.get(),
+                                              "2 files renamed. You can undo this batch, "
+                                              "even after reopening Tessary."),
+                             10000);
+    QVERIFY(withText<QLabel>(window.get(), "2 names saved for undo"));
+    QVERIFY(command(*window, "Undo Last Rename Batch")->isEnabled());
+
+    dialogs.openAnswers.append({QUrl::fromLocalFile(shoot)});
+    withText(window.get(), "Undo last batch")->click();
+    QTRY_COMPARE_WITH_TIMEOUT(namesIn(shoot), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}), 10000);
+    QTRY_VERIFY(
+        withText<QLabel>(window.get(), "The last batch was undone. Original names restored."));
+}
+
+void MainWindowTest::quittingWaitsForARename() {
+    addShootFolder();
+    withText(window.get(), "Add a sequence")->click();
+    QTRY_VERIFY_WITH_TIMEOUT(model->canRename(), 10000);
+    model->rename();
+    QVERIFY(model->mutatingFiles());
+    answerNextMessageBox("OK");
+    QVERIFY(!window->close());
+    QVERIFY(window->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(!model->mutatingFiles(), 10000);
+    QVERIFY(window->close());
+}
+
+void MainWindowTest::spreadsheetIssueAndItsFix() {
+    addShootFolder();
+    withText(window.get(), "Spreadsheet")->click();
+    QVERIFY(!command(*window, "Save Current Recipe…")->isEnabled());
+    withText(window.get(), "Add spreadsheet")->click();
+    QTRY_VERIFY(model->showMappingEditor());
+
+    clipboard.contents = "IMG_2.jpg,first.jpg\n";
+    withText(window.get(), "Paste columns")->click();
+    QTRY_VERIFY_WITH_TIMEOUT(!model->previewing() && model->mappingDiagnostics().size() == 1,
+                             10000);
+    QTRY_VERIFY(withText<QLabel>(window.get(), "1 spreadsheet issues to resolve"));
+
+    clipboard.contents = "IMG_2.jpg,first.jpg\nIMG_10.jpg,second.jpg\n";
+    withText(window.get(), "Paste columns")->click();
+    QTRY_VERIFY_WITH_TIMEOUT(!model->previewing() && model->mappingDiagnostics().isEmpty(), 10000);
+    QTRY_VERIFY(withText<QLabel>(window.get(), "2 mappings checked"));
+    withText(window.get(), "Done")->click();
+    QTRY_VERIFY(model->canRename());
+}
+
+QTEST_MAIN(MainWindowTest)
+#include "test_main_window.moc"

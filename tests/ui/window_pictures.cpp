@@ -1,0 +1,144 @@
+// Renders the window offscreen to PNG in the states a person meets: the empty
+// first run, the demo preview, a conflict with its details open, the
+// spreadsheet editor with an issue, each tutorial step and the recovery
+// banner. Run by scripts/render-window; look at every picture.
+//
+//   window-pictures OUTPUT_DIR
+
+#include "scripted_services.h"
+
+#include "app/app_model.h"
+#include "app/qsettings_store.h"
+#include "ui/main_window.h"
+#include "ui/sheen.h"
+#include "ui/tutorial_view.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QLineEdit>
+#include <QStyleFactory>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+QString output;
+
+void save(QWidget* widget, const QString& name) {
+    QApplication::processEvents();
+    QTest::qWait(50);
+    widget->grab().save(output + "/" + name + ".png");
+    QTextStream(stdout) << output << "/" << name << ".png\n";
+}
+
+void waitUntil(const std::function<bool()>& done) {
+    for (int waited = 0; !done() && waited < 15000; waited += 10)
+        QTest::qWait(10);
+}
+
+void waitForPreview(AppModel& model) {
+    waitUntil([&] { return !model.busy() && !model.previewing(); });
+}
+
+struct Session {
+    explicit Session(const QString& folder, QStringList arguments = {},
+                     QProcessEnvironment environment = {})
+        : settings(folder + "/settings.ini"), model({dialogs, clipboard, settings, urls},
+                                                    {folder + "/journal", arguments, environment}),
+          window(model, settings, urls) {
+        settings.setFlag("hasSeenTutorial", true);
+        window.show();
+        (void)QTest::qWaitForWindowExposed(&window);
+    }
+    ScriptedDialogs dialogs;
+    ScriptedClipboard clipboard;
+    RecordingUrlOpener urls;
+    QSettingsStore settings;
+    AppModel model;
+    MainWindow window;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication application(argc, argv);
+    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    QApplication::setPalette(Sheen::lightPalette());
+    output = QDir(application.arguments().value(1, ".")).absolutePath();
+    QDir().mkpath(output);
+    QTemporaryDir work;
+
+    {
+        Session empty(work.path() + "/empty");
+        save(&empty.window, "01-empty");
+    }
+    {
+        QProcessEnvironment environment;
+        environment.insert("TESSARY_DEMO_ROOT", work.path() + "/demo");
+        Session demo(work.path() + "/demo-session", {"--demo"}, environment);
+        waitForPreview(demo.model);
+        save(&demo.window, "02-demo-preview");
+
+        RenameRules clash = demo.model.rules();
+        clash.sequence = false;
+        demo.model.setRules(clash);
+        waitForPreview(demo.model);
+        for (QAbstractButton* candidate : demo.window.findChildren<QAbstractButton*>()) {
+            if (candidate->isVisible() && candidate->text().startsWith("Review "))
+                candidate->click();
+        }
+        save(&demo.window, "03-conflict-details");
+
+        demo.clipboard.contents = "Brand direction FINAL.pdf,direction.pdf\nmissing.pdf,x.pdf\n";
+        demo.model.editSpreadsheet();
+        demo.model.pasteMapping();
+        waitForPreview(demo.model);
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            if (top->isVisible() && top != &demo.window && top->inherits("QDialog"))
+                save(top, "04-spreadsheet-editor");
+        }
+        demo.model.setShowMappingEditor(false);
+        waitForPreview(demo.model);
+        save(&demo.window, "05-spreadsheet-mode");
+    }
+    {
+        Session tutorial(work.path() + "/tutorial");
+        TutorialView view(tutorial.model, tutorial.settings, tutorial.urls);
+        view.show();
+        (void)QTest::qWaitForWindowExposed(&view);
+        save(&view, "06-tutorial-welcome");
+        view.advance();
+        save(&view, "07-tutorial-preview");
+        view.confirmSampleRename();
+        save(&view, "08-tutorial-undo");
+        view.advance();
+        save(&view, "09-tutorial-undone");
+        view.advance();
+        save(&view, "10-tutorial-finish");
+    }
+    {
+        QString folder = work.path() + "/recovery";
+        QDir().mkpath(folder + "/files");
+        QFile file(folder + "/files/a.txt");
+        file.open(QIODevice::WriteOnly);
+        file.close();
+        {
+            Session first(folder);
+            first.dialogs.openAnswers.append({QUrl::fromLocalFile(folder + "/files")});
+            first.model.openFiles(true);
+            waitForPreview(first.model);
+            RenameRules rules;
+            rules.prefix = "new-";
+            first.model.setRules(rules);
+            waitForPreview(first.model);
+            first.model.rename();
+            waitUntil([&] { return !first.model.busy(); });
+        }
+        QFile::copy(folder + "/journal/undo.json", folder + "/journal/active.json");
+        Session interrupted(folder);
+        save(&interrupted.window, "11-recovery-banner");
+    }
+    return 0;
+}
