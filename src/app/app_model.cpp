@@ -209,9 +209,13 @@ bool AppModel::canRename() const {
            conflicts() == 0 && changedCount() >= 1 && rows_.size() == files_.size();
 }
 
+bool AppModel::hasPreviewReport() const {
+    return !batchControlsDisabled() && !previewing_ && !hasRecovery_ && !files_.isEmpty() &&
+           rows_.size() == files_.size();
+}
+
 std::optional<RenameReport> AppModel::previewReport() const {
-    if (batchControlsDisabled() || previewing_ || hasRecovery_ || files_.isEmpty() ||
-        rows_.size() != files_.size())
+    if (!hasPreviewReport())
         return std::nullopt;
     qsizetype issues = mode_ == RenameMode::spreadsheet ? mappingDiagnostics_.size() : 0;
     return RenameReport::draft(rows_, issues, checkWindows_);

@@ -113,6 +113,9 @@ public:
     bool canPresentTutorial() const;
     bool canRename() const;
     std::optional<RenameReport> previewReport() const;
+    // Whether previewReport() would give a report, without building one: the
+    // window asks on every change.
+    bool hasPreviewReport() const;
     bool hasEngine() const { return engine != nullptr; }
     // Where the engine keeps its journals; empty without an engine.
     QString journalFolder() const { return engine ? engine->directory() : QString(); }

@@ -319,9 +319,11 @@ QWidget* ContentView::makeBanner() {
     auto* texts = new QVBoxLayout;
     texts->addWidget(label(QStringLiteral("An interrupted batch needs recovery"), 14, Sheen::ink(),
                            QFont::DemiBold));
-    texts->addWidget(label(QStringLiteral("Keep .tessary files in place. Reconnect any external "
+    QLabel* advice = label(QStringLiteral("Keep .tessary files in place. Reconnect any external "
                                           "volumes before continuing."),
-                           12, Sheen::secondary()));
+                           12, Sheen::secondary());
+    advice->setWordWrap(true);
+    texts->addWidget(advice);
     layout->addLayout(texts, 1);
     auto* journal = new SheenButton(QStringLiteral("Show journal"));
     connect(journal, &QPushButton::clicked, this, [this] {
@@ -626,7 +628,7 @@ void ContentView::refresh() {
             : QStringLiteral("%1 %2 saved for undo")
                   .arg(model.undoCount())
                   .arg(model.undoCount() == 1 ? QStringLiteral("name") : QStringLiteral("names")));
-    exportDraft->setEnabled(model.previewReport().has_value());
+    exportDraft->setEnabled(model.hasPreviewReport());
     exportReceipt->setEnabled(model.completedReport().has_value());
 }
 

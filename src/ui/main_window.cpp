@@ -47,8 +47,7 @@ void MainWindow::buildMenus() {
     file->addSeparator();
     command(
         file, QStringLiteral("Export Draft Preview…"), QKeySequence(Qt::CTRL | Qt::Key_E),
-        [this] { return model.previewReport().has_value(); },
-        [this] { model.exportReport(false); });
+        [this] { return model.hasPreviewReport(); }, [this] { model.exportReport(false); });
     command(
         file, QStringLiteral("Export Last Rename Receipt…"),
         QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E),
