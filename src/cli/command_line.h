@@ -9,9 +9,18 @@
 // What every command does with its words the same way.
 namespace CommandLine {
 
+// What a command's --help adds to the option list: how to call it, what its
+// exit statuses mean, and examples.
+struct Help {
+    QString synopsis;
+    QString exitStatus;
+    QString examples;
+};
+
 // Throws UsageError for unknown options and missing option values. Returns
 // true when --help was asked for and printed: the command has nothing to do.
-bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream& out);
+bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream& out,
+           const Help& help);
 
 // Prints the sentence and a pointer to --help; returns the usage exit status.
 int usageFailure(const UsageError& error, const QString& command, QTextStream& errors);

@@ -21,7 +21,7 @@ namespace {
 // `work` with it; every failure becomes its sentence on standard error.
 int withEngine(
     const QStringList& arguments, const QString& command, const QString& description,
-    bool offersJson,
+    bool offersJson, const QString& example,
     const std::function<int(RenameEngine&, const QCommandLineParser&, QTextStream&)>& work) {
     QCommandLineParser parser;
     parser.setApplicationDescription(description);
@@ -32,7 +32,15 @@ int withEngine(
     QTextStream out(stdout);
     QTextStream errors(stderr);
     try {
-        if (CommandLine::parse(parser, arguments, out))
+        if (CommandLine::parse(
+                parser, arguments, out,
+                {QStringLiteral("tessary-cli %1 %2[--journal DIR]")
+                     .arg(command, offersJson ? QStringLiteral("[--json] ") : QString()),
+                 QStringLiteral("  0  done\n"
+                                "  1  it could not be done; the sentence says why, and nothing is "
+                                "lost\n"
+                                "  2  usage error\n"),
+                 QStringLiteral("  ") + example + QLatin1Char('\n')}))
             return 0;
         if (!parser.positionalArguments().isEmpty())
             throw UsageError(QStringLiteral("%1 takes no paths.").arg(command));
@@ -53,7 +61,8 @@ int withEngine(
 int undo(const QStringList& arguments) {
     return withEngine(arguments, QStringLiteral("undo"),
                       QStringLiteral("Restore the names from before the last completed batch."),
-                      false, [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out) {
+                      false, QStringLiteral("tessary-cli undo"),
+                      [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out) {
                           engine.undo();
                           out << "The last batch was undone. Original names restored.\n";
                           return 0;
@@ -63,6 +72,7 @@ int undo(const QStringList& arguments) {
 int recover(const QStringList& arguments) {
     return withEngine(arguments, QStringLiteral("recover"),
                       QStringLiteral("Finish or reverse a batch that was interrupted."), false,
+                      QStringLiteral("tessary-cli recover --journal ~/.local/share/Tessary"),
                       [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out) {
                           engine.recover();
                           out << "Recovery finished. Original names restored, or the completed "
@@ -76,7 +86,8 @@ int status(const QStringList& arguments) {
         arguments, QStringLiteral("status"),
         QStringLiteral("Show the journal folder, whether a batch needs recovery and what can be "
                        "undone."),
-        true, [](RenameEngine& engine, const QCommandLineParser& parser, QTextStream& out) {
+        true, QStringLiteral("tessary-cli status --json"),
+        [](RenameEngine& engine, const QCommandLineParser& parser, QTextStream& out) {
             bool recovery = engine.hasRecovery();
             qsizetype undoable = engine.undoCount();
             if (parser.isSet(QStringLiteral("json"))) {

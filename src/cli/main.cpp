@@ -11,7 +11,7 @@
 
 namespace {
 
-const char* usage = "Usage: tessary-cli COMMAND [OPTIONS] PATH...\n"
+const char* usage = "Usage: tessary-cli COMMAND [OPTIONS] [PATH...]\n"
                     "\n"
                     "Commands:\n"
                     "  preview   Show the new name of every file and whether it may be renamed.\n"
@@ -21,7 +21,16 @@ const char* usage = "Usage: tessary-cli COMMAND [OPTIONS] PATH...\n"
                     "  status    Show whether a batch needs recovery and what can be undone.\n"
                     "  report    Save a draft preview or the last batch's receipt as HTML.\n"
                     "\n"
-                    "Run “tessary-cli COMMAND --help” for the options of a command.\n";
+                    "Run “tessary-cli COMMAND --help” for the options of a command, and\n"
+                    "“man tessary-cli” for the whole manual.\n"
+                    "\n"
+                    "Exit status: 0 success, 1 a problem that stopped the command (nothing is\n"
+                    "lost), 2 a usage error.\n"
+                    "\n"
+                    "Examples:\n"
+                    "  tessary-cli preview --recipe \"Client handoff\" ~/Pictures/shoot\n"
+                    "  tessary-cli rename --mapping names.csv ~/Projects/acme\n"
+                    "  tessary-cli undo\n";
 
 // Arguments are decoded as UTF-8; a path that is not UTF-8 would come back as
 // another name, so it is refused before anything is looked at.

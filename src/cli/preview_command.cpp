@@ -24,7 +24,17 @@ int run(const QStringList& arguments) {
     QTextStream out(stdout);
     QTextStream errors(stderr);
     try {
-        if (CommandLine::parse(parser, arguments, out))
+        if (CommandLine::parse(
+                parser, arguments, out,
+                {QStringLiteral("tessary-cli preview [rule options | --mapping FILE] [--windows] "
+                                "[--json] PATH..."),
+                 QStringLiteral("  0  every row may be renamed\n"
+                                "  1  a row or the spreadsheet has a problem\n"
+                                "  2  usage error, or a PATH that cannot be examined\n"),
+                 QStringLiteral(
+                     "  tessary-cli preview --recipe \"Client handoff\" ~/Pictures/shoot\n"
+                     "  tessary-cli preview --case lower --separator hyphen --json scans\n"
+                     "  tessary-cli preview --mapping names.csv ~/Projects/acme\n")}))
             return 0;
         BatchPreview preview = BatchOptions::preview(parser, QStringLiteral("preview"));
         if (parser.isSet(QStringLiteral("json")))

@@ -51,7 +51,18 @@ int run(const QStringList& arguments) {
     QTextStream errors(stderr);
     BatchPreview preview;
     try {
-        if (CommandLine::parse(parser, arguments, out))
+        if (CommandLine::parse(
+                parser, arguments, out,
+                {QStringLiteral("tessary-cli rename [rule options | --mapping FILE] [--windows] "
+                                "[--yes] [--journal DIR] PATH..."),
+                 QStringLiteral("  0  the files were renamed (undo with tessary-cli undo)\n"
+                                "  1  blocked by a problem, not confirmed, or stopped safely; "
+                                "nothing is lost\n"
+                                "  2  usage error, or a PATH that cannot be examined\n"),
+                 QStringLiteral(
+                     "  tessary-cli rename --recipe \"Client handoff\" ~/Pictures/shoot\n"
+                     "  tessary-cli rename --prefix 2026- --yes invoices\n"
+                     "  tessary-cli rename --mapping - --yes acme < names.tsv\n")}))
             return 0;
         preview = BatchOptions::preview(parser, QStringLiteral("rename"));
     } catch (const UsageError& error) {

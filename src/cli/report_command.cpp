@@ -48,7 +48,16 @@ int run(const QStringList& arguments) {
     std::optional<RenameReport> report;
     bool receipt = false;
     try {
-        if (CommandLine::parse(parser, arguments, out))
+        if (CommandLine::parse(
+                parser, arguments, out,
+                {QStringLiteral("tessary-cli report --draft -o FILE [preview options] PATH...\n"
+                                "       tessary-cli report --receipt -o FILE [--journal DIR]"),
+                 QStringLiteral("  0  the report was saved\n"
+                                "  1  nothing to report, or the file could not be saved\n"
+                                "  2  usage error, or a PATH that cannot be examined\n"),
+                 QStringLiteral("  tessary-cli report --draft -o draft.html --recipe \"Client "
+                                "handoff\" shoot\n"
+                                "  tessary-cli report --receipt -o receipt.html\n")}))
             return 0;
         receipt = parser.isSet(QStringLiteral("receipt"));
         if (receipt == parser.isSet(QStringLiteral("draft")))
