@@ -2,6 +2,8 @@
 // 5,000-row mapping and matching it against 5,000 files, which the preview
 // repeats after every edit of the text. Prints the median of several runs.
 
+#include "bench_support.h"
+
 #include "core/file_import.h"
 #include "core/mapping_parser.h"
 #include "core/mapping_preview.h"
@@ -20,18 +22,6 @@ namespace {
 
 constexpr int fileCount = 5000;
 constexpr int runs = 15;
-
-double medianMilliseconds(const std::function<void()>& work) {
-    std::vector<double> times;
-    for (int run = 0; run < runs; ++run) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        times.push_back(double(timer.nsecsElapsed()) / 1e6);
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
 
 QString fileName(int index) {
     return QStringLiteral("IMG_%1 Holiday.jpg").arg(index);

@@ -2,6 +2,8 @@
 // one folder: importing the folder, judging the rows, sorting the records.
 // Prints the median of several runs in milliseconds.
 
+#include "bench_support.h"
+
 #include "core/file_import.h"
 #include "core/recipe.h"
 #include "core/rename_preview.h"
@@ -21,18 +23,6 @@ namespace {
 
 constexpr int fileCount = 5000;
 constexpr int runs = 15;
-
-double medianMilliseconds(const std::function<void()>& work) {
-    std::vector<double> times;
-    for (int run = 0; run < runs; ++run) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        times.push_back(double(timer.nsecsElapsed()) / 1e6);
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
 
 } // namespace
 

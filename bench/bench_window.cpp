@@ -3,6 +3,8 @@
 // the time from the last keystroke until the table shows the new names, and
 // the longest stretch the main thread could not serve events.
 
+#include "bench_support.h"
+
 #include "app/app_model.h"
 #include "app/qsettings_store.h"
 #include "ui/main_window.h"
@@ -22,52 +24,6 @@
 namespace {
 
 constexpr int fileCount = 5000;
-
-class FolderAnswer : public FileDialogs {
-public:
-    explicit FolderAnswer(QString folder) : folder(std::move(folder)) {}
-    QList<QUrl> open(const OpenRequest&) override { return {QUrl::fromLocalFile(folder)}; }
-    std::optional<QString> save(const SaveRequest&) override { return std::nullopt; }
-
-private:
-    QString folder;
-};
-
-class NoClipboard : public Clipboard {
-public:
-    QString text() const override { return {}; }
-};
-
-class NoUrls : public UrlOpener {
-public:
-    void open(const QUrl&) override {}
-};
-
-// The longest gap between ticks of a 1 ms timer, less the millisecond itself.
-class Watchdog : public QObject {
-public:
-    Watchdog() {
-        timer.setInterval(1);
-        connect(&timer, &QTimer::timeout, this, [this] {
-            qint64 now = clock.nsecsElapsed();
-            longest = std::max(longest, now - last);
-            last = now;
-        });
-        clock.start();
-        timer.start();
-    }
-    void reset() {
-        last = clock.nsecsElapsed();
-        longest = 0;
-    }
-    double longestMilliseconds() const { return std::max(0.0, double(longest) / 1e6 - 1.0); }
-
-private:
-    QTimer timer;
-    QElapsedTimer clock;
-    qint64 last = 0;
-    qint64 longest = 0;
-};
 
 void waitUntil(const std::function<bool()>& done) {
     while (!done())
