@@ -12,7 +12,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QStandardPaths>
-#include <QThreadPool>
 
 namespace {
 
@@ -83,8 +82,6 @@ AppModel::AppModel(const PlatformServices& services, const Startup& startup, QOb
 
 AppModel::~AppModel() {
     previewDelay.stop();
-    // Background work may still call back into this object's computation.
-    QThreadPool::globalInstance()->waitForDone();
 }
 
 QString AppModel::demoRoot(const QProcessEnvironment& environment) {
@@ -234,13 +231,14 @@ void AppModel::refreshPreview() {
     previewDelay.start();
 }
 
-PreviewResult AppModel::computePreviewInBackground(const PreviewInputs& inputs) const {
-    return computePreview(inputs);
+void AppModel::setPreviewComputation(PreviewComputation computation) {
+    previewComputation = std::move(computation);
 }
 
 void AppModel::startPreviewComputation(quint64 generation, PreviewInputs inputs) {
     runInBackground(
-        this, [this, inputs = std::move(inputs)] { return computePreviewInBackground(inputs); },
+        this,
+        [compute = previewComputation, inputs = std::move(inputs)] { return compute(inputs); },
         [this, generation](const PreviewResult& result) {
             if (generation != previewGeneration)
                 return;

@@ -45,6 +45,8 @@ class AppModel : public QObject {
     Q_OBJECT
 
 public:
+    using PreviewComputation = std::function<PreviewResult(const PreviewInputs&)>;
+
     struct Startup {
         // The journal folder; empty selects the per-user data folder's "Tessary".
         std::optional<QString> journalDirectory;
@@ -195,9 +197,10 @@ signals:
     void previewApplied();
 
 protected:
-    // The preview's computation, run on the thread pool. Tests override it to
-    // hold a computation back while they supersede it.
-    virtual PreviewResult computePreviewInBackground(const PreviewInputs& inputs) const;
+    // What computes a preview on the thread pool; `computePreview` unless a
+    // test holds computations back to supersede them. It is copied into each
+    // task, so a task never reaches back into the model.
+    void setPreviewComputation(PreviewComputation computation);
 
 private:
     struct FolderGrant {
@@ -222,6 +225,7 @@ private:
     QProcessEnvironment environment;
     QHash<QString, FolderGrant> folderGrants;
 
+    PreviewComputation previewComputation = computePreview;
     // The preview waits this long after the last change before it computes.
     QTimer previewDelay;
     quint64 previewGeneration = 0;

@@ -167,6 +167,10 @@ void AppModel::rename() {
                 engine->execute(intents, 5000);
             } catch (const RenameFailure& failure) {
                 return failure.message;
+            } catch (const std::exception& failure) {
+                // Anything else must still reach the person as a sentence,
+                // not end the app while names are changing.
+                return QString::fromUtf8(failure.what());
             }
             return std::nullopt;
         },
@@ -204,6 +208,10 @@ void AppModel::runRecoveryAction(bool recover) {
                 recover ? engine->recover() : engine->undo();
             } catch (const RenameFailure& failure) {
                 return failure.message;
+            } catch (const std::exception& failure) {
+                // Anything else must still reach the person as a sentence,
+                // not end the app while names are changing.
+                return QString::fromUtf8(failure.what());
             }
             return std::nullopt;
         },

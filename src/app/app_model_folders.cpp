@@ -67,7 +67,7 @@ bool AppModel::authorizeFolders(const QList<QUrl>& folders, const QString& reaso
             setNotice(QStringLiteral("Folder access cancelled. Your batch is unchanged."));
             return finish(false);
         }
-        if (!folder.isLocalFile() || !FolderAuthorization::accepts(chosen.front(), folder)) {
+        if (!FolderAuthorization::accepts(chosen.front(), folder)) {
             setError(QStringLiteral("Please choose the exact containing folder: ") + path +
                      QStringLiteral(". Your batch is unchanged."));
             return finish(false);

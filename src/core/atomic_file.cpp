@@ -19,9 +19,9 @@ void write(const QString& path, const QByteArray& bytes) {
     QString standard = FilePath::standardized(path);
     UniqueFd folder = FileSafety::directoryFD(FilePath::parent(standard));
     const QByteArray name = FilePath::lastComponent(standard).toUtf8();
-    const QByteArray temporary = (QStringLiteral(".") + FilePath::lastComponent(standard) +
-                                  QLatin1Char('-') + UuidText::text(QUuid::createUuid()))
-                                     .toUtf8();
+    // Fixed length, so any name the target may have leaves room for it.
+    const QByteArray temporary =
+        (QStringLiteral(".tessary-save-") + UuidText::text(QUuid::createUuid())).toUtf8();
     auto created = PosixFileSystem::createExclusive(folder.get(), temporary, 0666);
     if (!created)
         failed(created.error);

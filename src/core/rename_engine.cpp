@@ -187,6 +187,10 @@ void RenameEngine::probeExclusiveRename(const QList<JournalEntry>& entries, cons
             continue;
         probed.insert(parent);
         UniqueFd fd = FileSafety::directoryFD(parent);
+        // The probe file goes only into the very folder the batch was judged in.
+        auto opened = PosixFileSystem::statDescriptor(fd.get());
+        if (!opened || opened.value->identity != entry.parentIdentity)
+            fileChanged();
         auto probe = PosixFileSystem::createExclusive(fd.get(), created);
         if (!probe)
             throw RenameFailure(QStringLiteral("Cannot rename files in ") +
@@ -269,7 +273,13 @@ void RenameEngine::persist(const RenameJournal& journal, const char* target) {
         throw RenameFailure(QStringLiteral(
             "This batch exceeds the safe journal size limit. No new files were renamed."));
 
-    UniqueFd journals = FileSafety::directoryFD(folder);
+    UniqueFd journals;
+    try {
+        journals = FileSafety::directoryFD(folder);
+    } catch (const RenameFailure&) {
+        throw RenameFailure(QStringLiteral(
+            "Cannot save a recovery journal. Check available disk space and folder access."));
+    }
     const QByteArray temporary =
         (QStringLiteral(".journal-") + UuidText::text(QUuid::createUuid())).toUtf8();
     auto created = PosixFileSystem::createExclusive(journals.get(), temporary);

@@ -27,33 +27,42 @@ constexpr int patience = 10000;
 
 // A real model whose preview computations can be counted, and held back so
 // that a test can supersede one at a moment of its choosing.
+// What the computations of an observed model share with the test; it outlives
+// the model, since a computation may still be running when the model goes.
+struct Observation {
+    std::atomic<int> computations{0};
+    std::atomic<int> finished{0};
+    // The next computation releases `held` once it has started, then waits for `gate`.
+    std::atomic<bool> holdNext{false};
+    QSemaphore held, gate;
+};
+
 class ObservedModel : public AppModel {
 public:
-    using AppModel::AppModel;
-
-    ~ObservedModel() override {
-        gate.release(100);
-        // A computation still on the pool reads the members below.
-        QThreadPool::globalInstance()->waitForDone();
+    ObservedModel(const PlatformServices& services, const Startup& startup)
+        : AppModel(services, startup), observation(std::make_shared<Observation>()),
+          computations(observation->computations), finished(observation->finished),
+          holdNext(observation->holdNext), held(observation->held), gate(observation->gate) {
+        setPreviewComputation([observed = observation](const PreviewInputs& inputs) {
+            ++observed->computations;
+            if (observed->holdNext.exchange(false)) {
+                observed->held.release();
+                observed->gate.acquire();
+            }
+            PreviewResult result = computePreview(inputs);
+            ++observed->finished;
+            return result;
+        });
     }
 
-    mutable std::atomic<int> computations{0};
-    mutable std::atomic<int> finished{0};
-    // The next computation releases `held` once it has started, then waits for `gate`.
-    mutable std::atomic<bool> holdNext{false};
-    mutable QSemaphore held, gate;
+    ~ObservedModel() override { gate.release(100); }
 
-protected:
-    PreviewResult computePreviewInBackground(const PreviewInputs& inputs) const override {
-        ++computations;
-        if (holdNext.exchange(false)) {
-            held.release();
-            gate.acquire();
-        }
-        PreviewResult result = AppModel::computePreviewInBackground(inputs);
-        ++finished;
-        return result;
-    }
+    std::shared_ptr<Observation> observation;
+    std::atomic<int>& computations;
+    std::atomic<int>& finished;
+    std::atomic<bool>& holdNext;
+    QSemaphore& held;
+    QSemaphore& gate;
 };
 
 bool settled(const AppModel& model) {
