@@ -118,19 +118,13 @@ void gather(const QUrl& item, QList<Candidate>& candidates, QStringList& skipped
 
 // Stable, by name only: equal names keep the order in which they were found.
 void sortByName(QList<Candidate>& candidates) {
-    NaturalOrder order;
-    QList<QCollatorSortKey> keys;
-    keys.reserve(candidates.size());
+    QList<QString> names;
+    names.reserve(candidates.size());
     for (const Candidate& candidate : candidates)
-        keys.append(order.key(candidate.name));
-    QList<qsizetype> positions(candidates.size());
-    std::iota(positions.begin(), positions.end(), 0);
-    std::stable_sort(positions.begin(), positions.end(), [&](qsizetype a, qsizetype b) {
-        return NaturalOrder::compare(keys[a], candidates[a].name, keys[b], candidates[b].name) < 0;
-    });
+        names.append(candidate.name);
     QList<Candidate> ordered;
     ordered.reserve(candidates.size());
-    for (qsizetype position : positions)
+    for (qsizetype position : NaturalOrder::positions(names))
         ordered.append(std::move(candidates[position]));
     candidates = std::move(ordered);
 }

@@ -2,6 +2,9 @@
 
 #include <QLocale>
 
+#include <algorithm>
+#include <numeric>
+
 namespace {
 
 // Under the C and POSIX locales Qt sorts without ICU and ignores numeric mode,
@@ -36,6 +39,24 @@ int NaturalOrder::compare(const QCollatorSortKey& leftKey, QStringView left,
     if (int order = leftKey.compare(rightKey))
         return order;
     return compareCodePoints(left, right);
+}
+
+QList<qsizetype>
+NaturalOrder::positions(const QList<QString>& names,
+                        const std::function<bool(qsizetype, qsizetype)>& tieBreak) {
+    NaturalOrder order;
+    QList<QCollatorSortKey> keys;
+    keys.reserve(names.size());
+    for (const QString& name : names)
+        keys.append(order.key(name));
+    QList<qsizetype> result(names.size());
+    std::iota(result.begin(), result.end(), 0);
+    std::stable_sort(result.begin(), result.end(), [&](qsizetype a, qsizetype b) {
+        if (int byName = compare(keys[a], names[a], keys[b], names[b]))
+            return byName < 0;
+        return tieBreak && tieBreak(a, b);
+    });
+    return result;
 }
 
 int compareCodePoints(QStringView left, QStringView right) {

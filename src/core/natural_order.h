@@ -2,8 +2,11 @@
 
 #include <QCollator>
 #include <QCollatorSortKey>
+#include <QList>
 #include <QString>
 #include <QStringView>
+
+#include <functional>
 
 // The file manager's order of names: letter case ignored, digit runs by value
 // (file2 before file10), in the user's locale. Not shareable between threads:
@@ -19,6 +22,12 @@ public:
     // points, so that two names that differ at all always have an order.
     static int compare(const QCollatorSortKey& leftKey, QStringView left,
                        const QCollatorSortKey& rightKey, QStringView right);
+
+    // The positions of `names` in natural order, stable for equal names;
+    // `tieBreak` orders positions whose names are equal, where it is given.
+    static QList<qsizetype>
+    positions(const QList<QString>& names,
+              const std::function<bool(qsizetype, qsizetype)>& tieBreak = {});
 
 private:
     QCollator collator;

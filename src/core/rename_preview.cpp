@@ -165,26 +165,18 @@ QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows) {
 }
 
 QList<FileRecord> sorted(const QList<FileRecord>& records) {
-    NaturalOrder order;
-    QList<QCollatorSortKey> keys;
     QList<QString> names;
-    keys.reserve(records.size());
     names.reserve(records.size());
-    for (const FileRecord& record : records) {
+    for (const FileRecord& record : records)
         names.append(record.name());
-        keys.append(order.key(names.back()));
-    }
-    QList<qsizetype> positions(records.size());
-    std::iota(positions.begin(), positions.end(), 0);
-    std::stable_sort(positions.begin(), positions.end(), [&](qsizetype a, qsizetype b) {
-        if (int byName = NaturalOrder::compare(keys[a], names[a], keys[b], names[b]))
-            return byName < 0;
+    // The same name in two folders: the smaller full path, composed, first.
+    auto byPath = [&](qsizetype a, qsizetype b) {
         return compareCodePoints(Filename::canonical(records[a].path),
                                  Filename::canonical(records[b].path)) < 0;
-    });
+    };
     QList<FileRecord> result;
     result.reserve(records.size());
-    for (qsizetype position : positions)
+    for (qsizetype position : NaturalOrder::positions(names, byPath))
         result.append(records[position]);
     return result;
 }
