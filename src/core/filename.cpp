@@ -72,8 +72,14 @@ bool isAscii(const QString& name) {
 } // namespace
 
 QString collisionKey(const QString& name) {
-    if (isAscii(name))
-        return name.toLower();
+    if (isAscii(name)) {
+        QString key = name;
+        for (QChar& unit : key) {
+            if (unit >= u'A' && unit <= u'Z')
+                unit = QChar(unit.unicode() + (u'a' - u'A'));
+        }
+        return key;
+    }
     return canonical(canonical(name).toCaseFolded());
 }
 
