@@ -1,5 +1,6 @@
 #include "ui/content_view.h"
 
+#include "ui/inspector_text.h"
 #include "ui/preview_row_delegate.h"
 #include "ui/preview_table_model.h"
 #include "ui/rename_action.h"
@@ -34,15 +35,7 @@
 namespace {
 
 QLabel* label(const QString& text, int pixelSize, QColor color, int weight = QFont::Normal) {
-    auto* result = new QLabel(text);
-    QFont font = result->font();
-    font.setPixelSize(pixelSize);
-    font.setWeight(QFont::Weight(weight));
-    result->setFont(font);
-    QPalette palette = result->palette();
-    palette.setColor(QPalette::WindowText, color);
-    result->setPalette(palette);
-    return result;
+    return InspectorText::label(text, pixelSize, QFont::Weight(weight), color);
 }
 
 QLabel* sectionLabel(const QString& text) {
@@ -454,6 +447,8 @@ QWidget* ContentView::makePreviewCard() {
     conflictText->setWordWrap(true);
     details->addWidget(conflictText);
     conflictList = label(QString(), 12, Sheen::ink());
+    // Built from escaped names, so the markup is only ours.
+    conflictList->setTextFormat(Qt::RichText);
     conflictList->setWordWrap(true);
     conflictList->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto* scroll = new QScrollArea;

@@ -4,8 +4,6 @@
 #include "ui/symbols.h"
 
 namespace InspectorText {
-namespace {
-
 QLabel* label(const QString& text, int pixelSize, QFont::Weight weight, const QColor& color,
               QWidget* parent) {
     auto* label = new QLabel(text, parent);
@@ -20,8 +18,6 @@ QLabel* label(const QString& text, int pixelSize, QFont::Weight weight, const QC
     label->setPalette(palette);
     return label;
 }
-
-} // namespace
 
 QLabel* body(const QString& text, QWidget* parent) {
     QLabel* result = label(text, 13, QFont::Normal, Sheen::ink(), parent);

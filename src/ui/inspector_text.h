@@ -9,6 +9,9 @@
 // small uppercase section labels and a card header with its symbol.
 namespace InspectorText {
 
+// Plain text at `pixelSize` in `weight` and `color`.
+QLabel* label(const QString& text, int pixelSize, QFont::Weight weight, const QColor& color,
+              QWidget* parent = nullptr);
 // 13 px ink, wrapped.
 QLabel* body(const QString& text, QWidget* parent = nullptr);
 // 12 px in the secondary colour, wrapped.
