@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
@@ -69,6 +70,8 @@ private slots:
     void addRenameAndUndoAsAPersonWould();
     void quittingWaitsForARename();
     void spreadsheetIssueAndItsFix();
+    void droppedFolderIsAddedUnlessASheetIsOpen();
+    void compactWindowKeepsItsTopEdge();
 
 private:
     std::unique_ptr<QTemporaryDir> disk;
@@ -185,6 +188,38 @@ void MainWindowTest::spreadsheetIssueAndItsFix() {
     QTRY_VERIFY(withText<QLabel>(window.get(), "2 mappings checked"));
     withText(window.get(), "Done")->click();
     QTRY_VERIFY(model->canRename());
+}
+
+void MainWindowTest::droppedFolderIsAddedUnlessASheetIsOpen() {
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(shoot)});
+    auto drop = [&] {
+        QDragEnterEvent enter(QPoint(200, 200), Qt::CopyAction, &data, Qt::LeftButton,
+                              Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &enter);
+        QDropEvent dropped(QPointF(200, 200), Qt::CopyAction, &data, Qt::LeftButton,
+                           Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &dropped);
+        return enter.isAccepted() && dropped.isAccepted();
+    };
+
+    model->setShowSaveRecipe(true);
+    QVERIFY(!drop());
+    model->setShowSaveRecipe(false);
+
+    // A dropped folder is not a chosen one: its access is asked for.
+    dialogs.openAnswers.append({QUrl::fromLocalFile(shoot)});
+    QVERIFY(drop());
+    QTRY_COMPARE_WITH_TIMEOUT(model->files().size(), qsizetype(2), 10000);
+    QCOMPARE(dialogs.openRequests.last().title, "Allow access to shoot");
+    QVERIFY(dialogs.openRequests.last().message.startsWith("You selected ‘shoot’. Tessary needs"));
+}
+
+void MainWindowTest::compactWindowKeepsItsTopEdge() {
+    window->setGeometry(40, 60, 1300, 900);
+    QTRY_COMPARE(window->geometry().height(), 900);
+    command(*window, "Compact Window")->trigger();
+    QTRY_COMPARE(window->geometry(), QRect(40, 60, 1000, 680));
 }
 
 QTEST_MAIN(MainWindowTest)
