@@ -25,6 +25,8 @@ struct Fault {
     long at = 0;
     QString action;
     QString command;
+    // As on a kernel without openat2: folders are walked one component at a time.
+    bool withoutOpenat2 = false;
 };
 
 Run drive(const QString& journal, const QStringList& arguments, const Fault& fault = {}) {
@@ -33,8 +35,10 @@ Run drive(const QString& journal, const QStringList& arguments, const Fault& fau
     // The driver may be built with AddressSanitizer, whose runtime otherwise
     // insists on being the first library loaded.
     environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
-    if (fault.at > 0) {
+    if (fault.at > 0 || fault.withoutOpenat2) {
         environment.insert("LD_PRELOAD", TESSARY_FAULT_SHIM);
+        if (fault.withoutOpenat2)
+            environment.insert("TESSARY_FAULT_NO_OPENAT2", "1");
         environment.insert("TESSARY_FAULT_CALLS", fault.calls);
         environment.insert("TESSARY_FAULT_AT", QString::number(fault.at));
         environment.insert("TESSARY_FAULT_ACTION", fault.action);
@@ -123,6 +127,7 @@ private slots:
     void injectedFailuresLoseNothing_data();
     void injectedFailuresLoseNothing();
     void hostileChangesDuringABatchTouchNothingElse();
+    void folderWalkWithoutOpenat2RefusesLinksToo();
 };
 
 void CrashRecoveryTest::everyInterruptedRenameRecovers_data() {
@@ -326,6 +331,28 @@ void CrashRecoveryTest::hostileChangesDuringABatchTouchNothingElse() {
         else
             QVERIFY(!QFile::exists(disk.at(hostile.intactPath)));
     }
+}
+
+void CrashRecoveryTest::folderWalkWithoutOpenat2RefusesLinksToo() {
+    TemporaryFolder disk;
+    disk.file("d/a.txt", "a");
+    disk.file("d/b.txt", "b");
+    disk.symlink("alias", disk.at("d"));
+    const QString journal = disk.at("journal");
+    const Fault walk{{}, 0, {}, {}, true};
+
+    Run run = drive(journal, {"execute", disk.at("alias/a.txt") + "=z.txt"}, walk);
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.errors, QStringLiteral("Cannot safely open alias. Symbolic links and unavailable "
+                                        "folders are not supported."));
+
+    run = drive(journal, {"execute", disk.at("d/a.txt") + "=b.txt", disk.at("d/b.txt") + "=a.txt"},
+                walk);
+    QVERIFY2(run.exitCode == 0, qPrintable(run.errors));
+    QCOMPARE(disk.read("d/a.txt"), QByteArray("b"));
+    run = drive(journal, {"undo"}, walk);
+    QVERIFY2(run.exitCode == 0, qPrintable(run.errors));
+    QCOMPARE(disk.read("d/a.txt"), QByteArray("a"));
 }
 
 QTEST_GUILESS_MAIN(CrashRecoveryTest)
