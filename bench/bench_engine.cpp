@@ -4,6 +4,8 @@
 //
 //   bench-engine [FOLDER...]   (default: the current folder and /dev/shm)
 
+#include "bench_support.h"
+
 #include "core/file_import.h"
 #include "core/recipe.h"
 #include "core/rename_engine.h"
@@ -24,12 +26,7 @@ namespace {
 constexpr int fileCount = 5000;
 
 bool makeFiles(const QString& folder) {
-    for (int index = 0; index < fileCount; ++index) {
-        QFile file(folder + QStringLiteral("/IMG_%1.jpg").arg(index));
-        if (!file.open(QIODevice::WriteOnly))
-            return false;
-    }
-    return true;
+    return writeEmptyFiles(folder, fileCount, QStringLiteral("IMG_%1.jpg"));
 }
 
 double engineMilliseconds(const QString& base, QTextStream& out) {

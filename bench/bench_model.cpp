@@ -38,11 +38,8 @@ int main(int argc, char** argv) {
     QTemporaryDir work;
     QString files = work.path() + "/files";
     QDir().mkpath(files);
-    for (int index = 0; index < fileCount; ++index) {
-        QFile file(files + QStringLiteral("/IMG_%1 Holiday.jpg").arg(index));
-        if (!file.open(QIODevice::WriteOnly))
-            return 1;
-    }
+    if (!writeEmptyFiles(files, fileCount, QStringLiteral("IMG_%1 Holiday.jpg")))
+        return 1;
 
     FolderAnswer dialogs(files);
     NoClipboard clipboard;

@@ -32,11 +32,8 @@ int main(int argc, char** argv) {
     QTemporaryDir folder;
     if (!folder.isValid())
         return 1;
-    for (int index = 0; index < fileCount; ++index) {
-        QFile file(folder.path() + QStringLiteral("/IMG_%1 Holiday.jpg").arg(index));
-        if (!file.open(QIODevice::WriteOnly))
-            return 1;
-    }
+    if (!writeEmptyFiles(folder.path(), fileCount, QStringLiteral("IMG_%1 Holiday.jpg")))
+        return 1;
 
     const QList<QUrl> items{QUrl::fromLocalFile(folder.path())};
     ImportResult imported;

@@ -8,12 +8,23 @@
 #include "app/url_opener.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QObject>
 #include <QTimer>
 
 #include <algorithm>
 #include <functional>
 #include <vector>
+
+// `count` empty files named by `pattern` ("IMG_%1.jpg") in `folder`.
+inline bool writeEmptyFiles(const QString& folder, int count, const QString& pattern) {
+    for (int index = 0; index < count; ++index) {
+        QFile file(folder + QLatin1Char('/') + pattern.arg(index));
+        if (!file.open(QIODevice::WriteOnly))
+            return false;
+    }
+    return true;
+}
 
 // The median of `runs` timings of `work`, in milliseconds.
 inline double medianMilliseconds(const std::function<void()>& work, int runs = 15) {

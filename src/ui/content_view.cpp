@@ -1,6 +1,7 @@
 #include "ui/content_view.h"
 
 #include "ui/inspector_text.h"
+#include "ui/logo_painter.h"
 #include "ui/preview_row_delegate.h"
 #include "ui/preview_table_model.h"
 #include "ui/rename_action.h"
@@ -75,27 +76,12 @@ QFrame* card() {
 // The logo: the tag symbol on a rounded square of the gradient.
 class Logo : public QWidget {
 public:
-    Logo() { setFixedSize(30, 30); }
+    Logo() { setFixedSize(34, 34); }
 
 protected:
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        QPainterPath shape;
-        shape.addRoundedRect(QRectF(rect()), 8, 8);
-        painter.fillPath(shape, Sheen::gradient(QRectF(rect())));
-        painter.setPen(QPen(Qt::white, 2));
-        painter.setBrush(Qt::NoBrush);
-        QPainterPath tag;
-        tag.moveTo(9, 9);
-        tag.lineTo(17, 9);
-        tag.lineTo(23, 15);
-        tag.lineTo(17, 21);
-        tag.lineTo(9, 21);
-        tag.closeSubpath();
-        painter.drawPath(tag);
-        painter.setBrush(Qt::white);
-        painter.drawEllipse(QPointF(13, 15), 1.5, 1.5);
+        paintLogo(painter, width());
     }
 };
 
