@@ -2,6 +2,7 @@
 
 #include "app/background.h"
 
+#include "core/batch_limit.h"
 #include "core/file_import.h"
 #include "core/new_files.h"
 #include "core/rename_failure.h"
@@ -16,7 +17,6 @@
 namespace {
 
 constexpr int previewDelayMilliseconds = 120;
-constexpr qsizetype batchLimit = 5000;
 
 const char* const sampleNames[] = {
     "Brand direction FINAL.pdf", "brandmark-v6.svg",       "Business Card copy.png",

@@ -2,6 +2,7 @@
 // on disk: rename, undo and recovery.
 
 #include "app/app_model.h"
+#include "core/batch_limit.h"
 
 #include "app/background.h"
 
@@ -66,7 +67,8 @@ void AppModel::add(const QList<QUrl>& items, const QList<QUrl>& selectedFolders)
     setBusy(true, false);
     setNotice(QStringLiteral("Adding files…"));
     runInBackground(
-        this, [items, existing = files_] { return FileImport::collect(items, existing, 5000); },
+        this,
+        [items, existing = files_] { return FileImport::collect(items, existing, batchLimit); },
         [this](const ImportResult& result) {
             assign(files_, result.files, &AppModel::filesChanged);
             refreshPreview();
@@ -164,7 +166,7 @@ void AppModel::rename() {
         this,
         [engine = engine, intents]() -> std::optional<QString> {
             try {
-                engine->execute(intents, 5000);
+                engine->execute(intents, batchLimit);
             } catch (const RenameFailure& failure) {
                 return failure.message;
             } catch (const std::exception& failure) {

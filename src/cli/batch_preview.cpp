@@ -1,5 +1,6 @@
 #include "batch_preview.h"
 
+#include "core/batch_limit.h"
 #include "core/file_import.h"
 #include "core/folder_authorization.h"
 #include "core/mapping_preview.h"
@@ -34,7 +35,7 @@ BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool c
     FolderAuthorization::requiredFolders(items);
 
     BatchPreview preview;
-    preview.import = FileImport::collect(items, {}, 5000);
+    preview.import = FileImport::collect(items, {}, batchLimit);
     const QList<FileRecord>& files = preview.import.files;
     if (const auto* document = std::get_if<MappingDocument>(&naming)) {
         MappingPreview mapped = MappingPreview::compute(files, *document, checkWindows);

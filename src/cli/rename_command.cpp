@@ -6,6 +6,7 @@
 #include "preview_output.h"
 #include "usage_error.h"
 
+#include "core/batch_limit.h"
 #include "core/rename_engine.h"
 #include "core/rename_failure.h"
 
@@ -95,7 +96,7 @@ int run(const QStringList& arguments) {
         QList<RenameIntent> intents;
         for (const PreviewRow& row : preview.rows)
             intents.append(row.intent);
-        engine.execute(intents, 5000);
+        engine.execute(intents, batchLimit);
     } catch (const RenameFailure& failure) {
         errors << failure.message << '\n';
         return 1;

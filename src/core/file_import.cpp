@@ -1,5 +1,6 @@
 #include "core/file_import.h"
 
+#include "core/batch_limit.h"
 #include "core/file_safety.h"
 #include "core/filename.h"
 #include "core/natural_order.h"
@@ -16,7 +17,6 @@
 namespace FileImport {
 namespace {
 
-constexpr qsizetype batchLimit = 5000;
 constexpr qsizetype skippedLineCap = 50;
 
 struct Candidate {

@@ -1,5 +1,6 @@
 #include "core/rename_engine.h"
 
+#include "core/batch_limit.h"
 #include "core/file_record.h"
 #include "core/file_safety.h"
 #include "core/filename.h"
@@ -18,7 +19,6 @@ namespace {
 
 constexpr const char* activeJournal = "active.json";
 constexpr const char* undoJournal = "undo.json";
-constexpr qsizetype batchLimit = 5000;
 
 [[noreturn]] void platformFailure(int error) {
     throw RenameFailure(PosixFileSystem::errorText(error) + QLatin1Char('.'));

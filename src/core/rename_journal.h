@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/batch_limit.h"
 #include "core/journal_entry.h"
 #include "core/journal_purpose.h"
 
@@ -23,7 +24,7 @@ struct RenameJournal {
 
     friend bool operator==(const RenameJournal&, const RenameJournal&) = default;
 
-    static constexpr qsizetype maximumEntries = 5000;
+    static constexpr qsizetype maximumEntries = batchLimit;
     static constexpr qsizetype maximumPathBytes = 1023;
     static constexpr qsizetype maximumDocumentBytes = 134'217'728;
 
