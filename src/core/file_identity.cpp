@@ -10,6 +10,24 @@ void combine(std::size_t& seed, std::size_t value) {
 }
 } // namespace
 
+// Linux does not keep device numbers: btrfs gives a subvolume a new anonymous
+// device at every mount, and a USB or loop disk attached again may come back
+// as another node. A recorded identity whose device alone differs is still the
+// same file when the file system records birth times and the inode and the
+// birth time agree to the nanosecond: a file created on another volume, or a
+// new file that took a deleted file's inode, carries another birth time. The
+// one false match left is a block-for-block copy of the very volume (a cloned
+// disk image), whose files are copies of the same files with the same names.
+// Where no birth time is recorded (reported as zero), inode numbers alone are
+// too common to trust across volumes, so a device change is never forgiven.
+bool FileIdentity::sameFile(const FileIdentity& recorded, const FileIdentity& now) {
+    if (recorded == now)
+        return true;
+    bool hasBirthTime = recorded.birthSeconds != 0 || recorded.birthNanos != 0;
+    return hasBirthTime && recorded.inode == now.inode &&
+           recorded.birthSeconds == now.birthSeconds && recorded.birthNanos == now.birthNanos;
+}
+
 std::size_t FileIdentityHash::operator()(const FileIdentity& identity) const noexcept {
     std::size_t seed = 0;
     combine(seed, std::hash<std::int32_t>{}(identity.device));

@@ -15,6 +15,12 @@ struct FileIdentity {
     std::int64_t birthNanos = 0;
 
     friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+
+    // Whether `now`, read from the disk, is the file or folder that was
+    // recorded as `recorded`, possibly in an earlier run. This is the one place
+    // that decides it; every check before a rename and every search of
+    // recovery asks here.
+    static bool sameFile(const FileIdentity& recorded, const FileIdentity& now);
 };
 
 struct FileIdentityHash {

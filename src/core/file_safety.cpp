@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <sys/stat.h>
 
 namespace FileSafety {
 bool hasPackageExtension(const QString& folderName) {
@@ -83,16 +84,40 @@ PosixFileSystem::Status fileStat(const QString& name, int fd) {
 
 OpenFolder openFolder(const QString& folderPath) {
     OpenFolder folder{directoryFD(folderPath), std::nullopt};
-    if (auto status = PosixFileSystem::statDescriptor(folder.fd.get()))
+    if (auto status = PosixFileSystem::statDescriptor(folder.fd.get())) {
         folder.identity = status.value->identity;
+        folder.sticky = (status.value->mode & S_ISVTX) != 0;
+        folder.owner = status.value->owner;
+    }
     return folder;
 }
+
+namespace {
+
+// A batch that the kernel stops halfway leaves files under staging names, so
+// what it will refuse is found here, before anything is journaled.
+std::optional<QString> renameRefusal(const OpenFolder& folder,
+                                     const PosixFileSystem::Status& file) {
+    if (file.protectedFromChange)
+        return QStringLiteral("This file is protected against changes (immutable or "
+                              "append-only), so it cannot be renamed.");
+    // In a sticky folder (a shared one, like /tmp) only the file's owner, the
+    // folder's owner and a privileged process may rename a file.
+    std::uint32_t user = PosixFileSystem::effectiveUser();
+    if (folder.sticky && file.owner != user && folder.owner != user &&
+        !PosixFileSystem::mayRenameOthersFiles())
+        return QStringLiteral("This file belongs to another user in a shared folder, so only "
+                              "its owner can rename it.");
+    return std::nullopt;
+}
+
+} // namespace
 
 Identities lookup(const OpenFolder& folder, const QString& name) {
     auto status = fileStat(name, folder.fd.get());
     if (!folder.identity)
         throw RenameFailure(QStringLiteral("Cannot inspect the folder."));
-    return {status.identity, *folder.identity};
+    return {status.identity, *folder.identity, renameRefusal(folder, status)};
 }
 
 Identities record(const QUrl& file, bool allowStaging) {

@@ -19,6 +19,9 @@ namespace FileSafety {
 struct Identities {
     FileIdentity file;
     FileIdentity folder;
+    // Why the kernel would refuse to rename this file although it passes every
+    // other check, or nothing.
+    std::optional<QString> renameRefusal;
 };
 
 // Opens a folder for reading, walking from "/" with walk-only descriptors and
@@ -47,6 +50,9 @@ bool hasPackageExtension(const QString& folderName);
 struct OpenFolder {
     UniqueFd fd;
     std::optional<FileIdentity> identity;
+    // Whether the folder has the sticky bit, and its owner.
+    bool sticky = false;
+    std::uint32_t owner = 0;
 };
 
 // Throws what directoryFD throws.

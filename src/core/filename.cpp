@@ -2,6 +2,9 @@
 
 #include <QStringView>
 
+#include <unicode/uchar.h>
+#include <unicode/ustring.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -69,6 +72,22 @@ bool isAscii(const QString& name) {
     return std::all_of(name.begin(), name.end(), [](QChar unit) { return unit.unicode() < 0x80; });
 }
 
+// Full case folding, as case-insensitive Linux folders (ext4 and f2fs casefold)
+// compare names: "ß" is "ss" and "ﬁ" is "fi" there. Qt folds simply, one code
+// unit for one, which let a batch pass the preview and stop midway on such a
+// folder. Full folding turns one code point into at most three.
+QString fullyFolded(const QString& text) {
+    QString folded(text.size() * 3, Qt::Uninitialized);
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t length = u_strFoldCase(reinterpret_cast<UChar*>(folded.data()), int32_t(folded.size()),
+                                   reinterpret_cast<const UChar*>(text.utf16()),
+                                   int32_t(text.size()), U_FOLD_CASE_DEFAULT, &status);
+    if (U_FAILURE(status))
+        return text.toCaseFolded();
+    folded.truncate(length);
+    return folded;
+}
+
 } // namespace
 
 QString collisionKey(const QString& name) {
@@ -80,7 +99,7 @@ QString collisionKey(const QString& name) {
         }
         return key;
     }
-    return canonical(canonical(name).toCaseFolded());
+    return canonical(fullyFolded(canonical(name)));
 }
 
 QString canonical(const QString& name) {

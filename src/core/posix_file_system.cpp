@@ -6,10 +6,13 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/capability.h>
+#include <linux/magic.h>
 #include <linux/openat2.h>
 #include <stdio.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -33,18 +36,36 @@ std::int32_t encodedDevice(std::uint32_t major, std::uint32_t minor) {
     return static_cast<std::int32_t>(encoded);
 }
 
-Status statusFrom(const struct statx& info) {
+// An overlay file system copies a file or folder up to its writable layer at
+// the first change (our own probe and rename included), and the copy reports a
+// new birth time while keeping its device and inode. There the birth time is
+// left out of identities, as on a file system that records none. Only
+// anonymous devices (major 0) can be overlays, so block devices skip the call.
+bool keepsBirthTimes(int fd, const struct statx& info) {
+    if (info.stx_dev_major != 0 || fd == AT_FDCWD)
+        return true;
+    struct statfs volume {};
+    if (retryOnInterrupt([&] { return fstatfs(fd, &volume); }) != 0)
+        return true;
+    return volume.f_type != OVERLAYFS_SUPER_MAGIC;
+}
+
+Status statusFrom(const struct statx& info, bool withBirthTime) {
     Status status;
     status.isRegular = S_ISREG(info.stx_mode);
     status.isDirectory = S_ISDIR(info.stx_mode);
     status.isSymbolicLink = S_ISLNK(info.stx_mode);
     status.linkCount = info.stx_nlink;
     status.size = info.stx_size;
+    status.mode = info.stx_mode & 07777;
+    status.owner = info.stx_uid;
+    status.protectedFromChange = (info.stx_attributes & info.stx_attributes_mask &
+                                  (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
     status.identity.device = encodedDevice(info.stx_dev_major, info.stx_dev_minor);
     status.identity.inode = info.stx_ino;
     // A file system without birth times reports none; zero never changes while
     // the file exists, which is all an identity needs.
-    if (info.stx_mask & STATX_BTIME) {
+    if (withBirthTime && (info.stx_mask & STATX_BTIME)) {
         status.identity.birthSeconds = info.stx_btime.tv_sec;
         status.identity.birthNanos = info.stx_btime.tv_nsec;
     }
@@ -57,7 +78,7 @@ Result<Status> statxCall(int folder, const char* name, int flags) {
         [&] { return statx(folder, name, flags, STATX_BASIC_STATS | STATX_BTIME, &info); });
     if (rc != 0)
         return {std::nullopt, errno};
-    return {statusFrom(info), 0};
+    return {statusFrom(info, keepsBirthTimes(folder, info)), 0};
 }
 
 Result<UniqueFd> openCall(int folder, const char* name, int flags) {
@@ -210,6 +231,12 @@ int renameExclusive(int folder, const QByteArray& from, const QByteArray& to) {
     return rc == 0 ? 0 : errno;
 }
 
+int linkExclusive(int folder, const QByteArray& from, const QByteArray& to) {
+    int rc = retryOnInterrupt(
+        [&] { return linkat(folder, from.constData(), folder, to.constData(), 0); });
+    return rc == 0 ? 0 : errno;
+}
+
 int renameReplacing(int folder, const QByteArray& from, const QByteArray& to) {
     int rc = retryOnInterrupt(
         [&] { return renameat(folder, from.constData(), folder, to.constData()); });
@@ -231,6 +258,18 @@ int makeFolders(const QByteArray& path, unsigned mode) {
             return errno;
     }
     return 0;
+}
+
+std::uint32_t effectiveUser() {
+    return geteuid();
+}
+
+bool mayRenameOthersFiles() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3]{};
+    if (syscall(SYS_capget, &header, data) != 0)
+        return false;
+    return (data[CAP_FOWNER / 32].effective & (1u << (CAP_FOWNER % 32))) != 0;
 }
 
 QString errorText(int error) {

@@ -21,6 +21,11 @@ struct Status {
     bool isSymbolicLink = false;
     std::uint64_t linkCount = 0;
     std::uint64_t size = 0;
+    // Permission bits with the sticky bit, and the owner's user id.
+    unsigned mode = 0;
+    std::uint32_t owner = 0;
+    // Immutable or append-only (chattr +i, +a): the kernel refuses to rename it.
+    bool protectedFromChange = false;
     FileIdentity identity;
 };
 
@@ -90,6 +95,11 @@ int sync(int fd);
 // replace anything that has the destination name. 0 or an errno.
 int renameExclusive(int folder, const QByteArray& from, const QByteArray& to);
 
+// linkat inside one folder: a second name for `from`, failing with EEXIST
+// when `to` exists. Unlike renameat2(RENAME_NOREPLACE) it works on every file
+// system, network ones included. 0 or an errno.
+int linkExclusive(int folder, const QByteArray& from, const QByteArray& to);
+
 // renameat inside one folder, replacing the destination atomically. Only ever
 // used for the app's own journals. 0 or an errno.
 int renameReplacing(int folder, const QByteArray& from, const QByteArray& to);
@@ -99,6 +109,13 @@ int removeAt(int folder, const QByteArray& name);
 
 // mkdir of every missing component with `mode`: 0 or an errno.
 int makeFolders(const QByteArray& path, unsigned mode);
+
+// The effective user id of this process.
+std::uint32_t effectiveUser();
+
+// True when this process may rename other users' files in a sticky folder
+// (CAP_FOWNER in its effective set, as root normally has).
+bool mayRenameOthersFiles();
 
 // The system's description of an errno value, without a final period, for
 // sentences shown to the user.

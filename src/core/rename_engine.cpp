@@ -10,9 +10,11 @@
 #include "core/rename_preview.h"
 #include "core/uuid_text.h"
 
+#include <QDateTime>
 #include <QSet>
 
 #include <algorithm>
+#include <cerrno>
 #include <unordered_set>
 
 namespace {
@@ -36,12 +38,43 @@ qsizetype utf8Length(const QString& text) {
     return text.toUtf8().size();
 }
 
+// ".tessary-" + a batch id + "-probe", or that name + "-renamed".
+bool isProbeName(const QByteArray& name) {
+    static const QByteArray prefix = ".tessary-";
+    if (!name.startsWith(prefix))
+        return false;
+    QByteArray rest = name.mid(prefix.size());
+    if (!UuidText::parse(QString::fromLatin1(rest.left(36))))
+        return false;
+    rest = rest.mid(36);
+    return rest == "-probe" || rest == "-probe-renamed";
+}
+
+// A process killed while probing leaves its empty probe file behind. The
+// folder is locked against every other Tessary operation by now, so no probe
+// in it is still in use; only empty, single-link regular files under the
+// probe's exact name are taken for ours.
+void removeStaleProbes(int folder) {
+    auto listing = PosixFileSystem::listFolder(folder);
+    if (!listing)
+        return;
+    for (const QByteArray& name : *listing.value) {
+        if (!isProbeName(name))
+            continue;
+        auto status = PosixFileSystem::statAt(folder, name);
+        if (status && status.value->isRegular && status.value->linkCount == 1 &&
+            status.value->size == 0)
+            PosixFileSystem::removeAt(folder, name);
+    }
+}
+
 bool isAt(const QString& path, const FileIdentity& identity, const FileIdentity& parentIdentity) {
     try {
         UniqueFd folder = FileSafety::directoryFD(FilePath::parent(path));
         auto file = FileSafety::fileStat(FilePath::lastComponent(path), folder.get());
         auto opened = PosixFileSystem::statDescriptor(folder.get());
-        return opened && file.identity == identity && opened.value->identity == parentIdentity;
+        return opened && FileIdentity::sameFile(identity, file.identity) &&
+               FileIdentity::sameFile(parentIdentity, opened.value->identity);
     } catch (const RenameFailure&) {
         return false;
     }
@@ -90,7 +123,11 @@ RenameEngine::Lock RenameEngine::lock() const {
 
 bool RenameEngine::journalExists(const char* name) const {
     QString path = FilePath::joined(folder, QLatin1String(name));
-    return bool(PosixFileSystem::statPath(path.toUtf8()));
+    auto status = PosixFileSystem::statPath(path.toUtf8());
+    // Only a definite "no such file" means there is none. A journal that could
+    // not be looked at is taken as present, so a new batch never starts over
+    // an interrupted one that a failing disk hid for a moment.
+    return status || status.error != ENOENT;
 }
 
 bool RenameEngine::hasRecovery() const {
@@ -130,7 +167,8 @@ void RenameEngine::execute(const QList<RenameIntent>& intents, qsizetype limit) 
     perform(intents, JournalPurpose::rename);
 }
 
-RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalPurpose purpose) {
+RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalPurpose purpose,
+                                    FolderLocks& locks) {
     if (hasRecovery())
         throw RenameFailure(QStringLiteral("An interrupted batch needs recovery first."));
     if (intents.size() > batchLimit)
@@ -142,6 +180,14 @@ RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalP
             !identities.insert(intent.source.identity).second)
             tooManyFiles();
     }
+    // Locked before the disk is judged, so another process can neither have
+    // moved these files between the judgement and the journal, nor move them
+    // while this batch runs.
+    QStringList folders;
+    for (const RenameIntent& intent : intents)
+        folders.append(intent.source.folderPath());
+    folders.removeDuplicates();
+    locks = FolderLocks::acquire(folders);
 
     // The engine trusts no earlier preview: the disk is judged again now, and
     // one problem anywhere refuses the whole batch.
@@ -167,8 +213,11 @@ RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalP
     if (journal.entries.isEmpty())
         throw RenameFailure(QStringLiteral("There are no filename changes to apply."));
 
+    // Everything that could refuse the journal is settled before the probe
+    // writes into the user's folders.
+    QByteArray document = journalDocument(journal);
     probeExclusiveRename(journal.entries, journal.id);
-    persist(journal, activeJournal);
+    commit(document, activeJournal, Commit::exclusive);
     return journal;
 }
 
@@ -189,8 +238,9 @@ void RenameEngine::probeExclusiveRename(const QList<JournalEntry>& entries, cons
         UniqueFd fd = FileSafety::directoryFD(parent);
         // The probe file goes only into the very folder the batch was judged in.
         auto opened = PosixFileSystem::statDescriptor(fd.get());
-        if (!opened || opened.value->identity != entry.parentIdentity)
+        if (!opened || !FileIdentity::sameFile(entry.parentIdentity, opened.value->identity))
             fileChanged();
+        removeStaleProbes(fd.get());
         auto probe = PosixFileSystem::createExclusive(fd.get(), created);
         if (!probe)
             throw RenameFailure(QStringLiteral("Cannot rename files in ") +
@@ -207,7 +257,8 @@ void RenameEngine::probeExclusiveRename(const QList<JournalEntry>& entries, cons
 }
 
 void RenameEngine::perform(const QList<RenameIntent>& intents, JournalPurpose purpose) {
-    RenameJournal journal = prepare(intents, purpose);
+    FolderLocks locks;
+    RenameJournal journal = prepare(intents, purpose, locks);
     try {
         // Phase 1 empties every name the batch will take from its own files, so
         // phase 2 can exchange and rotate names without meeting one of them.
@@ -237,19 +288,28 @@ void RenameEngine::move(const QString& from, const QString& to, const FileIdenti
     auto opened = PosixFileSystem::statDescriptor(fd.get());
     if (!opened)
         throw RenameFailure(QStringLiteral("Cannot inspect the folder."));
-    if (opened.value->identity != parentIdentity)
+    if (!FileIdentity::sameFile(parentIdentity, opened.value->identity))
         fileChanged();
     QString name = FilePath::lastComponent(from);
-    if (FileSafety::fileStat(name, fd.get()).identity != identity)
+    if (!FileIdentity::sameFile(identity, FileSafety::fileStat(name, fd.get()).identity))
         fileChanged();
     // Between the check above and this call another program could swap the
-    // file; the folder descriptor pins the folder, and the exclusive flag means
-    // the worst outcome is a refused rename, never a replaced file.
-    if (int error = PosixFileSystem::renameExclusive(fd.get(), name.toUtf8(),
-                                                     FilePath::lastComponent(to).toUtf8()))
+    // file for another. The folder descriptor pins the folder and the
+    // exclusive flag keeps any name from being replaced, but the swapped-in
+    // file would take the new name; so the moved file is checked, and a
+    // stranger is put back under the name it came from.
+    const QByteArray source = name.toUtf8();
+    const QByteArray target = FilePath::lastComponent(to).toUtf8();
+    if (int error = PosixFileSystem::renameExclusive(fd.get(), source, target))
         throw RenameFailure(QStringLiteral("Cannot rename ") + name + QStringLiteral(": ") +
                             PosixFileSystem::errorText(error) +
                             QStringLiteral(". Nothing was overwritten."));
+    auto moved = PosixFileSystem::statAt(fd.get(), target);
+    if (moved && !FileIdentity::sameFile(identity, moved.value->identity)) {
+        if (PosixFileSystem::renameExclusive(fd.get(), target, source) == 0)
+            PosixFileSystem::sync(fd.get());
+        fileChanged();
+    }
     // The journal already on disk says where this file may be; this flush makes
     // sure the disk never shows a name older than the journal assumes.
     if (PosixFileSystem::sync(fd.get()) != 0)
@@ -257,7 +317,7 @@ void RenameEngine::move(const QString& from, const QString& to, const FileIdenti
                                            "the recovery journal and retry recovery."));
 }
 
-void RenameEngine::persist(const RenameJournal& journal, const char* target) {
+QByteArray RenameEngine::journalDocument(const RenameJournal& journal) {
     bool tooLarge = journal.entries.size() > RenameJournal::maximumEntries;
     for (const JournalEntry& entry : journal.entries) {
         tooLarge = tooLarge || utf8Length(entry.original) > RenameJournal::maximumPathBytes ||
@@ -272,7 +332,26 @@ void RenameEngine::persist(const RenameJournal& journal, const char* target) {
     if (document.size() > RenameJournal::maximumDocumentBytes)
         throw RenameFailure(QStringLiteral(
             "This batch exceeds the safe journal size limit. No new files were renamed."));
+    // A journal that its own reader refuses would leave the user with files
+    // nobody can recover, so it is read back before it may be written. Linux
+    // keeps two folders whose names differ only in Unicode form apart, while
+    // the reader counts their paths as one.
+    try {
+        RenameJournal::decoded(document);
+    } catch (const RenameFailure&) {
+        throw RenameFailure(QStringLiteral(
+            "This batch cannot be journaled so that recovery could read it back: two of its "
+            "paths differ only in Unicode form. Rename those files in separate batches. No new "
+            "files were renamed."));
+    }
+    return document;
+}
 
+void RenameEngine::persist(const RenameJournal& journal, const char* target) {
+    commit(journalDocument(journal), target, Commit::replacing);
+}
+
+void RenameEngine::commit(const QByteArray& document, const char* target, Commit mode) {
     UniqueFd journals;
     try {
         journals = FileSafety::directoryFD(folder);
@@ -306,7 +385,17 @@ void RenameEngine::persist(const RenameJournal& journal, const char* target) {
     // leave a journal name pointing at an empty or partial file.
     if (PosixFileSystem::sync(file.get()) != 0)
         throw RenameFailure(QStringLiteral("The recovery journal could not be saved to disk."));
-    if (PosixFileSystem::renameReplacing(journals.get(), temporary, QByteArray(target)) != 0)
+    // The first version of an active journal never replaces anything: if one
+    // appeared since the check in prepare, it belongs to an interrupted batch
+    // and is worth more than this one. A link is exclusive on every file
+    // system; the temporary name it leaves is removed below, and one left by a
+    // crash in between is only a second name of the same journal.
+    int refused = mode == Commit::exclusive
+                      ? PosixFileSystem::linkExclusive(journals.get(), temporary, target)
+                      : PosixFileSystem::renameReplacing(journals.get(), temporary, target);
+    if (refused == EEXIST && mode == Commit::exclusive)
+        throw RenameFailure(QStringLiteral("An interrupted batch needs recovery first."));
+    if (refused != 0)
         throw RenameFailure(QStringLiteral("The recovery journal could not be committed."));
     syncJournalFolder();
 }
@@ -349,7 +438,8 @@ void RenameEngine::undo() {
             throw RenameFailure(
                 QStringLiteral("Files inside application or document bundles are not supported."));
         auto now = FileSafety::record(QUrl::fromLocalFile(path), false);
-        if (now.file != entry.identity || now.folder != entry.parentIdentity)
+        if (!FileIdentity::sameFile(entry.identity, now.file) ||
+            !FileIdentity::sameFile(entry.parentIdentity, now.folder))
             throw RenameFailure(
                 FilePath::lastComponent(path) +
                 QStringLiteral(" was replaced or moved. Undo cannot safely continue."));
@@ -366,38 +456,138 @@ void RenameEngine::recover() {
         finish(journal);
         return;
     }
-
+    FolderLocks locks = lockFolders(journal);
     // Every file is located before any moves, so a file on a volume that is not
     // mounted stops recovery with nothing moved anywhere.
-    QStringList found;
+    const QList<std::optional<QString>> found = locate(journal);
+    for (qsizetype index = 0; index < found.size(); ++index) {
+        if (!found[index])
+            throw RenameFailure(QStringLiteral("Recovery cannot find the original ") +
+                                FilePath::lastComponent(journal.entries[index].original) +
+                                QStringLiteral(". Reconnect its volume or restore it to a recorded "
+                                               "location, then retry. The journal remains in ") +
+                                folder + QLatin1Char('.'));
+    }
+    restore(journal, found);
+    removeDurably(activeJournal);
+}
+
+SetAsideBatch RenameEngine::restoreFound() {
+    Lock held = lock();
+    RenameJournal journal = read(activeJournal);
+    if (journal.completed) {
+        finish(journal);
+        return {};
+    }
+    FolderLocks locks = lockFolders(journal);
+    const QList<std::optional<QString>> found = locate(journal);
+    SetAsideBatch result;
+    result.restored = restore(journal, found);
+    for (qsizetype index = 0; index < found.size(); ++index) {
+        if (!found[index])
+            result.missing.append(journal.entries[index]);
+    }
+    if (result.missing.isEmpty()) {
+        removeDurably(activeJournal);
+        return result;
+    }
+    // The journal is the only record of where the missing files were and under
+    // which names; it is kept under a dated name that no operation acts on, and
+    // it stops blocking new batches only once that name is on disk.
+    const QString record = QStringLiteral("set-aside-") +
+                           QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'") +
+                           QLatin1Char('-') + UuidText::text(journal.id) + QStringLiteral(".json");
+    {
+        UniqueFd journals = FileSafety::directoryFD(folder);
+        if (int error =
+                PosixFileSystem::renameReplacing(journals.get(), activeJournal, record.toUtf8()))
+            platformFailure(error);
+    }
+    syncJournalFolder();
+    result.record = FilePath::joined(folder, record);
+    return result;
+}
+
+FolderLocks RenameEngine::lockFolders(const RenameJournal& journal) {
+    QStringList folders;
+    for (const JournalEntry& entry : journal.entries)
+        folders.append(FilePath::parent(entry.original));
+    folders.removeDuplicates();
+    return FolderLocks::acquire(folders);
+}
+
+// Where each file of an unfinished batch is now: its staging name first (the
+// only name no other file can have), then its original and its final name.
+QList<std::optional<QString>> RenameEngine::locate(const RenameJournal& journal) const {
+    QList<std::optional<QString>> found;
     found.reserve(journal.entries.size());
     for (const JournalEntry& entry : journal.entries) {
-        QString place;
+        std::optional<QString> place;
         for (const QString& candidate : {entry.staging, entry.original, entry.final}) {
             if (isAt(candidate, entry.identity, entry.parentIdentity)) {
                 place = candidate;
                 break;
             }
         }
-        if (place.isEmpty())
-            throw RenameFailure(QStringLiteral("Recovery cannot find the original ") +
-                                FilePath::lastComponent(entry.original) +
-                                QStringLiteral(". Reconnect its volume or restore it to a recorded "
-                                               "location, then retry. The journal remains in ") +
-                                folder + QLatin1Char('.'));
         found.append(place);
     }
+    return found;
+}
 
-    // Through the staging names again, so exchanged or rotated names come back
-    // without meeting each other, whatever mix the interruption left.
+// Puts every found file back under its original name and returns how many.
+// Through the staging names again, so exchanged or rotated names come back
+// without meeting each other, whatever mix the interruption left. A file
+// already at its original name stays put: moving it could only fail, as it
+// does for ever on a file the user may not rename (an immutable file, or
+// another user's file in a sticky folder).
+qsizetype RenameEngine::restore(const RenameJournal& journal,
+                                const QList<std::optional<QString>>& found) {
+    qsizetype restored = 0;
     for (qsizetype index = 0; index < journal.entries.size(); ++index) {
         const JournalEntry& entry = journal.entries[index];
-        if (found[index] != entry.staging)
-            move(found[index], entry.staging, entry.identity, entry.parentIdentity);
+        if (found[index] && *found[index] != entry.staging && *found[index] != entry.original)
+            move(*found[index], entry.staging, entry.identity, entry.parentIdentity);
     }
-    for (const JournalEntry& entry : journal.entries)
-        move(entry.staging, entry.original, entry.identity, entry.parentIdentity);
-    removeDurably(activeJournal);
+    for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+        const JournalEntry& entry = journal.entries[index];
+        if (!found[index])
+            continue;
+        if (*found[index] != entry.original)
+            move(entry.staging, entry.original, entry.identity, entry.parentIdentity);
+        ++restored;
+    }
+    return restored;
+}
+
+QList<JournalEntry> RenameEngine::missingFiles() const {
+    RenameJournal journal = read(activeJournal);
+    if (journal.completed)
+        return {};
+    const QList<std::optional<QString>> found = locate(journal);
+    QList<JournalEntry> missing;
+    for (qsizetype index = 0; index < found.size(); ++index) {
+        if (!found[index])
+            missing.append(journal.entries[index]);
+    }
+    return missing;
+}
+
+QStringList RenameEngine::setAsideRecords() const {
+    QStringList records;
+    try {
+        UniqueFd journals = FileSafety::directoryFD(folder);
+        auto listing = PosixFileSystem::listFolder(journals.get());
+        if (!listing)
+            return records;
+        for (const QByteArray& name : *listing.value) {
+            if (name.startsWith("set-aside-") && name.endsWith(".json"))
+                records.append(QString::fromUtf8(name));
+        }
+    } catch (const RenameFailure&) {
+    }
+    // The names begin with their UTC time, so text order is age order.
+    records.sort();
+    return records;
 }
 
 qsizetype RenameEngine::undoCount() const {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "core/folder_locks.h"
 #include "core/journal_purpose.h"
 #include "core/rename_intent.h"
 #include "core/rename_journal.h"
 #include "core/rename_report.h"
+#include "core/set_aside_batch.h"
 #include "core/unique_fd.h"
 
 #include <QList>
@@ -48,6 +50,23 @@ public:
     // names, or otherwise puts every file of it back under its original name.
     void recover();
 
+    // The way out when recovery cannot find some files, because another
+    // program replaced them or their volume is gone for good. Every file that
+    // is found, with its identity checked as recovery checks it, goes back to
+    // its original name through its staging name; files that are not found are
+    // left alone, and the active journal is kept as a dated record in the
+    // journal folder rather than deleted. Throws RenameFailure; the active
+    // journal stays after any failure.
+    SetAsideBatch restoreFound();
+
+    // The entries of the active journal whose file is at none of its recorded
+    // names right now. Takes no lock and moves nothing; throws the reader's
+    // failures.
+    QList<JournalEntry> missingFiles() const;
+
+    // The file names of the batches set aside by `restoreFound`, oldest first.
+    QStringList setAsideRecords() const;
+
     // Files in the undo journal; 0 when there is none or it cannot be read.
     qsizetype undoCount() const;
 
@@ -64,13 +83,20 @@ private:
 
     Lock lock() const;
     RenameJournal read(const char* name) const;
-    RenameJournal prepare(const QList<RenameIntent>& intents, JournalPurpose purpose);
+    RenameJournal prepare(const QList<RenameIntent>& intents, JournalPurpose purpose,
+                          FolderLocks& locks);
     void perform(const QList<RenameIntent>& intents, JournalPurpose purpose);
     void move(const QString& from, const QString& to, const FileIdentity& identity,
               const FileIdentity& parentIdentity);
+    enum class Commit { exclusive, replacing };
+    static QByteArray journalDocument(const RenameJournal& journal);
     void persist(const RenameJournal& journal, const char* target);
+    void commit(const QByteArray& document, const char* target, Commit mode);
     void finish(const RenameJournal& journal);
     void removeDurably(const char* name);
+    static FolderLocks lockFolders(const RenameJournal& journal);
+    QList<std::optional<QString>> locate(const RenameJournal& journal) const;
+    qsizetype restore(const RenameJournal& journal, const QList<std::optional<QString>>& found);
     void syncJournalFolder();
     void probeExclusiveRename(const QList<JournalEntry>& entries, const QUuid& batch);
     bool journalExists(const char* name) const;

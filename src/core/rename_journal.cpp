@@ -23,8 +23,11 @@ namespace {
         QStringLiteral("The rename journal failed safety checks. No files were changed."));
 }
 
+// A NUL inside a path would reach the kernel as a shorter path than the one
+// checked here, so the folder validated would not be the folder acted on.
 bool isStandardAbsolute(const QString& path) {
-    return path.startsWith(QLatin1Char('/')) && FilePath::standardized(path) == path;
+    return path.startsWith(QLatin1Char('/')) && !path.contains(QChar(u'\0')) &&
+           FilePath::standardized(path) == path;
 }
 
 // A journal may have been edited, truncated or written by something else; it

@@ -5,6 +5,7 @@
 #include "core/natural_order.h"
 #include "core/posix_file_system.h"
 #include "core/rename_failure.h"
+#include "core/rename_journal.h"
 #include "core/windows_filename.h"
 
 #include <QHash>
@@ -71,6 +72,16 @@ std::optional<QSet<QString>> takenNames(const FileSafety::OpenFolder& folder,
     return keys;
 }
 
+// The engine journals the new path and a staging path beside it; the longest
+// staging name is that of a batch's last possible file.
+bool tooLongToJournal(const QString& folderPath, const QString& filename) {
+    static const qsizetype longestStaging =
+        RenameJournal::stagingName(QUuid(), batchLimit - 1).size();
+    qsizetype folderBytes = folderPath.toUtf8().size() + 1;
+    return folderBytes + std::max(filename.toUtf8().size(), longestStaging) >
+           RenameJournal::maximumPathBytes;
+}
+
 // Checks 1 to 5 of a row: everything but the folder listing.
 std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QString& proposedKey,
                                             const Tally& counts,
@@ -89,8 +100,15 @@ std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QS
         return folderFailure;
     try {
         auto now = FileSafety::lookup(*folder, source.name());
-        if (now.file != source.identity || now.folder != source.parentIdentity)
+        if (!FileIdentity::sameFile(source.identity, now.file) ||
+            !FileIdentity::sameFile(source.parentIdentity, now.folder))
             return QStringLiteral("This file changed or moved. Remove it and add it again.");
+        bool changes = Filename::canonical(intent.filename) != Filename::canonical(source.name());
+        if (changes && now.renameRefusal)
+            return now.renameRefusal;
+        if (changes && tooLongToJournal(source.folderPath(), intent.filename))
+            return QStringLiteral("The complete path would be too long to journal safely. Shorten "
+                                  "the folder path or filename.");
     } catch (const RenameFailure& failure) {
         return failure.message;
     }

@@ -1,0 +1,33 @@
+#include "core/folder_locks.h"
+
+#include "core/file_safety.h"
+#include "core/posix_file_system.h"
+#include "core/rename_failure.h"
+
+#include <cerrno>
+#include <unordered_set>
+
+FolderLocks FolderLocks::acquire(const QStringList& folderPaths) {
+    FolderLocks locks;
+    // A second descriptor of a folder already locked here would be refused by
+    // our own lock, so folders are told apart by what they are, not by path.
+    std::unordered_set<FileIdentity, FileIdentityHash> locked;
+    for (const QString& path : folderPaths) {
+        UniqueFd fd;
+        try {
+            fd = FileSafety::directoryFD(path);
+        } catch (const RenameFailure&) {
+            continue;
+        }
+        auto status = PosixFileSystem::statDescriptor(fd.get());
+        if (!status || !locked.insert(status.value->identity).second)
+            continue;
+        int error = PosixFileSystem::lockExclusiveWithoutWaiting(fd.get());
+        if (error == EWOULDBLOCK)
+            throw RenameFailure(QStringLiteral("Another Tessary operation is using a folder of "
+                                               "this batch. Try again when it finishes."));
+        if (error == 0)
+            locks.held.push_back(std::move(fd));
+    }
+    return locks;
+}
