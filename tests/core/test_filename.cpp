@@ -70,6 +70,9 @@ void FilenameTest::collisionKey_data() {
     QTest::newRow("composed and decomposed") << "Caf\u00e9.txt" << "CAFE\u0301.TXT" << true;
     QTest::newRow("accents kept") << "resume.txt" << "r\u00e9sum\u00e9.txt" << false;
     QTest::newRow("full-width kept") << "\uff41\uff42\uff43.txt" << "abc.txt" << false;
+    // Case-insensitive Linux folders fold fully, so these are one name there.
+    QTest::newRow("sharp s") << "stra\u00dfe.txt" << "STRASSE.txt" << true;
+    QTest::newRow("fi ligature") << "\ufb01le.txt" << "FILE.txt" << true;
 }
 // clang-format on
 

@@ -119,6 +119,14 @@ void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone_data() {
         std::string original = entry(j, 0)["original"];
         entry(j, 0)["original"] = original.substr(1);
     }) << unsafe;
+    // The kernel would stop reading at the NUL: another folder than the one checked.
+    QTest::newRow("NUL inside a folder name") << Damage([](Json& j) {
+        for (const char* key : {"original", "final", "staging"}) {
+            std::string path = entry(j, 0)[key];
+            auto slash = path.rfind('/');
+            entry(j, 0)[key] = path.substr(0, slash) + std::string("\0x", 2) + path.substr(slash);
+        }
+    }) << unsafe;
     QTest::newRow("same final twice")
         << Damage([](Json& j) { entry(j, 1)["final"] = entry(j, 0)["final"]; }) << unsafe;
     QTest::newRow("same identity twice")

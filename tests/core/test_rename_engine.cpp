@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QTest>
 
 #include <fcntl.h>
@@ -34,6 +35,7 @@ class RenameEngineTest : public QObject {
     Q_OBJECT
 private slots:
     void init();
+    void cleanup();
     void swapRenamesThroughStagingAndUndoRestores();
     void unchangedRowsAreSkippedAndNotNumbered();
     void refusesBatchesBeforeWritingAJournal_data();
@@ -43,6 +45,7 @@ private slots:
     void undoRefusesWhenTheRenamedFileChanged_data();
     void undoRefusesWhenTheRenamedFileChanged();
     void recoveryCannotFindAMissingFileAndMovesNothing();
+    void restoringWhatCanBeFoundSetsTheRestAside();
     void journalFoldersAreSortedAndDistinct();
     void engineRefusesAJournalFolderBehindALink();
 
@@ -50,11 +53,24 @@ private:
     std::unique_ptr<TemporaryFolder> disk;
     std::unique_ptr<RenameEngine> engine;
 
+    void interruptAfterRenaming(const QList<RenameIntent>& intents);
     RenameIntent intent(const QString& relative, const QString& filename) {
         return {FileRecord::make(disk->url(relative)), filename};
     }
     QString journal(const QString& name) const { return disk->at("journal/" + name); }
+    // Undone after each test, so a failing one leaves no lock or protected file.
+    int folderHeld = -1;
+    QString immutable;
 };
+
+void RenameEngineTest::cleanup() {
+    if (folderHeld >= 0)
+        ::close(folderHeld);
+    folderHeld = -1;
+    if (!immutable.isEmpty())
+        QProcess::execute("chattr", {"-i", immutable});
+    immutable.clear();
+}
 
 void RenameEngineTest::init() {
     disk = std::make_unique<TemporaryFolder>();
@@ -65,6 +81,9 @@ void RenameEngineTest::init() {
 
 void RenameEngineTest::swapRenamesThroughStagingAndUndoRestores() {
     QVERIFY(!engine->completedReport());
+    // Left by a process killed while probing this folder; the next batch here
+    // removes it.
+    disk->file("d/.tessary-3F2504E0-4F89-11D3-9A0C-0305E82C3301-probe", "");
     engine->execute({intent("d/a.txt", "b.txt"), intent("d/b.txt", "a.txt")}, 5000);
     QCOMPARE(disk->read("d/a.txt"), QByteArray("B"));
     QCOMPARE(disk->read("d/b.txt"), QByteArray("A"));
@@ -127,6 +146,24 @@ void RenameEngineTest::refusesBatchesBeforeWritingAJournal_data() {
     QTest::newRow("file replaced after it was added")
         << "replaced"
         << "a.txt: This file changed or moved. Remove it and add it again.";
+    QTest::newRow("another process holds a folder of the batch")
+        << "folder locked"
+        << "Another Tessary operation is using a folder of this batch. Try again when it "
+           "finishes.";
+    QTest::newRow("staging path would be too long to journal")
+        << "long folder"
+        << "a.txt: The complete path would be too long to journal safely. Shorten the folder "
+           "path or filename.";
+    QTest::newRow("immutable file")
+        << "immutable"
+        << "a.txt: This file is protected against changes (immutable or append-only), so it "
+           "cannot be renamed.";
+    // Two folders on Linux, one path to the journal's reader.
+    QTest::newRow("folders that differ only in Unicode form")
+        << "unicode folders"
+        << "This batch cannot be journaled so that recovery could read it back: two of its "
+           "paths differ only in Unicode form. Rename those files in separate batches. No new "
+           "files were renamed.";
 }
 
 void RenameEngineTest::refusesBatchesBeforeWritingAJournal() {
@@ -151,9 +188,33 @@ void RenameEngineTest::refusesBatchesBeforeWritingAJournal() {
         intents = {intent("d/a.txt", "new.txt")};
         QFile::remove(disk->at("d/a.txt"));
         disk->file("d/a.txt", "A again");
+    } else if (scenario == "folder locked") {
+        intents = {intent("d/a.txt", "new.txt")};
+        folderHeld = ::open(disk->at("d").toUtf8().constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        QCOMPARE(::flock(folderHeld, LOCK_EX | LOCK_NB), 0);
+    } else if (scenario == "long folder") {
+        // 980 bytes of folder: the new path fits, its staging path beside it does not.
+        QString deep = "long/" + QString(200, 'f') + "/" + QString(200, 'g') + "/" +
+                       QString(200, 'h') + "/" + QString(200, 'i') + "/";
+        deep += QString(980 - disk->at(deep).toUtf8().size() - 1, 'j');
+        disk->file(deep + "/a.txt", "A");
+        intents = {intent(deep + "/a.txt", "new.txt")};
+    } else if (scenario == "immutable") {
+        intents = {intent("d/a.txt", "new.txt")};
+        if (QProcess::execute("chattr", {"+i", disk->at("d/a.txt")}) != 0)
+            QSKIP("chattr +i is not available here");
+        immutable = disk->at("d/a.txt");
+    } else if (scenario == "unicode folders") {
+        disk->file(QStringLiteral("caf\u00e9/a.txt"), "1");
+        disk->file(QStringLiteral("cafe\u0301/b.txt"), "2");
+        intents = {intent(QStringLiteral("caf\u00e9/a.txt"), "same.txt"),
+                   intent(QStringLiteral("cafe\u0301/b.txt"), "same.txt")};
     }
     QCOMPARE(failureOf([&] { engine->execute(intents, limit); }), expected);
     QCOMPARE(entries(disk->at("journal")), QStringList{".lock"});
+    // Nothing was written into the batch's folders either, not even a probe.
+    for (const RenameIntent& refused : intents)
+        QCOMPARE(entries(refused.source.folderPath()).filter(".tessary-"), QStringList());
     QVERIFY(!QFile::exists(disk->at("d/new.txt")) || disk->read("d/new.txt") == "someone else's");
 }
 
@@ -217,16 +278,21 @@ void RenameEngineTest::undoRefusesWhenTheRenamedFileChanged() {
     QCOMPARE(engine->undoCount(), 1);
 }
 
-void RenameEngineTest::recoveryCannotFindAMissingFileAndMovesNothing() {
-    engine->execute({intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt")}, 5000);
-    // An interrupted batch whose second file is on a volume that went away.
+// An interrupted batch as the disk shows it after a crash in phase two: the
+// journal of the completed batch, marked unfinished.
+void RenameEngineTest::interruptAfterRenaming(const QList<RenameIntent>& intents) {
+    engine->execute(intents, 5000);
     QFile undo(journal("undo.json"));
     QVERIFY(undo.open(QIODevice::ReadOnly));
     QByteArray active = undo.readAll().replace(R"("completed":true)", R"("completed":false)");
     QFile file(journal("active.json"));
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(active);
-    file.close();
+}
+
+void RenameEngineTest::recoveryCannotFindAMissingFileAndMovesNothing() {
+    interruptAfterRenaming({intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt")});
+    // The second file is on a volume that went away.
     QVERIFY(QDir().rename(disk->at("d/y.txt"), disk->at("elsewhere.txt")));
 
     QString expected =
@@ -235,12 +301,43 @@ void RenameEngineTest::recoveryCannotFindAMissingFileAndMovesNothing() {
         disk->at("journal") + ".";
     QCOMPARE(failureOf([&] { engine->recover(); }), expected);
     QCOMPARE(entries(disk->at("d")), QStringList{"x.txt"});
+    QCOMPARE(engine->missingFiles().size(), 1);
+    QCOMPARE(engine->missingFiles().first().original, disk->at("d/b.txt"));
 
-    QVERIFY(QDir().rename(disk->at("elsewhere.txt"), disk->at("d/y.txt")));
+    // Back under its original name, and protected: recovery leaves it there
+    // rather than fail for ever trying to move it through its staging name.
+    QVERIFY(QDir().rename(disk->at("elsewhere.txt"), disk->at("d/b.txt")));
+    if (QProcess::execute("chattr", {"+i", disk->at("d/b.txt")}) == 0)
+        immutable = disk->at("d/b.txt");
     engine->recover();
     QCOMPARE(disk->read("d/a.txt"), QByteArray("A"));
     QCOMPARE(disk->read("d/b.txt"), QByteArray("B"));
     QVERIFY(!engine->hasRecovery());
+}
+
+void RenameEngineTest::restoringWhatCanBeFoundSetsTheRestAside() {
+    disk->file("d/c.txt", "C");
+    interruptAfterRenaming(
+        {intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt"), intent("d/c.txt", "z.txt")});
+    const QByteArray active = disk->read("journal/active.json");
+    // Another program saved over the renamed b: the file that was b is gone.
+    QFile::remove(disk->at("d/y.txt"));
+    disk->file("d/y.txt", "someone's new y");
+    QVERIFY(!failureOf([&] { engine->recover(); }).isEmpty());
+
+    SetAsideBatch outcome = engine->restoreFound();
+    QCOMPARE(outcome.restored, 2);
+    QCOMPARE(outcome.missing.size(), 1);
+    QCOMPARE(outcome.missing.first().final, disk->at("d/y.txt"));
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "c.txt", "y.txt"}));
+    QCOMPARE(disk->read("d/y.txt"), QByteArray("someone's new y"));
+    // The journal is kept, whole, as a dated record that blocks nothing.
+    QVERIFY(!engine->hasRecovery());
+    QCOMPARE(engine->setAsideRecords().size(), 1);
+    QCOMPARE(outcome.record, journal(engine->setAsideRecords().first()));
+    QCOMPARE(disk->read("journal/" + engine->setAsideRecords().first()), active);
+    engine->execute({intent("d/a.txt", "again.txt")}, 5000);
+    QCOMPARE(engine->setAsideRecords().size(), 1);
 }
 
 void RenameEngineTest::journalFoldersAreSortedAndDistinct() {
