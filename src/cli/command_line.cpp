@@ -2,6 +2,8 @@
 
 #include <QRegularExpression>
 
+#include <unistd.h>
+
 namespace CommandLine {
 
 bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream& out,
@@ -23,6 +25,16 @@ bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream
         << help.exitStatus << "\nExamples:\n"
         << help.examples;
     return true;
+}
+
+bool confirmed(const QString& question, QTextStream& out) {
+    if (!isatty(STDIN_FILENO))
+        return false;
+    out << question << " [y/N] ";
+    out.flush();
+    QTextStream in(stdin);
+    QString answer = in.readLine().trimmed().toLower();
+    return answer == QLatin1String("y") || answer == QLatin1String("yes");
 }
 
 int usageFailure(const UsageError& error, const QString& command, QTextStream& errors) {

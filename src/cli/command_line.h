@@ -22,6 +22,11 @@ struct Help {
 bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream& out,
            const Help& help);
 
+// Asks `question` with " [y/N] " and reads the answer. Only a person at a
+// terminal can confirm; without one the answer is no, and a script must say
+// --yes instead.
+bool confirmed(const QString& question, QTextStream& out);
+
 // Prints the sentence and a pointer to --help; returns the usage exit status.
 int usageFailure(const UsageError& error, const QString& command, QTextStream& errors);
 

@@ -13,8 +13,6 @@
 #include <QCommandLineParser>
 #include <QTextStream>
 
-#include <unistd.h>
-
 namespace RenameCommand {
 namespace {
 
@@ -22,17 +20,6 @@ QString filesRenamed(qsizetype count) {
     return QString::number(count) +
            (count == 1 ? QStringLiteral(" file renamed.") : QStringLiteral(" files renamed.")) +
            QStringLiteral(" You can undo this batch, even after reopening Tessary.");
-}
-
-// Only a person at a terminal can confirm; a script must say --yes.
-bool confirmed(qsizetype changes, QTextStream& out) {
-    if (!isatty(STDIN_FILENO))
-        return false;
-    out << "Rename " << changes << (changes == 1 ? " file" : " files") << " in place? [y/N] ";
-    out.flush();
-    QTextStream in(stdin);
-    QString answer = in.readLine().trimmed().toLower();
-    return answer == QLatin1String("y") || answer == QLatin1String("yes");
 }
 
 } // namespace
@@ -82,7 +69,11 @@ int run(const QStringList& arguments) {
     qsizetype changes = preview.readyCount();
     if (changes > 0 && !parser.isSet(QStringLiteral("yes"))) {
         PreviewOutput::printText(preview, out, errors);
-        if (!confirmed(changes, out)) {
+        if (!CommandLine::confirmed(
+                QStringLiteral("Rename %1 %2 in place?")
+                    .arg(changes)
+                    .arg(changes == 1 ? QStringLiteral("file") : QStringLiteral("files")),
+                out)) {
             errors << "Nothing was renamed. Confirm at a terminal, or pass --yes.\n";
             return 1;
         }
