@@ -4,6 +4,7 @@
 #include "journal_option.h"
 #include "usage_error.h"
 
+#include "core/file_record.h"
 #include "core/rename_engine.h"
 #include "core/rename_failure.h"
 
@@ -17,83 +18,195 @@
 namespace JournalCommands {
 namespace {
 
+// What a journal command adds to the shared parsing: its words in the
+// synopsis, its own options, what its exit statuses mean, and examples.
+struct Command {
+    QString name;
+    QString description;
+    QString synopsisOptions;
+    QList<QCommandLineOption> options;
+    QString exitStatus;
+    QString examples;
+};
+
+const QString plainExitStatus =
+    QStringLiteral("  0  done\n"
+                   "  1  it could not be done; the sentence says why, and nothing is lost\n"
+                   "  2  usage error\n");
+
 // Parses the command's words, makes the engine on the journal folder and runs
 // `work` with it; every failure becomes its sentence on standard error.
-int withEngine(
-    const QStringList& arguments, const QString& command, const QString& description,
-    bool offersJson, const QString& example,
-    const std::function<int(RenameEngine&, const QCommandLineParser&, QTextStream&)>& work) {
+int withEngine(const QStringList& arguments, const Command& command,
+               const std::function<int(RenameEngine&, const QCommandLineParser&, QTextStream& out,
+                                       QTextStream& errors)>& work) {
     QCommandLineParser parser;
-    parser.setApplicationDescription(description);
+    parser.setApplicationDescription(command.description);
     parser.addHelpOption();
     JournalOption::add(parser);
-    if (offersJson)
-        parser.addOption({QStringLiteral("json"), QStringLiteral("Print one JSON object.")});
+    parser.addOptions(command.options);
     QTextStream out(stdout);
     QTextStream errors(stderr);
     try {
-        if (CommandLine::parse(
-                parser, arguments, out,
-                {QStringLiteral("tessary-cli %1 %2[--journal DIR]")
-                     .arg(command, offersJson ? QStringLiteral("[--json] ") : QString()),
-                 QStringLiteral("  0  done\n"
-                                "  1  it could not be done; the sentence says why, and nothing is "
-                                "lost\n"
-                                "  2  usage error\n"),
-                 QStringLiteral("  ") + example + QLatin1Char('\n')}))
+        if (CommandLine::parse(parser, arguments, out,
+                               {QStringLiteral("tessary-cli %1 %2[--journal DIR]")
+                                    .arg(command.name, command.synopsisOptions),
+                                command.exitStatus, command.examples}))
             return 0;
         if (!parser.positionalArguments().isEmpty())
-            throw UsageError(QStringLiteral("%1 takes no paths.").arg(command));
+            throw UsageError(QStringLiteral("%1 takes no paths.").arg(command.name));
     } catch (const UsageError& error) {
-        return CommandLine::usageFailure(error, command, errors);
+        return CommandLine::usageFailure(error, command.name, errors);
     }
     try {
         RenameEngine engine(JournalOption::folder(parser));
-        return work(engine, parser, out);
+        return work(engine, parser, out, errors);
     } catch (const RenameFailure& failure) {
         errors << failure.message << '\n';
         return 1;
     }
 }
 
+QString counted(qsizetype count, const char* one, const char* many) {
+    return QString::number(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
+}
+
+// Every name the journal recorded for a file that was not found: the file
+// may still turn up under any of them.
+void printMissing(const QList<JournalEntry>& missing, QTextStream& out) {
+    out << counted(missing.size(), "file", "files") << " could not be found:\n";
+    for (const JournalEntry& entry : missing) {
+        out << "  " << FilePath::lastComponent(entry.original) << '\n'
+            << "    original: " << entry.original << '\n'
+            << "    new:      " << entry.final << '\n'
+            << "    staging:  " << entry.staging << '\n';
+    }
+}
+
+int restoreFound(RenameEngine& engine, bool confirmedAlready, QTextStream& out,
+                 QTextStream& errors) {
+    if (!confirmedAlready) {
+        // Nothing missing makes this plain recovery, which asks nothing.
+        const QList<JournalEntry> missing = engine.missingFiles();
+        if (!missing.isEmpty()) {
+            out << counted(missing.size(), "file", "files")
+                << " of the interrupted batch cannot be found:\n";
+            for (const JournalEntry& entry : missing)
+                out << "  " << FilePath::lastComponent(entry.original) << '\n';
+            out << "Every other file goes back to its original name. The missing files are left "
+                   "alone, and the batch's journal is kept as a record in the journal folder.\n";
+            if (!CommandLine::confirmed(QStringLiteral("Restore the files that can be found?"),
+                                        out)) {
+                errors << "Nothing was restored. Confirm at a terminal, or pass --yes.\n";
+                return 1;
+            }
+        }
+    }
+    SetAsideBatch result = engine.restoreFound();
+    if (result.restored == 0 && result.missing.isEmpty()) {
+        // A batch that had already finished renaming was saved for undo.
+        out << "Recovery finished. Original names restored, or the completed batch was saved "
+               "for undo.\n";
+        return 0;
+    }
+    out << (result.restored == 1 ? QStringLiteral("1 file is back under its original name.")
+                                 : QStringLiteral("%1 files are back under their original names.")
+                                       .arg(result.restored))
+        << '\n';
+    if (result.missing.isEmpty())
+        return 0;
+    printMissing(result.missing, out);
+    out << "Record kept: " << result.record << '\n'
+        << "The record lists where each missing file was and under which names; a file may "
+           "still turn up under one of them. Keep the record for reference, or delete it when "
+           "you no longer need it.\n";
+    return 0;
+}
+
 } // namespace
 
 int undo(const QStringList& arguments) {
-    return withEngine(arguments, QStringLiteral("undo"),
-                      QStringLiteral("Restore the names from before the last completed batch."),
-                      false, QStringLiteral("tessary-cli undo"),
-                      [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out) {
-                          engine.undo();
-                          out << "The last batch was undone. Original names restored.\n";
-                          return 0;
-                      });
+    return withEngine(
+        arguments,
+        {QStringLiteral("undo"),
+         QStringLiteral("Restore the names from before the last completed batch."),
+         {},
+         {},
+         plainExitStatus,
+         QStringLiteral("  tessary-cli undo\n")},
+        [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out, QTextStream&) {
+            engine.undo();
+            out << "The last batch was undone. Original names restored.\n";
+            return 0;
+        });
 }
 
 int recover(const QStringList& arguments) {
-    return withEngine(arguments, QStringLiteral("recover"),
-                      QStringLiteral("Finish or reverse a batch that was interrupted."), false,
-                      QStringLiteral("tessary-cli recover --journal ~/.local/share/Tessary"),
-                      [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out) {
-                          engine.recover();
-                          out << "Recovery finished. Original names restored, or the completed "
-                                 "batch was saved for undo.\n";
-                          return 0;
-                      });
+    return withEngine(
+        arguments,
+        {QStringLiteral("recover"),
+         QStringLiteral("Finish or reverse a batch that was interrupted. When some of its files "
+                        "cannot be found, --restore-found puts every file that can be found back "
+                        "under its original name and keeps the batch's journal as a record of the "
+                        "missing ones."),
+         QStringLiteral("[--restore-found [--yes]] "),
+         {{QStringLiteral("restore-found"),
+           QStringLiteral("Restore the files that can be found; set the missing ones aside.")},
+          {QStringLiteral("yes"),
+           QStringLiteral("Restore without asking (needed without a terminal).")}},
+         QStringLiteral("  0  done\n"
+                        "  1  it could not be done, or restoring was not confirmed; the sentence\n"
+                        "     says why, and nothing is lost\n"
+                        "  2  usage error\n"),
+         QStringLiteral("  tessary-cli recover --journal ~/.local/share/Tessary\n"
+                        "  tessary-cli recover --restore-found --yes\n")},
+        [](RenameEngine& engine, const QCommandLineParser& parser, QTextStream& out,
+           QTextStream& errors) {
+            if (parser.isSet(QStringLiteral("restore-found")))
+                return restoreFound(engine, parser.isSet(QStringLiteral("yes")), out, errors);
+            try {
+                engine.recover();
+            } catch (const RenameFailure& failure) {
+                errors << failure.message << '\n';
+                // The way out for files that are gone for good, named where
+                // the person meets the problem.
+                bool missing = false;
+                try {
+                    missing = !engine.missingFiles().isEmpty();
+                } catch (const RenameFailure&) {
+                }
+                if (missing)
+                    errors << "To restore the files that can be found and keep a record of the "
+                              "missing ones, run tessary-cli recover --restore-found.\n";
+                return 1;
+            }
+            out << "Recovery finished. Original names restored, or the completed batch was saved "
+                   "for undo.\n";
+            return 0;
+        });
 }
 
 int status(const QStringList& arguments) {
     return withEngine(
-        arguments, QStringLiteral("status"),
-        QStringLiteral("Show the journal folder, whether a batch needs recovery and what can be "
-                       "undone."),
-        true, QStringLiteral("tessary-cli status --json"),
-        [](RenameEngine& engine, const QCommandLineParser& parser, QTextStream& out) {
+        arguments,
+        {QStringLiteral("status"),
+         QStringLiteral("Show the journal folder, whether a batch needs recovery, what can be "
+                        "undone and which batches were set aside."),
+         QStringLiteral("[--json] "),
+         {{QStringLiteral("json"), QStringLiteral("Print one JSON object.")}},
+         plainExitStatus,
+         QStringLiteral("  tessary-cli status --json\n")},
+        [](RenameEngine& engine, const QCommandLineParser& parser, QTextStream& out, QTextStream&) {
             bool recovery = engine.hasRecovery();
             qsizetype undoable = engine.undoCount();
+            const QStringList setAside = engine.setAsideRecords();
             if (parser.isSet(QStringLiteral("json"))) {
+                nlohmann::ordered_json records = nlohmann::ordered_json::array();
+                for (const QString& record : setAside)
+                    records.push_back(record.toStdString());
                 nlohmann::ordered_json document{{"journal", engine.directory().toStdString()},
                                                 {"hasRecovery", recovery},
-                                                {"undoCount", undoable}};
+                                                {"undoCount", undoable},
+                                                {"setAside", records}};
                 out << QString::fromStdString(document.dump()) << '\n';
                 return 0;
             }
@@ -105,6 +218,12 @@ int status(const QStringList& arguments) {
                     << (undoable == 1 ? " file" : " files") << ").\n";
             else
                 out << "Nothing to undo.\n";
+            if (!setAside.isEmpty()) {
+                out << counted(setAside.size(), "set-aside batch record", "set-aside batch records")
+                    << " in the journal folder (files that could not be found):\n";
+                for (const QString& record : setAside)
+                    out << "  " << record << '\n';
+            }
             return 0;
         });
 }

@@ -7,7 +7,7 @@ namespace JournalCommands {
 
 // `tessary-cli undo [--journal DIR]`
 int undo(const QStringList& arguments);
-// `tessary-cli recover [--journal DIR]`
+// `tessary-cli recover [--restore-found [--yes]] [--journal DIR]`
 int recover(const QStringList& arguments);
 // `tessary-cli status [--json] [--journal DIR]`
 int status(const QStringList& arguments);

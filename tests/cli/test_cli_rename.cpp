@@ -4,8 +4,12 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -19,6 +23,7 @@ private slots:
     void refusesWithoutConfirmationOrWithConflicts();
     void secondOperationIsRefusedWhileOneRuns();
     void recoveryFinishesAnInterruptedBatch();
+    void recoveryRestoresWhatIsFoundAndSetsTheRestAside();
 
 private:
     std::unique_ptr<QTemporaryDir> folder;
@@ -128,6 +133,70 @@ void CliRenameTest::recoveryFinishesAnInterruptedBatch() {
                                      "batch was saved for undo.\n"));
     QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
     QVERIFY(!QFile::exists(at("journal/active.json")));
+}
+
+void CliRenameTest::recoveryRestoresWhatIsFoundAndSetsTheRestAside() {
+    QCOMPARE(
+        cli(QStringList{"rename", "--yes", "--suffix", "-x"} + journal() + QStringList{at("shoot")})
+            .exitCode,
+        0);
+    // The batch stopped after both files had their new names, and another
+    // program then replaced one of them with a file of its own.
+    QFile undo(at("journal/undo.json"));
+    QVERIFY(undo.open(QIODevice::ReadOnly));
+    write("journal/active.json",
+          undo.readAll().replace(R"("completed":true)", R"("completed":false)"));
+    undo.close();
+    QVERIFY(undo.remove());
+    write("shoot/replacement", "other");
+    QCOMPARE(std::rename(at("shoot/replacement").toUtf8(), at("shoot/IMG_2-x.jpg").toUtf8()), 0);
+
+    CliOutcome run = cli(QStringList{"recover"} + journal());
+    QCOMPARE(run.exitCode, 1);
+    QCOMPARE(run.errors, "Recovery cannot find the original IMG_2.jpg. Reconnect its volume or "
+                         "restore it to a recorded location, then retry. The journal remains in " +
+                             at("journal") +
+                             ".\nTo restore the files that can be found and keep a record of the "
+                             "missing ones, run tessary-cli recover --restore-found.\n");
+
+    run = cli(QStringList{"recover", "--restore-found"} + journal());
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY(run.out.startsWith("1 file of the interrupted batch cannot be found:\n  IMG_2.jpg\n"));
+    QCOMPARE(run.errors,
+             QStringLiteral("Nothing was restored. Confirm at a terminal, or pass --yes.\n"));
+    QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
+
+    run = cli(QStringList{"recover", "--restore-found", "--yes"} + journal());
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY2(run.out.startsWith("1 file is back under its original name.\n"
+                                "1 file could not be found:\n  IMG_2.jpg\n    original: " +
+                                at("shoot/IMG_2.jpg") +
+                                "\n    new:      " + at("shoot/IMG_2-x.jpg") +
+                                "\n    staging:  " + at("shoot/.tessary-")),
+             qPrintable(run.out));
+    auto record =
+        QRegularExpression("\nRecord kept: (.*/set-aside-\\d{8}T\\d{6}Z-[-0-9A-F]{36}\\.json)\n")
+            .match(run.out);
+    QVERIFY2(record.hasMatch(), qPrintable(run.out));
+    QCOMPARE(QFileInfo(record.captured(1)).absolutePath(), at("journal"));
+    QVERIFY(QFile::exists(record.captured(1)));
+    QVERIFY(run.out.contains("delete it when you no longer need it."));
+    // The replacement is not Tessary's to move; the other file is back.
+    QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2-x.jpg"}));
+    QCOMPARE(QFile(at("shoot/IMG_2-x.jpg")).size(), 5);
+
+    run = cli(QStringList{"status", "--json"} + journal());
+    auto status = nlohmann::json::parse(run.out.toStdString());
+    QCOMPARE(status["hasRecovery"].get<bool>(), false);
+    QVERIFY(status["setAside"] ==
+            nlohmann::json::array({QFileInfo(record.captured(1)).fileName().toStdString()}));
+    run = cli(QStringList{"status"} + journal());
+    QVERIFY(run.out.contains("1 set-aside batch record in the journal folder"));
+
+    run = cli(QStringList{"rename", "--yes", "--case", "lower"} + journal() +
+              QStringList{at("shoot")});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(names(), (QStringList{"img_10.jpg", "img_2-x.jpg"}));
 }
 
 QTEST_GUILESS_MAIN(CliRenameTest)
