@@ -4,11 +4,17 @@
 // real system calls by a preloaded library, so the product carries no test
 // hooks.
 
+#include "mounted_volume.h"
 #include "temporary_folder.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -60,16 +66,22 @@ struct Batch {
 
 using Layout = QMap<QString, QString>; // relative path -> content
 
-Layout layoutOf(const TemporaryFolder& disk, const QStringList& folders) {
+Layout layoutOf(const QString& root, const QStringList& folders) {
     Layout layout;
     for (const QString& folder : folders) {
         for (const QString& name :
-             QDir(disk.at(folder)).entryList(QDir::Files | QDir::Hidden | QDir::System)) {
-            QString relative = folder + "/" + name;
-            layout.insert(relative, QString::fromUtf8(disk.read(relative)));
+             QDir(root + "/" + folder).entryList(QDir::Files | QDir::Hidden | QDir::System)) {
+            QFile file(root + "/" + folder + "/" + name);
+            if (!file.open(QIODevice::ReadOnly))
+                qFatal("cannot read a file the test made");
+            layout.insert(folder + "/" + name, QString::fromUtf8(file.readAll()));
         }
     }
     return layout;
+}
+
+Layout layoutOf(const TemporaryFolder& disk, const QStringList& folders) {
+    return layoutOf(disk.path(), folders);
 }
 
 Layout expectedLayout(const QStringList& places, const QStringList& contents) {
@@ -91,74 +103,66 @@ Layout withoutProbes(Layout layout) {
     return layout;
 }
 
-// One batch of the matrix on a fresh disk, files in the folders d and e.
+// One batch of the matrix, files in the folders d and e of `volume` (a fresh
+// temporary folder when empty). A file already there with its content is
+// kept, so a volume prepared beforehand keeps the files it was given.
 struct Scenario {
-    Scenario(const QStringList& files, const QStringList& newNames) {
+    Scenario(const QStringList& files, const QStringList& newNames, const QString& volume = {})
+        : root(volume.isEmpty() ? disk.path() : volume) {
         QStringList finals;
         arguments.append("execute");
         for (qsizetype i = 0; i < files.size(); ++i) {
-            disk.file(files[i], files[i].toUtf8());
-            arguments.append(disk.at(files[i]) + "=" + newNames[i]);
+            QString path = root + "/" + files[i];
+            QFile file(path);
+            if (!file.open(QIODevice::ReadOnly) || file.readAll() != files[i].toUtf8()) {
+                file.close();
+                QDir().mkpath(QFileInfo(path).path());
+                if (!file.open(QIODevice::WriteOnly) || file.write(files[i].toUtf8()) < 0)
+                    qFatal("cannot write a test file");
+            }
+            arguments.append(path + "=" + newNames[i]);
             finals.append(files[i].section('/', 0, 0) + "/" + newNames[i]);
         }
-        disk.folder("e");
+        QDir().mkpath(root + "/e");
         before = expectedLayout(files, files);
         after = expectedLayout(finals, files);
     }
-    Layout now() const { return withoutProbes(layoutOf(disk, {"d", "e"})); }
+    Layout now() const { return withoutProbes(layoutOf(root, {"d", "e"})); }
     bool needsRecovery() const { return QFile::exists(journal + "/active.json"); }
 
     TemporaryFolder disk;
+    const QString root;
     const QString journal = disk.at("journal");
     QStringList arguments;
     Layout before;
     Layout after;
 };
 
-} // namespace
-
-class CrashRecoveryTest : public QObject {
-    Q_OBJECT
-private slots:
-    void everyInterruptedRenameRecovers_data();
-    void everyInterruptedRenameRecovers();
-    void everyInterruptedUndoRecovers_data() { everyInterruptedRenameRecovers_data(); }
-    void everyInterruptedUndoRecovers();
-    void injectedFailuresLoseNothing_data();
-    void injectedFailuresLoseNothing();
-    void hostileChangesDuringABatchTouchNothingElse();
-    void folderWalkWithoutOpenat2RefusesLinksToo();
-};
-
-void CrashRecoveryTest::everyInterruptedRenameRecovers_data() {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QStringList>("newNames");
-    QTest::newRow("swap") << QStringList{"d/a.txt", "d/b.txt"} << QStringList{"b.txt", "a.txt"};
-    QTest::newRow("rotation") << QStringList{"d/a.txt", "d/b.txt", "d/c.txt"}
-                              << QStringList{"b.txt", "c.txt", "a.txt"};
-    QTest::newRow("unchanged row")
-        << QStringList{"d/a.txt", "d/keep.txt"} << QStringList{"z.txt", "keep.txt"};
-    QTest::newRow("two folders") << QStringList{"d/a.txt", "d/b.txt", "e/a.txt"}
-                                 << QStringList{"b.txt", "a.txt", "renamed.txt"};
-}
-
-void CrashRecoveryTest::everyInterruptedRenameRecovers() {
-    QFETCH(QStringList, files);
-    QFETCH(QStringList, newNames);
+// Kills a batch at every durable step in turn. `volume` gives the folder to
+// work in for each step; after each kill `disturb` may change the world (a
+// remount) before a fresh process recovers, and it says whether it could.
+void interruptEveryStep(
+    const QStringList& files, const QStringList& newNames,
+    const std::function<QString()>& volume = [] { return QString(); },
+    const std::function<bool()>& disturb = [] { return true; }) {
     int reversed = 0;
     int finished = 0;
     for (long step = 1;; ++step) {
-        Scenario batch(files, newNames);
+        Scenario batch(files, newNames, volume());
         Run run = drive(batch.journal, batch.arguments, {durableCalls, step, "kill", {}});
         if (!run.crashed) {
             // Past the last durable step: the batch simply completed.
-            QCOMPARE(run.exitCode, 0);
+            QVERIFY2(run.exitCode == 0, qPrintable(run.errors));
             QVERIFY2(step > 20, "the matrix reached fewer steps than a batch has");
+            Run undo = drive(batch.journal, {"undo"});
+            QVERIFY2(undo.exitCode == 0, qPrintable(undo.errors));
             break;
         }
+        QVERIFY2(disturb(), "the volume did not come back");
         if (batch.needsRecovery()) {
             Run recovery = drive(batch.journal, {"recover"});
-            QVERIFY2(recovery.exitCode == 0, qPrintable(recovery.errors));
+            QVERIFY2(recovery.exitCode == 0,
+                     qPrintable(QString("step %1: %2").arg(step).arg(recovery.errors)));
         }
         QVERIFY2(!batch.needsRecovery(), qPrintable(QString::number(step)));
         if (batch.now() == batch.before) {
@@ -176,6 +180,44 @@ void CrashRecoveryTest::everyInterruptedRenameRecovers() {
     }
     QVERIFY(reversed > 0);
     QVERIFY(finished > 0);
+}
+
+} // namespace
+
+class CrashRecoveryTest : public QObject {
+    Q_OBJECT
+private slots:
+    void everyInterruptedRenameRecovers_data();
+    void everyInterruptedRenameRecovers();
+    void everyInterruptedUndoRecovers_data() { everyInterruptedRenameRecovers_data(); }
+    void everyInterruptedUndoRecovers();
+    void injectedFailuresLoseNothing_data();
+    void injectedFailuresLoseNothing();
+    void hostileChangesDuringABatchTouchNothingElse();
+    void folderWalkWithoutOpenat2RefusesLinksToo();
+    void aJournalThatCannotBeSeenStillBlocksNewBatches();
+    void anotherUsersFileInASharedFolderIsRefusedBeforeJournaling();
+    void volumesThatComeBackAsAnotherDeviceRecover_data();
+    void volumesThatComeBackAsAnotherDeviceRecover();
+    void overlayVolumesRecoverAfterCopyUp();
+};
+
+void CrashRecoveryTest::everyInterruptedRenameRecovers_data() {
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<QStringList>("newNames");
+    QTest::newRow("swap") << QStringList{"d/a.txt", "d/b.txt"} << QStringList{"b.txt", "a.txt"};
+    QTest::newRow("rotation") << QStringList{"d/a.txt", "d/b.txt", "d/c.txt"}
+                              << QStringList{"b.txt", "c.txt", "a.txt"};
+    QTest::newRow("unchanged row")
+        << QStringList{"d/a.txt", "d/keep.txt"} << QStringList{"z.txt", "keep.txt"};
+    QTest::newRow("two folders") << QStringList{"d/a.txt", "d/b.txt", "e/a.txt"}
+                                 << QStringList{"b.txt", "a.txt", "renamed.txt"};
+}
+
+void CrashRecoveryTest::everyInterruptedRenameRecovers() {
+    QFETCH(QStringList, files);
+    QFETCH(QStringList, newNames);
+    interruptEveryStep(files, newNames);
 }
 
 void CrashRecoveryTest::everyInterruptedUndoRecovers() {
@@ -298,6 +340,11 @@ void CrashRecoveryTest::hostileChangesDuringABatchTouchNothingElse() {
          "mv %1/d/b.txt %1/b-moved.txt && printf impostor > %1/d/b.txt",
          stopped + "The file or its folder changed. No replacement was made." + kept, "b-moved.txt",
          "b"},
+        // After the check, before the move: the stranger is put back.
+        {"file swapped between its check and its move", "renameat2", 3,
+         "mv %1/d/b.txt %1/b-moved.txt && printf impostor > %1/d/b.txt",
+         stopped + "The file or its folder changed. No replacement was made." + kept, "d/b.txt",
+         "impostor"},
         {"folder replaced by a link", "renameat2", 3, "mv %1/d %1/d-moved && ln -s %1/other %1/d",
          stopped +
              "Cannot safely open d. Symbolic links and unavailable folders are not "
@@ -353,6 +400,119 @@ void CrashRecoveryTest::folderWalkWithoutOpenat2RefusesLinksToo() {
     run = drive(journal, {"undo"}, walk);
     QVERIFY2(run.exitCode == 0, qPrintable(run.errors));
     QCOMPARE(disk.read("d/a.txt"), QByteArray("a"));
+}
+
+void CrashRecoveryTest::aJournalThatCannotBeSeenStillBlocksNewBatches() {
+    Scenario batch({"d/a.txt"}, {"x.txt"});
+    // Killed at its first move to a staging name: an interrupted batch.
+    QVERIFY(drive(batch.journal, batch.arguments, {"renameat2", 2, "kill", {}}).crashed);
+    const QByteArray interrupted = batch.disk.read("journal/active.json");
+    QVERIFY(!interrupted.isEmpty());
+    QFile(batch.root + "/d/other.txt").open(QIODevice::WriteOnly);
+
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
+    environment.insert("LD_PRELOAD", TESSARY_FAULT_SHIM);
+    environment.insert("TESSARY_FAULT_STATX_EIO", "/active.json");
+    process.setProcessEnvironment(environment);
+    process.start(TESSARY_ENGINE_DRIVER,
+                  {batch.journal, "execute", batch.root + "/d/other.txt=y.txt"});
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(process.exitCode(), 1);
+    QCOMPARE(QString::fromUtf8(process.readAllStandardError()).trimmed(),
+             QStringLiteral("An interrupted batch needs recovery first."));
+    QCOMPARE(batch.disk.read("journal/active.json"), interrupted);
+    QVERIFY(QFile::exists(batch.root + "/d/other.txt"));
+}
+
+// The kernel refuses to rename another user's file in a sticky folder; a batch
+// that met this halfway would strand every file before it.
+void CrashRecoveryTest::anotherUsersFileInASharedFolderIsRefusedBeforeJournaling() {
+    if (geteuid() != 0 || QStandardPaths::findExecutable("setpriv").isEmpty())
+        QSKIP("acting as another user needs root and setpriv");
+    TemporaryFolder disk;
+    disk.file("shared/mine.txt", "mine");
+    disk.file("shared/theirs.txt", "theirs");
+    const QString journal = disk.at("journal");
+    QDir().mkpath(journal);
+    const QByteArray nobody = "65534";
+    QVERIFY(::chmod(disk.path().toUtf8().constData(), 0755) == 0);
+    QVERIFY(::chmod(disk.at("shared").toUtf8().constData(), 01777) == 0);
+    QVERIFY(::chown(journal.toUtf8().constData(), 65534, 65534) == 0);
+    QVERIFY(::chown(disk.at("shared/mine.txt").toUtf8().constData(), 65534, 65534) == 0);
+
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
+    process.setProcessEnvironment(environment);
+    process.start("setpriv",
+                  {"--reuid=" + nobody, "--regid=" + nobody, "--clear-groups",
+                   TESSARY_ENGINE_DRIVER, journal, "execute", disk.at("shared/mine.txt") + "=a.txt",
+                   disk.at("shared/theirs.txt") + "=b.txt"});
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(QString::fromUtf8(process.readAllStandardError()).trimmed(),
+             QStringLiteral("theirs.txt: This file belongs to another user in a shared folder, "
+                            "so only its owner can rename it."));
+    QVERIFY(!QFile::exists(journal + "/active.json"));
+    QCOMPARE(layoutOf(disk, {"shared"}),
+             expectedLayout({"shared/mine.txt", "shared/theirs.txt"}, {"mine", "theirs"}));
+}
+
+const QStringList twoFolders = {"d/a.txt", "d/b.txt", "e/a.txt"};
+const QStringList twoFoldersRenamed = {"b.txt", "a.txt", "renamed.txt"};
+
+void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover_data() {
+    QTest::addColumn<QString>("type");
+    QTest::newRow("ext4") << "ext4";
+    QTest::newRow("xfs") << "xfs";
+    QTest::newRow("btrfs") << "btrfs";
+}
+
+// A USB or loop disk attached again comes back under another device number,
+// and btrfs takes a new one at every mount: recovery and undo must still know
+// every file, after a crash at any step.
+void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover() {
+    QFETCH(QString, type);
+    QString whyNot;
+    auto volume = MountedVolume::loop(type, whyNot);
+    if (!volume)
+        QSKIP(qPrintable(whyNot));
+    struct stat first {};
+    struct stat second {};
+    QCOMPARE(::stat(volume->path().toUtf8().constData(), &first), 0);
+    QVERIFY(volume->comeBackAsAnotherDevice());
+    QCOMPARE(::stat(volume->path().toUtf8().constData(), &second), 0);
+    QVERIFY2(first.st_dev != second.st_dev, "the volume came back under the same device");
+    interruptEveryStep(
+        twoFolders, twoFoldersRenamed, [&] { return volume->path(); },
+        [&] { return volume->comeBackAsAnotherDevice(); });
+}
+
+// An overlay gives a file or folder a new birth time when it copies it up at
+// its first change; every step starts from files only in the lower layer.
+void CrashRecoveryTest::overlayVolumesRecoverAfterCopyUp() {
+    std::unique_ptr<MountedVolume> overlay;
+    QString whyNot;
+    auto fresh = [&] {
+        overlay.reset();
+        overlay = MountedVolume::overlay(
+            [](const QString& lower) {
+                for (const QString& file : twoFolders) {
+                    QDir().mkpath(QFileInfo(lower + "/" + file).path());
+                    QFile written(lower + "/" + file);
+                    if (!written.open(QIODevice::WriteOnly) || written.write(file.toUtf8()) < 0)
+                        qFatal("cannot write a test file");
+                }
+            },
+            whyNot);
+        if (!overlay)
+            qFatal("the overlay could not be mounted again");
+        return overlay->path();
+    };
+    if (!MountedVolume::overlay([](const QString&) {}, whyNot))
+        QSKIP(qPrintable(whyNot));
+    interruptEveryStep(twoFolders, twoFoldersRenamed, fresh);
 }
 
 QTEST_GUILESS_MAIN(CrashRecoveryTest)

@@ -11,6 +11,8 @@
  *                          without running), or run (TESSARY_FAULT_COMMAND is
  *                          run by the shell, then the call goes ahead)
  *   TESSARY_FAULT_REPORT   a file that receives the number of counted calls at exit
+ *   TESSARY_FAULT_STATX_EIO  a name: statx of a path ending in it fails with EIO,
+ *                          as on a failing disk
  *   TESSARY_FAULT_NO_OPENAT2  when set, openat2 fails with ENOSYS as on an older
  *                          kernel, so the step-by-step folder walk is what runs
  */
@@ -132,6 +134,18 @@ ssize_t write(int fd, const void* buffer, size_t count) {
         }
     }
     return NEXT(write)(fd, buffer, count);
+}
+
+int statx(int dirfd, const char* pathname, int flags, unsigned int mask, struct statx* buffer) {
+    const char* failing = getenv("TESSARY_FAULT_STATX_EIO");
+    size_t length = failing ? strlen(failing) : 0;
+    size_t pathLength = strlen(pathname);
+    if (length > 0 && pathLength >= length &&
+        strcmp(pathname + pathLength - length, failing) == 0) {
+        errno = EIO;
+        return -1;
+    }
+    return NEXT(statx)(dirfd, pathname, flags, mask, buffer);
 }
 
 /* openat2 has no glibc wrapper and goes through syscall(); everything else

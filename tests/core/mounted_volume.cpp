@@ -1,0 +1,129 @@
+#include "mounted_volume.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+
+#include <unistd.h>
+
+namespace {
+
+// Runs a system tool; its standard output, trimmed, or nothing on failure.
+std::optional<QString> run(const QString& program, const QStringList& arguments) {
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit ||
+        process.exitCode() != 0)
+        return std::nullopt;
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+std::optional<QString> attach(const QString& image) {
+    return run("losetup", {"--find", "--show", image});
+}
+
+QString missingTool(const QStringList& tools) {
+    if (geteuid() != 0)
+        return "mounting a test volume needs root";
+    for (const QString& tool : tools) {
+        if (QStandardPaths::findExecutable(tool).isEmpty() &&
+            QStandardPaths::findExecutable(tool, {"/sbin", "/usr/sbin"}).isEmpty())
+            return tool + " is not installed";
+    }
+    return {};
+}
+
+} // namespace
+
+std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString& whyNot) {
+    whyNot = missingTool({"losetup", "mount", "mkfs." + type});
+    if (!whyNot.isEmpty())
+        return nullptr;
+    std::unique_ptr<MountedVolume> volume(new MountedVolume);
+    volume->type = type;
+    QString image = volume->scratch.filePath("image");
+    QFile file(image);
+    // xfs wants 300 MiB at least; the image is sparse, so it costs no disk.
+    if (!file.open(QIODevice::WriteOnly) || !file.resize(320LL << 20)) {
+        whyNot = "cannot create a disk image";
+        return nullptr;
+    }
+    file.close();
+    if (!run("mkfs." + type, {type == "ext4" ? "-q" : "-f", image})) {
+        whyNot = "mkfs." + type + " failed";
+        return nullptr;
+    }
+    auto device = attach(image);
+    if (!device) {
+        whyNot = "no loop device could be attached";
+        return nullptr;
+    }
+    volume->device = *device;
+    QDir().mkpath(volume->path());
+    if (!volume->mount()) {
+        whyNot = "the " + type + " volume could not be mounted";
+        return nullptr;
+    }
+    return volume;
+}
+
+std::unique_ptr<MountedVolume>
+MountedVolume::overlay(const std::function<void(const QString&)>& fill, QString& whyNot) {
+    whyNot = missingTool({"mount"});
+    if (!whyNot.isEmpty())
+        return nullptr;
+    std::unique_ptr<MountedVolume> volume(new MountedVolume);
+    volume->type = "overlay";
+    for (const char* folder : {"lower", "upper", "work", "mount"})
+        QDir().mkpath(volume->scratch.filePath(folder));
+    fill(volume->scratch.filePath("lower"));
+    if (!volume->mount()) {
+        whyNot = "the kernel refused an overlay mount";
+        return nullptr;
+    }
+    return volume;
+}
+
+bool MountedVolume::mount() {
+    if (type == "overlay") {
+        QString options = "lowerdir=" + scratch.filePath("lower") +
+                          ",upperdir=" + scratch.filePath("upper") +
+                          ",workdir=" + scratch.filePath("work");
+        return bool(run("mount", {"-t", "overlay", "overlay", "-o", options, path()}));
+    }
+    return bool(run("mount", {device, path()}));
+}
+
+bool MountedVolume::comeBackAsAnotherDevice() {
+    if (!run("umount", {path()}) || !run("losetup", {"-d", device}))
+        return false;
+    // btrfs takes an anonymous device number at mount, the lowest free one:
+    // a small tmpfs takes the number just freed, as other mounts would.
+    QString hold = scratch.filePath(QString("hold-%1").arg(held.size()));
+    QDir().mkpath(hold);
+    if (run("mount", {"-t", "tmpfs", "-o", "size=1m", "tmpfs", hold}))
+        held.append(hold);
+    QString placeholder = scratch.filePath(QString("placeholder-%1").arg(placeholders.size()));
+    QFile file(placeholder);
+    if (!file.open(QIODevice::WriteOnly) || !file.resize(1 << 20))
+        return false;
+    file.close();
+    if (auto held = attach(placeholder))
+        placeholders.append(*held);
+    auto again = attach(scratch.filePath("image"));
+    if (!again)
+        return false;
+    device = *again;
+    return mount();
+}
+
+MountedVolume::~MountedVolume() {
+    run("umount", {path()});
+    if (!device.isEmpty())
+        run("losetup", {"-d", device});
+    for (const QString& placeholder : placeholders)
+        run("losetup", {"-d", placeholder});
+    for (const QString& mountPoint : held)
+        run("umount", {mountPoint});
+}

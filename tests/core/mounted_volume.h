@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+// A real file system mounted for one test: a loop device with ext4, xfs or
+// btrfs on an image file, or a kernel overlay. Everything it mounts and
+// attaches is undone when it goes, also when the test fails. Making one needs
+// root and the file system's tools; without them `make` gives nothing and
+// says why, and the test skips itself with that reason.
+class MountedVolume {
+public:
+    static std::unique_ptr<MountedVolume> loop(const QString& type, QString& whyNot);
+    // An overlay whose lower layer is filled by `fill` (called with the lower
+    // folder) before the overlay is mounted, so its files are not yet copied up.
+    static std::unique_ptr<MountedVolume> overlay(const std::function<void(const QString&)>& fill,
+                                                  QString& whyNot);
+    ~MountedVolume();
+
+    // Where the file system is mounted.
+    QString path() const { return scratch.path() + "/mount"; }
+
+    // Unmounts, detaches the image and attaches it again on another loop
+    // device, as a USB disk plugged into another port comes back; then mounts
+    // it at the same place. False when that failed.
+    bool comeBackAsAnotherDevice();
+
+private:
+    MountedVolume() = default;
+    bool mount();
+
+    QTemporaryDir scratch;
+    QString type;
+    QString device;
+    // Attached only to keep the previous device number taken.
+    QStringList placeholders;
+    // Mounted only to keep the previous anonymous device number taken.
+    QStringList held;
+};
