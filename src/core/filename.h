@@ -15,8 +15,9 @@ std::optional<QString> problem(const QString& name);
 
 // The form in which two names are the same name on a file system that ignores
 // letter case and Unicode normalization: composed, case-folded, composed again.
-// Folding is simple and locale-independent, so keys from the batch and from
-// folder listings always agree.
+// Folding is full ("ß" is "ss"), as case-insensitive Linux folders compare
+// names, and locale-independent, so keys from the batch and from folder
+// listings always agree.
 QString collisionKey(const QString& name);
 
 // Composed form, for deciding whether a name changes at all.

@@ -26,6 +26,10 @@ struct Status {
     std::uint32_t owner = 0;
     // Immutable or append-only (chattr +i, +a): the kernel refuses to rename it.
     bool protectedFromChange = false;
+    // The device is the kernel's 32-bit encoding of major and minor, which
+    // Linux does not keep across a remount (FileIdentity::sameFile allows for
+    // that). The birth time comes from statx; it is zero where the file system
+    // records none, and on overlays, which change it when they copy a file up.
     FileIdentity identity;
 };
 
