@@ -393,6 +393,11 @@ void RenameEngine::commit(const QByteArray& document, const char* target, Commit
     int refused = mode == Commit::exclusive
                       ? PosixFileSystem::linkExclusive(journals.get(), temporary, target)
                       : PosixFileSystem::renameReplacing(journals.get(), temporary, target);
+    // A journal folder on a file system without hard links (FAT, some FUSE
+    // volumes) gets the exclusive rename instead.
+    if (mode == Commit::exclusive &&
+        (refused == EPERM || refused == EOPNOTSUPP || refused == ENOSYS))
+        refused = PosixFileSystem::renameExclusive(journals.get(), temporary, target);
     if (refused == EEXIST && mode == Commit::exclusive)
         throw RenameFailure(QStringLiteral("An interrupted batch needs recovery first."));
     if (refused != 0)
