@@ -13,6 +13,12 @@ FolderLocks FolderLocks::acquire(const QStringList& folderPaths) {
     // our own lock, so folders are told apart by what they are, not by path.
     std::unordered_set<FileIdentity, FileIdentityHash> locked;
     for (const QString& path : folderPaths) {
+        // Each lock holds a descriptor open for the whole batch, and the moves
+        // still need descriptors of their own under the usual limit of 1,024:
+        // a batch spread over more folders than this has its first ones
+        // locked, and the checks before every move guard the rest.
+        if (locks.held.size() >= maximumHeld)
+            break;
         UniqueFd fd;
         try {
             fd = FileSafety::directoryFD(path);

@@ -22,6 +22,8 @@ public:
     // before each move still hold there, this lock only adds to them.
     static FolderLocks acquire(const QStringList& folderPaths);
 
+    static constexpr std::size_t maximumHeld = 256;
+
 private:
     // flock belongs to the open descriptor: closing it releases the lock, and
     // the kernel does that for us if the process dies.
