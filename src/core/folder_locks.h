@@ -16,7 +16,8 @@ class FolderLocks {
 public:
     FolderLocks() = default;
 
-    // Locks every folder, without waiting. Throws RenameFailure when another
+    // Locks the folders (the first `maximumHeld` of them), without waiting.
+    // Throws RenameFailure when another
     // Tessary operation holds one of them. A folder that cannot be opened, or
     // a file system that cannot lock folders (NFS), is passed over: the checks
     // before each move still hold there, this lock only adds to them.
