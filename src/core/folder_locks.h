@@ -17,10 +17,10 @@ public:
     FolderLocks() = default;
 
     // Locks the folders (the first `maximumHeld` of them), without waiting.
-    // Throws RenameFailure when another
-    // Tessary operation holds one of them. A folder that cannot be opened, or
-    // a file system that cannot lock folders (NFS), is passed over: the checks
-    // before each move still hold there, this lock only adds to them.
+    // Throws RenameFailure when another Tessary operation holds one of them. A
+    // folder that cannot be opened, or a file system that cannot lock folders
+    // (NFS), is passed over: the checks before each move still hold there,
+    // this lock only adds to them.
     static FolderLocks acquire(const QStringList& folderPaths);
 
     static constexpr std::size_t maximumHeld = 256;
