@@ -142,6 +142,10 @@ void AppModel::setShowConfirmation(bool show) {
     assign(showConfirmation_, show, &AppModel::showConfirmationChanged);
 }
 
+void AppModel::setShowRestoreConfirmation(bool show) {
+    assign(showRestoreConfirmation_, show, &AppModel::showRestoreConfirmationChanged);
+}
+
 void AppModel::setShowSaveRecipe(bool show) {
     assign(showSaveRecipe_, show, &AppModel::showSaveRecipeChanged);
 }
@@ -206,6 +210,20 @@ bool AppModel::canRename() const {
            conflicts() == 0 && changedCount() >= 1 && rows_.size() == files_.size();
 }
 
+bool AppModel::canRestoreFound() const {
+    return engine && !batchControlsDisabled() && hasRecovery_ && !missingFiles_.isEmpty();
+}
+
+QStringList AppModel::missingFileNames() const {
+    constexpr qsizetype listed = 10;
+    QStringList names;
+    for (const JournalEntry& entry : missingFiles_.first(std::min(listed, missingFiles_.size())))
+        names.append(FilePath::lastComponent(entry.original));
+    if (missingFiles_.size() > listed)
+        names.append(QStringLiteral("and %1 more").arg(missingFiles_.size() - listed));
+    return names;
+}
+
 bool AppModel::hasPreviewReport() const {
     return !batchControlsDisabled() && !previewing_ && !hasRecovery_ && !files_.isEmpty() &&
            rows_.size() == files_.size();
@@ -263,6 +281,11 @@ void AppModel::refreshJournal() {
     assign(hasRecovery_, recovery, &AppModel::hasRecoveryChanged);
     assign(undoCount_, undoable, &AppModel::undoCountChanged);
     assign(completedReport_, receipt, &AppModel::completedReportChanged);
+    // Missing files belong to the interrupted batch; with it gone, so is the offer.
+    if (!recovery)
+        assign(missingFiles_, QList<JournalEntry>(), &AppModel::missingFilesChanged);
+    assign(setAsideCount_, engine ? engine->setAsideRecords().size() : qsizetype(0),
+           &AppModel::setAsideCountChanged);
 }
 
 void AppModel::startFresh() {

@@ -7,6 +7,7 @@
 #include "core/file_identity.h"
 #include "core/file_record.h"
 #include "core/import_result.h"
+#include "core/journal_entry.h"
 #include "core/mapping_document.h"
 #include "core/mapping_format.h"
 #include "core/preview_row.h"
@@ -82,7 +83,13 @@ public:
     bool previewing() const { return previewing_; }
     bool hasRecovery() const { return hasRecovery_; }
     qsizetype undoCount() const { return undoCount_; }
+    // The files of the interrupted batch that the last recovery attempt could
+    // not find; restoreFound() is offered while there are any.
+    const QList<JournalEntry>& missingFiles() const { return missingFiles_; }
+    // How many batches restoreFound() set aside as records in the journal folder.
+    qsizetype setAsideCount() const { return setAsideCount_; }
     bool showConfirmation() const { return showConfirmation_; }
+    bool showRestoreConfirmation() const { return showRestoreConfirmation_; }
     bool showSaveRecipe() const { return showSaveRecipe_; }
     bool showTutorial() const { return showTutorial_; }
     const QString& recipeName() const { return recipeName_; }
@@ -99,6 +106,7 @@ public:
     void setSelection(const QSet<QString>& selection);
     void setRecipeName(const QString& name);
     void setShowConfirmation(bool show);
+    void setShowRestoreConfirmation(bool show);
     void setShowSaveRecipe(bool show);
     void setShowTutorial(bool show);
     void setShowMappingEditor(bool show);
@@ -114,6 +122,10 @@ public:
     bool batchControlsDisabled() const;
     bool canPresentTutorial() const;
     bool canRename() const;
+    bool canRestoreFound() const;
+    // The original names of the missing files as a confirmation lists them:
+    // the first ten, then how many more there are.
+    QStringList missingFileNames() const;
     std::optional<RenameReport> previewReport() const;
     // Whether previewReport() would give a report, without building one: the
     // window asks on every change.
@@ -139,6 +151,10 @@ public:
     void clear();
     void rename();
     void runRecoveryAction(bool recover);
+    // The way out of a recovery that cannot find some files: every file that
+    // is found goes back to its original name, and the batch's journal is
+    // kept as a record of the missing ones. The window confirms first.
+    void restoreFound();
 
     // Folder grants.
     void rememberFolder(const QUrl& folder);
@@ -184,7 +200,10 @@ signals:
     void previewingChanged();
     void hasRecoveryChanged();
     void undoCountChanged();
+    void missingFilesChanged();
+    void setAsideCountChanged();
     void showConfirmationChanged();
+    void showRestoreConfirmationChanged();
     void showSaveRecipeChanged();
     void showTutorialChanged();
     void recipeNameChanged();
@@ -252,7 +271,10 @@ private:
     bool previewing_ = false;
     bool hasRecovery_ = false;
     qsizetype undoCount_ = 0;
+    QList<JournalEntry> missingFiles_;
+    qsizetype setAsideCount_ = 0;
     bool showConfirmation_ = false;
+    bool showRestoreConfirmation_ = false;
     bool showSaveRecipe_ = false;
     bool showTutorial_ = false;
     QString recipeName_;

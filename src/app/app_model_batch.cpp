@@ -1,5 +1,5 @@
 // Adding, removing and clearing files, and the operations that change names
-// on disk: rename, undo and recovery.
+// on disk: rename, undo, recovery and restoring the files that can be found.
 
 #include "app/app_model.h"
 #include "core/batch_limit.h"
@@ -15,6 +15,56 @@ namespace {
 
 QString counted(qsizetype count, const char* one, const char* many) {
     return QString::number(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
+}
+
+const QString recoveredNotice = QStringLiteral(
+    "Recovery finished. Original names restored, or the completed batch was saved for undo.");
+
+// The sentence the engine's recovery stops with when a file is at none of its
+// recorded names: the one failure that restoring what is found gets past.
+const QString cannotFindOriginal = QStringLiteral("Recovery cannot find the original ");
+
+// Runs `work` and returns the sentence of its failure, if any.
+template <typename Work> std::optional<QString> failureOf(Work work) {
+    try {
+        work();
+    } catch (const RenameFailure& failure) {
+        return failure.message;
+    } catch (const std::exception& failure) {
+        // Anything else must still reach the person as a sentence, not end
+        // the app while names are changing.
+        return QString::fromUtf8(failure.what());
+    }
+    return std::nullopt;
+}
+
+struct RecoveryOutcome {
+    std::optional<QString> failure;
+    QList<JournalEntry> missing;
+};
+
+struct RestoreOutcome {
+    std::optional<QString> failure;
+    SetAsideBatch batch;
+};
+
+QString restoredNotice(const SetAsideBatch& batch) {
+    // Nothing restored and nothing missing: the batch had finished renaming,
+    // and restoring it was plain recovery.
+    if (batch.restored == 0 && batch.missing.isEmpty())
+        return recoveredNotice;
+    QString notice =
+        batch.restored == 1
+            ? QStringLiteral("1 file is back under its original name.")
+            : QStringLiteral("%1 files are back under their original names.").arg(batch.restored);
+    if (batch.missing.isEmpty())
+        return notice;
+    return notice + QLatin1Char(' ') +
+           (batch.missing.size() == 1
+                ? QStringLiteral("1 file could not be found; its names are kept in ")
+                : QStringLiteral("%1 files could not be found; their names are kept in ")
+                      .arg(batch.missing.size())) +
+           FilePath::lastComponent(batch.record) + QStringLiteral(" in the journal folder.");
 }
 
 } // namespace
@@ -164,17 +214,8 @@ void AppModel::rename() {
     const qsizetype changes = changedCount();
     runInBackground(
         this,
-        [engine = engine, intents]() -> std::optional<QString> {
-            try {
-                engine->execute(intents, batchLimit);
-            } catch (const RenameFailure& failure) {
-                return failure.message;
-            } catch (const std::exception& failure) {
-                // Anything else must still reach the person as a sentence,
-                // not end the app while names are changing.
-                return QString::fromUtf8(failure.what());
-            }
-            return std::nullopt;
+        [engine = engine, intents] {
+            return failureOf([&] { engine->execute(intents, batchLimit); });
         },
         [this, changes](const std::optional<QString>& failure) {
             finishFileOperation(failure,
@@ -205,24 +246,49 @@ void AppModel::runRecoveryAction(bool recover) {
     setBusy(true, true);
     runInBackground(
         this,
-        [engine = engine, recover]() -> std::optional<QString> {
-            try {
-                recover ? engine->recover() : engine->undo();
-            } catch (const RenameFailure& failure) {
-                return failure.message;
-            } catch (const std::exception& failure) {
-                // Anything else must still reach the person as a sentence,
-                // not end the app while names are changing.
-                return QString::fromUtf8(failure.what());
-            }
-            return std::nullopt;
+        [engine = engine, recover] {
+            RecoveryOutcome outcome;
+            outcome.failure = failureOf([&] { recover ? engine->recover() : engine->undo(); });
+            // Asked here, off the main thread: finding files may wait on
+            // a slow volume. When even that fails, nothing is offered; the
+            // recovery's own sentence already says what to do.
+            if (recover && outcome.failure && outcome.failure->startsWith(cannotFindOriginal))
+                (void)failureOf([&] { outcome.missing = engine->missingFiles(); });
+            return outcome;
         },
-        [this, recover](const std::optional<QString>& failure) {
-            finishFileOperation(failure, recover
-                                             ? QStringLiteral("Recovery finished. Original names "
-                                                              "restored, or the completed batch "
-                                                              "was saved for undo.")
-                                             : QStringLiteral("The last batch was undone. "
-                                                              "Original names restored."));
+        [this, recover](const RecoveryOutcome& outcome) {
+            finishFileOperation(outcome.failure, recover
+                                                     ? recoveredNotice
+                                                     : QStringLiteral("The last batch was undone. "
+                                                                      "Original names restored."));
+            if (recover && hasRecovery_)
+                assign(missingFiles_, outcome.missing, &AppModel::missingFilesChanged);
+        });
+}
+
+void AppModel::restoreFound() {
+    if (!canRestoreFound())
+        return;
+    QList<QUrl> folders;
+    try {
+        folders = engine->journalFolders(true);
+    } catch (const RenameFailure& failure) {
+        setError(failure.message);
+        return;
+    }
+    if (!authorizeFolders(folders, QStringLiteral("Restoring the files of this interrupted batch "
+                                                  "requires their original folders.")))
+        return;
+
+    setBusy(true, true);
+    runInBackground(
+        this,
+        [engine = engine] {
+            RestoreOutcome outcome;
+            outcome.failure = failureOf([&] { outcome.batch = engine->restoreFound(); });
+            return outcome;
+        },
+        [this](const RestoreOutcome& outcome) {
+            finishFileOperation(outcome.failure, restoredNotice(outcome.batch));
         });
 }

@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -15,6 +16,7 @@
 #include <QThreadPool>
 
 #include <atomic>
+#include <cstdio>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -99,6 +101,7 @@ private slots:
     void supersededPreviewIsNeverApplied();
     void renameIsOfferedOnlyForACurrentCleanPreview();
     void renameUndoAndRecoveryAcrossARestart();
+    void recoveryThatCannotFindFilesOffersToRestoreTheOthers();
     void addingAsksForUngrantedFoldersAndSummarises();
     void folderGrantsNeedTheExactUnchangedFolder();
     void recipesAreTrimmedCutAndKeptAcrossRuns();
@@ -282,6 +285,66 @@ void AppModelTest::renameUndoAndRecoveryAcrossARestart() {
                               "batch was saved for undo.");
     QVERIFY(!model->hasRecovery());
     QCOMPARE(model->undoCount(), 3);
+}
+
+void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
+    for (int number = 1; number <= 12; ++number)
+        disk->file(QStringLiteral("Batch/c %1.txt").arg(number));
+    const QString batch = disk->at("Batch");
+    QVERIFY(load(batch));
+    model->setRules(prefixed("done-"));
+    QVERIFY(settled(*model));
+    model->rename();
+    QVERIFY(settled(*model));
+    // The batch stopped after every file had its new name, and another
+    // program then replaced all but the first with files of its own.
+    QByteArray journal = disk->read("journal/undo.json");
+    QVERIFY(QFile::remove(disk->at("journal/undo.json")));
+    disk->file("journal/active.json",
+               journal.replace(R"("completed":true)", R"("completed":false)"));
+    for (int number = 2; number <= 12; ++number) {
+        disk->file("replacement", "other");
+        QCOMPARE(std::rename(disk->at("replacement").toUtf8(),
+                             disk->at(QStringLiteral("Batch/done-c %1.txt").arg(number)).toUtf8()),
+                 0);
+    }
+
+    model = start();
+    QVERIFY(model->hasRecovery());
+    QVERIFY(!model->canRestoreFound());
+    dialogs->openAnswers = {{QUrl::fromLocalFile(batch)}};
+    model->runRecoveryAction(true);
+    QVERIFY(settled(*model));
+    QVERIFY(model->error().value_or("").startsWith("Recovery cannot find the original c 2.txt."));
+    QVERIFY(model->hasRecovery());
+    QCOMPARE(model->missingFiles().size(), 11);
+    QVERIFY(model->canRestoreFound());
+    QCOMPARE(model->missingFileNames(),
+             (QStringList{"c 2.txt", "c 3.txt", "c 4.txt", "c 5.txt", "c 6.txt", "c 7.txt",
+                          "c 8.txt", "c 9.txt", "c 10.txt", "c 11.txt", "and 1 more"}));
+
+    model->setError(std::nullopt);
+    model->restoreFound();
+    QVERIFY(model->mutatingFiles());
+    QVERIFY(settled(*model));
+    QVERIFY(!model->error());
+    QVERIFY(!model->hasRecovery());
+    QVERIFY(model->missingFiles().isEmpty());
+    QVERIFY(!model->canRestoreFound());
+    QCOMPARE(model->setAsideCount(), 1);
+    QVERIFY2(QRegularExpression("^1 file is back under its original name\\. 11 files could not be "
+                                "found; their names are kept in set-aside-[-0-9TZA-F]+\\.json in "
+                                "the journal folder\\.$")
+                 .match(model->notice())
+                 .hasMatch(),
+             qPrintable(model->notice()));
+    QCOMPARE(listing(batch).first(2), (QStringList{"c 1.txt", "done-c 10.txt"}));
+    QCOMPARE(listing(batch).size(), 12);
+    // The way is clear for a new batch.
+    QVERIFY(load(batch));
+    model->setRules(prefixed("new-"));
+    QVERIFY(settled(*model));
+    QVERIFY(model->canRename());
 }
 
 void AppModelTest::addingAsksForUngrantedFoldersAndSummarises() {
