@@ -153,6 +153,8 @@ ContentView::ContentView(AppModel& model, SettingsStore& settings, UrlOpener& ur
     connect(&model, &AppModel::selectionChanged, this, &ContentView::refreshSelection);
     connect(&model, &AppModel::rowsChanged, this, &ContentView::refreshSelection);
     connect(&model, &AppModel::showConfirmationChanged, this, &ContentView::askToRename);
+    connect(&model, &AppModel::showRestoreConfirmationChanged, this,
+            &ContentView::askToRestoreFound);
     connect(&model, &AppModel::errorChanged, this, &ContentView::showError);
     connect(&model, &AppModel::showSaveRecipeChanged, this, &ContentView::showSaveRecipe);
     connect(&model, &AppModel::showTutorialChanged, this, &ContentView::showTutorial);
@@ -232,6 +234,21 @@ QWidget* ContentView::makeSidebar() {
     tutorialButton->setToolTip(QStringLiteral("Practice a rename and undo with sample names"));
     connect(tutorialButton, &QPushButton::clicked, this, [this] { model.presentTutorial(); });
     layout->addWidget(tutorialButton);
+    setAsideLine = label(QString(), 11, Sheen::secondary());
+    setAsideLine->setWordWrap(true);
+    // In line with the entries' text above it.
+    setAsideLine->setContentsMargins(8, 4, 0, 4);
+    setAsideLine->setTextFormat(Qt::RichText);
+    setAsideLine->setTextInteractionFlags(Qt::LinksAccessibleByMouse |
+                                          Qt::LinksAccessibleByKeyboard);
+    setAsideLine->setToolTip(QStringLiteral(
+        "Each record lists the files a recovery could not find, with the names they had. Delete "
+        "a record when you no longer need it."));
+    connect(setAsideLine, &QLabel::linkActivated, this, [this] {
+        if (model.hasEngine())
+            urls.open(QUrl::fromLocalFile(model.journalFolder()));
+    });
+    layout->addWidget(setAsideLine);
     auto* privacy = new QHBoxLayout;
     auto* shield = new QLabel;
     shield->setPixmap(Symbols::icon(QStringLiteral("lock.shield")).pixmap(14, 14));
@@ -289,8 +306,9 @@ QWidget* ContentView::makeBanner() {
     banner->setObjectName(QStringLiteral("banner"));
     banner->setStyleSheet(QStringLiteral("#banner { background: #fff3ef; border: 1px solid "
                                          "#f6c3b6; border-radius: 12px; }"));
-    auto* layout = new QHBoxLayout(banner);
-    layout->setContentsMargins(14, 10, 14, 10);
+    auto* outer = new QVBoxLayout(banner);
+    outer->setContentsMargins(14, 10, 14, 10);
+    auto* layout = new QHBoxLayout;
     auto* icon = new QLabel;
     icon->setPixmap(
         Symbols::icon(QStringLiteral("arrow.uturn.backward.circle.fill")).pixmap(22, 22));
@@ -313,6 +331,21 @@ QWidget* ContentView::makeBanner() {
     recoverButton = new SheenButton(QStringLiteral("Recover original names"), true);
     connect(recoverButton, &QPushButton::clicked, this, [this] { model.runRecoveryAction(true); });
     layout->addWidget(recoverButton);
+    outer->addLayout(layout);
+
+    // Under the texts, across the banner: the way out when recovery cannot
+    // find every file.
+    missingRow = new QWidget;
+    auto* missing = new QHBoxLayout(missingRow);
+    missing->setContentsMargins(icon->sizeHint().width() + layout->spacing(), 2, 0, 0);
+    missingText = label(QString(), 12, Sheen::ink());
+    missingText->setWordWrap(true);
+    missing->addWidget(missingText, 1);
+    restoreButton = new SheenButton(QStringLiteral("Restore the files that can be found…"));
+    connect(restoreButton, &QPushButton::clicked, this,
+            [this] { model.setShowRestoreConfirmation(true); });
+    missing->addWidget(restoreButton);
+    outer->addWidget(missingRow);
     return banner;
 }
 
@@ -541,6 +574,23 @@ void ContentView::refresh() {
 
     banner->setVisible(model.hasRecovery());
     recoverButton->setEnabled(!disabled);
+    const qsizetype missing = model.missingFiles().size();
+    missingRow->setVisible(missing > 0);
+    missingText->setText(
+        missing == 1
+            ? QStringLiteral("1 file of this batch cannot be found. Put it back and recover again, "
+                             "or restore the files that can be found.")
+            : QStringLiteral("%1 files of this batch cannot be found. Put them back and recover "
+                             "again, or restore the files that can be found.")
+                  .arg(missing));
+    restoreButton->setEnabled(model.canRestoreFound());
+    const qsizetype setAside = model.setAsideCount();
+    setAsideLine->setVisible(setAside > 0);
+    setAsideLine->setText(
+        QStringLiteral("<a href=\"journal\" style=\"color:#7149d8\">%1 set-aside batch %2</a> in "
+                       "the journal folder")
+            .arg(setAside)
+            .arg(setAside == 1 ? QStringLiteral("record") : QStringLiteral("records")));
 
     const qsizetype fileCount = model.files().size();
     liveCount->setText(QStringLiteral("Live preview · %1 files").arg(fileCount));
@@ -659,6 +709,41 @@ void ContentView::askToRename() {
         model.setShowConfirmation(false);
         if (renaming)
             model.rename();
+    });
+    box->open();
+}
+
+void ContentView::askToRestoreFound() {
+    if (!model.showRestoreConfirmation() || confirmingRestore)
+        return;
+    confirmingRestore = true;
+    const qsizetype missing = model.missingFiles().size();
+    auto* box = new QMessageBox(
+        QMessageBox::Question, QStringLiteral("Restore the files that can be found?"),
+        QStringLiteral("Restore the files that can be found?"), QMessageBox::NoButton, this);
+    box->setInformativeText(
+        (missing == 1
+             ? QStringLiteral("1 file of the interrupted batch cannot be found:")
+             : QStringLiteral("%1 files of the interrupted batch cannot be found:").arg(missing)) +
+        QStringLiteral("\n\n") + model.missingFileNames().join(QLatin1Char('\n')) +
+        QStringLiteral("\n\nEvery other file goes back to its original name. The missing files "
+                       "are left alone: the batch is set aside as a record in the journal "
+                       "folder, which lists each missing file's original, new and staging "
+                       "names. New batches can start again."));
+    // Filenames are shown as they are, never read as markup.
+    if (auto* informative = box->findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel")))
+        informative->setTextFormat(Qt::PlainText);
+    box->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
+    QPushButton* confirm =
+        box->addButton(QStringLiteral("Restore found files"), QMessageBox::AcceptRole);
+    box->setDefaultButton(confirm);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(box, &QMessageBox::finished, this, [this, box, confirm] {
+        confirmingRestore = false;
+        bool restoring = box->clickedButton() == confirm;
+        model.setShowRestoreConfirmation(false);
+        if (restoring)
+            model.restoreFound();
     });
     box->open();
 }

@@ -41,6 +41,7 @@ private:
     void refreshDialogs();
     void showSkipped();
     void askToRename();
+    void askToRestoreFound();
     void showError();
     void showSaveRecipe();
     void showTutorial();
@@ -55,9 +56,13 @@ private:
     QList<QPair<QPushButton*, QUuid>> builtInEntries;
     QVBoxLayout* savedRecipesLayout = nullptr;
     QPushButton* tutorialButton = nullptr;
+    QLabel* setAsideLine = nullptr;
 
     QWidget* banner = nullptr;
     QPushButton* recoverButton = nullptr;
+    QWidget* missingRow = nullptr;
+    QLabel* missingText = nullptr;
+    QPushButton* restoreButton = nullptr;
 
     QLabel* liveCount = nullptr;
     QToolButton* batchActions = nullptr;
@@ -92,5 +97,6 @@ private:
     QPointer<QWidget> tutorial;
     bool syncingSelection = false;
     bool confirming = false;
+    bool confirmingRestore = false;
     bool alerting = false;
 };

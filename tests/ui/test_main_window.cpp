@@ -17,6 +17,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cstdio>
+
 namespace {
 
 template <typename Widget = QAbstractButton> Widget* withText(QWidget* root, const QString& text) {
@@ -72,6 +74,7 @@ private slots:
     void spreadsheetIssueAndItsFix();
     void droppedFolderIsAddedUnlessASheetIsOpen();
     void compactWindowKeepsItsTopEdge();
+    void recoveryThatCannotFindAFileOffersToRestoreTheOthers();
 
 private:
     std::unique_ptr<QTemporaryDir> disk;
@@ -89,6 +92,16 @@ private:
         QTRY_COMPARE_WITH_TIMEOUT(window->findChild<QTableView*>()->model()->rowCount(), 2, 10000);
         QTRY_VERIFY_WITH_TIMEOUT(!model->previewing(), 10000);
     }
+
+    // A new run of the app on the same journal and settings.
+    void launch() {
+        window.reset();
+        model = std::make_unique<AppModel>(PlatformServices{dialogs, clipboard, *settings, urls},
+                                           AppModel::Startup{disk->path() + "/journal", {}, {}});
+        window = std::make_unique<MainWindow>(*model, *settings, urls);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    }
 };
 
 void MainWindowTest::init() {
@@ -102,11 +115,7 @@ void MainWindowTest::init() {
     settings = std::make_unique<QSettingsStore>(disk->path() + "/settings.ini");
     settings->setFlag("hasSeenTutorial", true);
     dialogs = ScriptedDialogs();
-    model = std::make_unique<AppModel>(PlatformServices{dialogs, clipboard, *settings, urls},
-                                       AppModel::Startup{disk->path() + "/journal", {}, {}});
-    window = std::make_unique<MainWindow>(*model, *settings, urls);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    launch();
 }
 
 void MainWindowTest::cleanup() {
@@ -220,6 +229,52 @@ void MainWindowTest::compactWindowKeepsItsTopEdge() {
     QTRY_COMPARE(window->geometry().height(), 900);
     command(*window, "Compact Window")->trigger();
     QTRY_COMPARE(window->geometry(), QRect(40, 60, 1000, 680));
+}
+
+void MainWindowTest::recoveryThatCannotFindAFileOffersToRestoreTheOthers() {
+    addShootFolder();
+    RenameRules rules;
+    rules.prefix = "x-";
+    model->setRules(rules);
+    QTRY_VERIFY_WITH_TIMEOUT(model->canRename(), 10000);
+    model->rename();
+    QTRY_VERIFY_WITH_TIMEOUT(!model->busy(), 10000);
+    // Interrupted after both files had their new names; then another program
+    // replaced one of them.
+    const QString journal = disk->path() + "/journal/";
+    QFile undo(journal + "undo.json");
+    QVERIFY(undo.open(QIODevice::ReadOnly));
+    QFile active(journal + "active.json");
+    QVERIFY(active.open(QIODevice::WriteOnly));
+    active.write(undo.readAll().replace(R"("completed":true)", R"("completed":false)"));
+    active.close();
+    QVERIFY(undo.remove());
+    QVERIFY(QFile(shoot + "/replacement").open(QIODevice::WriteOnly));
+    QCOMPARE(std::rename(QString(shoot + "/replacement").toUtf8(),
+                         QString(shoot + "/x-IMG_10.jpg").toUtf8()),
+             0);
+
+    launch();
+    QVERIFY(!withText(window.get(), "Restore the files that can be found…"));
+    dialogs.openAnswers.append({QUrl::fromLocalFile(shoot)});
+    answerNextMessageBox("OK");
+    withText(window.get(), "Recover original names")->click();
+    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Restore the files that can be found…"), 10000);
+    QTRY_VERIFY(!model->error());
+
+    answerNextMessageBox("Restore found files");
+    withText(window.get(), "Restore the files that can be found…")->click();
+    QTRY_COMPARE_WITH_TIMEOUT(namesIn(shoot), (QStringList{"IMG_2.jpg", "x-IMG_10.jpg"}), 10000);
+    QTRY_VERIFY(!withText(window.get(), "Recover original names"));
+    // The record stays findable: its line opens the journal folder.
+    QLabel* record = nullptr;
+    for (QLabel* label : window->findChildren<QLabel*>()) {
+        if (label->isVisible() && label->text().contains("1 set-aside batch record</a>"))
+            record = label;
+    }
+    QVERIFY(record);
+    emit record->linkActivated("journal");
+    QCOMPARE(urls.opened.last(), QUrl::fromLocalFile(disk->path() + "/journal"));
 }
 
 QTEST_MAIN(MainWindowTest)

@@ -1,7 +1,9 @@
 // Renders the window offscreen to PNG in the states a person meets: the empty
 // first run, the demo preview, a conflict with its details open, the
-// spreadsheet editor with an issue, each tutorial step and the recovery
-// banner. Run by scripts/render-window; look at every picture.
+// spreadsheet editor with an issue, each tutorial step, the recovery
+// banner, and a recovery that cannot find a file: the offer to restore the
+// others, its confirmation and the set-aside record afterwards. Run by
+// scripts/render-window; look at every picture.
 //
 //   window-pictures OUTPUT_DIR
 
@@ -18,9 +20,12 @@
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <cstdio>
 
 namespace {
 
@@ -36,6 +41,12 @@ void save(QWidget* widget, const QString& name) {
 void waitUntil(const std::function<bool()>& done) {
     for (int waited = 0; !done() && waited < 15000; waited += 10)
         QTest::qWait(10);
+}
+
+void write(const QString& path, const QByteArray& content = {}) {
+    QFile file(path);
+    file.open(QIODevice::WriteOnly);
+    file.write(content);
 }
 
 void waitForPreview(AppModel& model) {
@@ -139,6 +150,59 @@ int main(int argc, char** argv) {
         QFile::copy(folder + "/journal/undo.json", folder + "/journal/active.json");
         Session interrupted(folder);
         save(&interrupted.window, "11-recovery-banner");
+    }
+    {
+        QString folder = work.path() + "/missing";
+        QDir().mkpath(folder + "/files");
+        for (const char* name : {"Budget 2026.xlsx", "Contract signed.pdf", "Team photo.jpg"})
+            write(folder + "/files/" + name);
+        {
+            Session first(folder);
+            first.dialogs.openAnswers.append({QUrl::fromLocalFile(folder + "/files")});
+            first.model.openFiles(true);
+            waitForPreview(first.model);
+            RenameRules rules;
+            rules.prefix = "acme-";
+            first.model.setRules(rules);
+            waitForPreview(first.model);
+            first.model.rename();
+            waitUntil([&] { return !first.model.busy(); });
+        }
+        // Interrupted after every file had its new name; then another
+        // program replaced one of them.
+        QFile undo(folder + "/journal/undo.json");
+        undo.open(QIODevice::ReadOnly);
+        write(folder + "/journal/active.json",
+              undo.readAll().replace(R"("completed":true)", R"("completed":false)"));
+        undo.remove();
+        write(folder + "/files/replacement", "other");
+        std::rename(QString(folder + "/files/replacement").toUtf8(),
+                    QString(folder + "/files/acme-Contract signed.pdf").toUtf8());
+
+        Session stuck(folder);
+        stuck.dialogs.openAnswers.append({QUrl::fromLocalFile(folder + "/files")});
+        stuck.model.runRecoveryAction(true);
+        waitUntil([&] { return !stuck.model.busy() && stuck.model.error(); });
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            if (auto* box = qobject_cast<QMessageBox*>(top); box && box->isVisible()) {
+                save(box, "12-recovery-cannot-find");
+                box->accept();
+            }
+        }
+        waitForPreview(stuck.model);
+        save(&stuck.window, "13-restore-offered");
+        stuck.model.setShowRestoreConfirmation(true);
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            if (auto* box = qobject_cast<QMessageBox*>(top); box && box->isVisible()) {
+                save(box, "14-restore-confirmation");
+                for (QAbstractButton* button : box->buttons()) {
+                    if (button->text() == "Restore found files")
+                        button->click();
+                }
+            }
+        }
+        waitUntil([&] { return !stuck.model.busy() && !stuck.model.hasRecovery(); });
+        save(&stuck.window, "15-set-aside");
     }
     return 0;
 }
