@@ -102,7 +102,7 @@ int restoreFound(RenameEngine& engine, bool confirmedAlready, QTextStream& out,
         }
     }
     SetAsideBatch result = engine.restoreFound();
-    if (result.restored == 0 && result.missing.isEmpty()) {
+    if (result.record.isEmpty() && result.restored == 0) {
         // A batch that had already finished renaming was saved for undo.
         out << "Recovery finished. Original names restored, or the completed batch was saved "
                "for undo.\n";
@@ -112,13 +112,16 @@ int restoreFound(RenameEngine& engine, bool confirmedAlready, QTextStream& out,
                                  : QStringLiteral("%1 files are back under their original names.")
                                        .arg(result.restored))
         << '\n';
-    if (result.missing.isEmpty())
-        return 0;
-    printMissing(result.missing, out);
-    out << "Record kept: " << result.record << '\n'
-        << "The record lists where each missing file was and under which names; a file may "
-           "still turn up under one of them. Keep the record for reference, or delete it when "
-           "you no longer need it.\n";
+    for (const SetAsideBatch::Renamed& renamed : result.renamed)
+        out << FilePath::lastComponent(renamed.entry.original) << " is back as " << renamed.name
+            << ", because another file has taken its original name.\n";
+    if (!result.missing.isEmpty())
+        printMissing(result.missing, out);
+    if (!result.record.isEmpty())
+        out << "Record kept: " << result.record << '\n'
+            << "The record lists every file of the batch with its original, new and staging "
+               "paths; a missing file may still turn up under one of them. Keep the record for "
+               "reference, or delete it when you no longer need it.\n";
     return 0;
 }
 

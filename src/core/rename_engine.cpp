@@ -38,6 +38,21 @@ qsizetype utf8Length(const QString& text) {
     return text.toUtf8().size();
 }
 
+// "report (restored).pdf", then "report (restored 2).pdf" and on: names for a
+// file whose original name was taken while it was away.
+QStringList besideNames(const QString& original) {
+    qsizetype period = original.lastIndexOf(QLatin1Char('.'));
+    if (period <= 0)
+        period = original.size();
+    QStringList names;
+    for (int number = 1; number <= 20; ++number) {
+        QString mark = number == 1 ? QStringLiteral(" (restored)")
+                                   : QStringLiteral(" (restored %1)").arg(number);
+        names.append(original.left(period) + mark + original.mid(period));
+    }
+    return names;
+}
+
 // ".tessary-" + a batch id + "-probe", or that name + "-renamed".
 bool isProbeName(const QByteArray& name) {
     static const QByteArray prefix = ".tessary-";
@@ -279,8 +294,8 @@ void RenameEngine::perform(const QList<RenameIntent>& intents, JournalPurpose pu
     }
 }
 
-void RenameEngine::move(const QString& from, const QString& to, const FileIdentity& identity,
-                        const FileIdentity& parentIdentity) {
+QString RenameEngine::move(const QString& from, const QString& to, const FileIdentity& identity,
+                           const FileIdentity& parentIdentity, const QStringList& alternatives) {
     QString parent = FilePath::parent(from);
     if (FilePath::parent(to) != parent)
         throw RenameFailure(QStringLiteral("A rename must stay in its original folder."));
@@ -299,11 +314,18 @@ void RenameEngine::move(const QString& from, const QString& to, const FileIdenti
     // file would take the new name; so the moved file is checked, and a
     // stranger is put back under the name it came from.
     const QByteArray source = name.toUtf8();
-    const QByteArray target = FilePath::lastComponent(to).toUtf8();
-    if (int error = PosixFileSystem::renameExclusive(fd.get(), source, target))
-        throw RenameFailure(QStringLiteral("Cannot rename ") + name + QStringLiteral(": ") +
-                            PosixFileSystem::errorText(error) +
-                            QStringLiteral(". Nothing was overwritten."));
+    const QStringList candidates = QStringList{FilePath::lastComponent(to)} + alternatives;
+    QByteArray target;
+    for (qsizetype index = 0;; ++index) {
+        target = candidates[index].toUtf8();
+        int error = PosixFileSystem::renameExclusive(fd.get(), source, target);
+        if (error == 0)
+            break;
+        if (error != EEXIST || index + 1 == candidates.size())
+            throw RenameFailure(QStringLiteral("Cannot rename ") + name + QStringLiteral(": ") +
+                                PosixFileSystem::errorText(error) +
+                                QStringLiteral(". Nothing was overwritten."));
+    }
     auto moved = PosixFileSystem::statAt(fd.get(), target);
     if (moved && !FileIdentity::sameFile(identity, moved.value->identity)) {
         if (PosixFileSystem::renameExclusive(fd.get(), target, source) == 0)
@@ -315,6 +337,7 @@ void RenameEngine::move(const QString& from, const QString& to, const FileIdenti
     if (PosixFileSystem::sync(fd.get()) != 0)
         throw RenameFailure(QStringLiteral("The folder could not confirm the change on disk. Keep "
                                            "the recovery journal and retry recovery."));
+    return QString::fromUtf8(target);
 }
 
 QByteArray RenameEngine::journalDocument(const RenameJournal& journal) {
@@ -473,7 +496,7 @@ void RenameEngine::recover() {
                                                "location, then retry. The journal remains in ") +
                                 folder + QLatin1Char('.'));
     }
-    restore(journal, found);
+    restore(journal, found, nullptr);
     removeDurably(activeJournal);
 }
 
@@ -487,12 +510,12 @@ SetAsideBatch RenameEngine::restoreFound() {
     FolderLocks locks = lockFolders(journal);
     const QList<std::optional<QString>> found = locate(journal);
     SetAsideBatch result;
-    result.restored = restore(journal, found);
+    result.restored = restore(journal, found, &result.renamed);
     for (qsizetype index = 0; index < found.size(); ++index) {
         if (!found[index])
             result.missing.append(journal.entries[index]);
     }
-    if (result.missing.isEmpty()) {
+    if (result.missing.isEmpty() && result.renamed.isEmpty()) {
         removeDurably(activeJournal);
         return result;
     }
@@ -544,9 +567,12 @@ QList<std::optional<QString>> RenameEngine::locate(const RenameJournal& journal)
 // without meeting each other, whatever mix the interruption left. A file
 // already at its original name stays put: moving it could only fail, as it
 // does for ever on a file the user may not rename (an immutable file, or
-// another user's file in a sticky folder).
+// another user's file in a sticky folder). With `aside`, a file whose
+// original name another program has taken since gets a name beside it
+// instead of staying hidden, and is listed there.
 qsizetype RenameEngine::restore(const RenameJournal& journal,
-                                const QList<std::optional<QString>>& found) {
+                                const QList<std::optional<QString>>& found,
+                                QList<SetAsideBatch::Renamed>* aside) {
     qsizetype restored = 0;
     for (qsizetype index = 0; index < journal.entries.size(); ++index) {
         const JournalEntry& entry = journal.entries[index];
@@ -557,9 +583,16 @@ qsizetype RenameEngine::restore(const RenameJournal& journal,
         const JournalEntry& entry = journal.entries[index];
         if (!found[index])
             continue;
-        if (*found[index] != entry.original)
-            move(entry.staging, entry.original, entry.identity, entry.parentIdentity);
         ++restored;
+        if (*found[index] == entry.original)
+            continue;
+        const QString original = FilePath::lastComponent(entry.original);
+        QString name = move(entry.staging, entry.original, entry.identity, entry.parentIdentity,
+                            aside ? besideNames(original) : QStringList());
+        if (name != original) {
+            aside->append({entry, name});
+            --restored;
+        }
     }
     return restored;
 }

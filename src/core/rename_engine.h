@@ -55,8 +55,9 @@ public:
     // is found, with its identity checked as recovery checks it, goes back to
     // its original name through its staging name; files that are not found are
     // left alone, and the active journal is kept as a dated record in the
-    // journal folder rather than deleted. Throws RenameFailure; the active
-    // journal stays after any failure.
+    // journal folder rather than deleted. A file whose original name another
+    // program took meanwhile comes back beside it, as "name (restored).ext". Throws RenameFailure;
+    // the active journal stays after any failure.
     SetAsideBatch restoreFound();
 
     // The entries of the active journal whose file is at none of its recorded
@@ -86,8 +87,11 @@ private:
     RenameJournal prepare(const QList<RenameIntent>& intents, JournalPurpose purpose,
                           FolderLocks& locks);
     void perform(const QList<RenameIntent>& intents, JournalPurpose purpose);
-    void move(const QString& from, const QString& to, const FileIdentity& identity,
-              const FileIdentity& parentIdentity);
+    // The checked move of one file inside its folder; when `to` is taken, the
+    // last components in `alternatives` are tried in turn. Returns the last
+    // component the file took.
+    QString move(const QString& from, const QString& to, const FileIdentity& identity,
+                 const FileIdentity& parentIdentity, const QStringList& alternatives = {});
     enum class Commit { exclusive, replacing };
     static QByteArray journalDocument(const RenameJournal& journal);
     void persist(const RenameJournal& journal, const char* target);
@@ -96,7 +100,8 @@ private:
     void removeDurably(const char* name);
     static FolderLocks lockFolders(const RenameJournal& journal);
     QList<std::optional<QString>> locate(const RenameJournal& journal) const;
-    qsizetype restore(const RenameJournal& journal, const QList<std::optional<QString>>& found);
+    qsizetype restore(const RenameJournal& journal, const QList<std::optional<QString>>& found,
+                      QList<SetAsideBatch::Renamed>* aside);
     void syncJournalFolder();
     void probeExclusiveRename(const QList<JournalEntry>& entries, const QUuid& batch);
     bool journalExists(const char* name) const;

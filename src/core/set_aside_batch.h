@@ -10,9 +10,17 @@
 // (with every name the journal recorded for them), and the journal record kept
 // in the journal folder in place of the active journal.
 struct SetAsideBatch {
+    // A file that came back beside its original name, which another program
+    // had taken: `name` is the last component it has now.
+    struct Renamed {
+        JournalEntry entry;
+        QString name;
+    };
+
     qsizetype restored = 0;
     QList<JournalEntry> missing;
-    // Full path of the dated record; empty when nothing was missing and the
-    // batch was simply recovered.
+    QList<Renamed> renamed;
+    // Full path of the dated record; empty when every file is back under its
+    // original name and the batch was simply recovered.
     QString record;
 };

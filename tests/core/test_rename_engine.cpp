@@ -323,13 +323,19 @@ void RenameEngineTest::restoringWhatCanBeFoundSetsTheRestAside() {
     // Another program saved over the renamed b: the file that was b is gone.
     QFile::remove(disk->at("d/y.txt"));
     disk->file("d/y.txt", "someone's new y");
+    // And a sync client brought back a c.txt of its own.
+    disk->file("d/c.txt", "synced c");
     QVERIFY(!failureOf([&] { engine->recover(); }).isEmpty());
 
     SetAsideBatch outcome = engine->restoreFound();
-    QCOMPARE(outcome.restored, 2);
+    QCOMPARE(outcome.restored, 1);
     QCOMPARE(outcome.missing.size(), 1);
     QCOMPARE(outcome.missing.first().final, disk->at("d/y.txt"));
-    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "c.txt", "y.txt"}));
+    QCOMPARE(outcome.renamed.size(), 1);
+    QCOMPARE(outcome.renamed.first().name, QStringLiteral("c (restored).txt"));
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "c (restored).txt", "c.txt", "y.txt"}));
+    QCOMPARE(disk->read("d/c (restored).txt"), QByteArray("C"));
+    QCOMPARE(disk->read("d/c.txt"), QByteArray("synced c"));
     QCOMPARE(disk->read("d/y.txt"), QByteArray("someone's new y"));
     // The journal is kept, whole, as a dated record that blocks nothing.
     QVERIFY(!engine->hasRecovery());
