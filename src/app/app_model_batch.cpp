@@ -49,22 +49,26 @@ struct RestoreOutcome {
 };
 
 QString restoredNotice(const SetAsideBatch& batch) {
-    // Nothing restored and nothing missing: the batch had finished renaming,
-    // and restoring it was plain recovery.
-    if (batch.restored == 0 && batch.missing.isEmpty())
+    // No record and nothing restored: the batch had finished renaming, and
+    // restoring it was plain recovery.
+    if (batch.record.isEmpty() && batch.restored == 0)
         return recoveredNotice;
     QString notice =
         batch.restored == 1
             ? QStringLiteral("1 file is back under its original name.")
             : QStringLiteral("%1 files are back under their original names.").arg(batch.restored);
-    if (batch.missing.isEmpty())
+    if (batch.record.isEmpty())
         return notice;
+    const QString record = FilePath::lastComponent(batch.record);
+    if (batch.missing.isEmpty())
+        return notice + QStringLiteral(" The batch's journal is kept as ") + record +
+               QStringLiteral(" in the journal folder.");
     return notice + QLatin1Char(' ') +
            (batch.missing.size() == 1
                 ? QStringLiteral("1 file could not be found; its names are kept in ")
                 : QStringLiteral("%1 files could not be found; their names are kept in ")
                       .arg(batch.missing.size())) +
-           FilePath::lastComponent(batch.record) + QStringLiteral(" in the journal folder.");
+           record + QStringLiteral(" in the journal folder.");
 }
 
 } // namespace
