@@ -508,7 +508,7 @@ SetAsideBatch RenameEngine::restoreFound() {
         return {};
     }
     FolderLocks locks = lockFolders(journal);
-    const QList<std::optional<QString>> found = locate(journal);
+    const QList<std::optional<QString>> found = locateForRestoring(journal);
     SetAsideBatch result;
     result.restored = restore(journal, found, &result.renamed);
     for (qsizetype index = 0; index < found.size(); ++index) {
@@ -562,6 +562,34 @@ QList<std::optional<QString>> RenameEngine::locate(const RenameJournal& journal)
     return found;
 }
 
+// Where each file is for restoring what can be found: as recovery finds it,
+// and also a file under its staging name that recovery does not know by its
+// full identity. That one came there with this batch, since no other program
+// makes a name with the batch's id in it; its identity can only have changed
+// where the file system records no birth time and the volume came back under
+// another device, and there it keeps its inode. The user chose this way out,
+// so it comes back to a visible name rather than staying hidden; its entry
+// takes the identities it has now.
+QList<std::optional<QString>> RenameEngine::locateForRestoring(RenameJournal& journal) const {
+    QList<std::optional<QString>> found = locate(journal);
+    for (qsizetype index = 0; index < found.size(); ++index) {
+        JournalEntry& entry = journal.entries[index];
+        if (found[index])
+            continue;
+        try {
+            FileSafety::Identities now =
+                FileSafety::record(QUrl::fromLocalFile(entry.staging), true);
+            if (now.file.inode == entry.identity.inode) {
+                entry.identity = now.file;
+                entry.parentIdentity = now.folder;
+                found[index] = entry.staging;
+            }
+        } catch (const RenameFailure&) {
+        }
+    }
+    return found;
+}
+
 // Puts every found file back under its original name and returns how many.
 // Through the staging names again, so exchanged or rotated names come back
 // without meeting each other, whatever mix the interruption left. A file
@@ -601,7 +629,7 @@ QList<JournalEntry> RenameEngine::missingFiles() const {
     RenameJournal journal = read(activeJournal);
     if (journal.completed)
         return {};
-    const QList<std::optional<QString>> found = locate(journal);
+    const QList<std::optional<QString>> found = locateForRestoring(journal);
     QList<JournalEntry> missing;
     for (qsizetype index = 0; index < found.size(); ++index) {
         if (!found[index])

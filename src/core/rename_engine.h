@@ -60,8 +60,8 @@ public:
     // the active journal stays after any failure.
     SetAsideBatch restoreFound();
 
-    // The entries of the active journal whose file is at none of its recorded
-    // names right now. Takes no lock and moves nothing; throws the reader's
+    // The entries of the active journal whose file `restoreFound` would not
+    // find right now. Takes no lock and moves nothing; throws the reader's
     // failures.
     QList<JournalEntry> missingFiles() const;
 
@@ -100,6 +100,7 @@ private:
     void removeDurably(const char* name);
     static FolderLocks lockFolders(const RenameJournal& journal);
     QList<std::optional<QString>> locate(const RenameJournal& journal) const;
+    QList<std::optional<QString>> locateForRestoring(RenameJournal& journal) const;
     qsizetype restore(const RenameJournal& journal, const QList<std::optional<QString>>& found,
                       QList<SetAsideBatch::Renamed>* aside);
     void syncJournalFolder();

@@ -9,6 +9,8 @@
 #include <QProcess>
 #include <QTest>
 
+#include <nlohmann/json.hpp>
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -319,6 +321,17 @@ void RenameEngineTest::restoringWhatCanBeFoundSetsTheRestAside() {
     disk->file("d/c.txt", "C");
     interruptAfterRenaming(
         {intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt"), intent("d/c.txt", "z.txt")});
+    // The file that was a waits under its staging name, on a volume that
+    // records no birth time and came back under another device: recovery
+    // cannot know it by its identity, but it keeps its inode.
+    auto journalText = nlohmann::json::parse(disk->read("journal/active.json").toStdString());
+    auto& first = journalText["entries"][0];
+    first["identity"]["device"] = first["identity"]["device"].get<int>() + 1;
+    first["identity"]["birthSeconds"] = 0;
+    first["identity"]["birthNanos"] = 0;
+    disk->file("journal/active.json", QByteArray::fromStdString(journalText.dump()));
+    QVERIFY(QDir().rename(disk->at("d/x.txt"),
+                          QString::fromStdString(first["staging"].get<std::string>())));
     const QByteArray active = disk->read("journal/active.json");
     // Another program saved over the renamed b: the file that was b is gone.
     QFile::remove(disk->at("d/y.txt"));
