@@ -53,22 +53,32 @@ QString restoredNotice(const SetAsideBatch& batch) {
     // restoring it was plain recovery.
     if (batch.record.isEmpty() && batch.restored == 0)
         return recoveredNotice;
-    QString notice =
-        batch.restored == 1
-            ? QStringLiteral("1 file is back under its original name.")
-            : QStringLiteral("%1 files are back under their original names.").arg(batch.restored);
-    if (batch.record.isEmpty())
-        return notice;
+    QStringList sentences;
+    if (batch.restored > 0 || batch.renamed.isEmpty())
+        sentences.append(batch.restored == 1
+                             ? QStringLiteral("1 file is back under its original name.")
+                             : QStringLiteral("%1 files are back under their original names.")
+                                   .arg(batch.restored));
+    if (batch.renamed.size() == 1)
+        sentences.append(FilePath::lastComponent(batch.renamed.front().entry.original) +
+                         QStringLiteral(" is back as ") + batch.renamed.front().name +
+                         QStringLiteral(", because another file has taken its original name."));
+    else if (batch.renamed.size() > 1)
+        sentences.append(QStringLiteral("%1 files are back beside their original names, which "
+                                        "other files have taken.")
+                             .arg(batch.renamed.size()));
     const QString record = FilePath::lastComponent(batch.record);
-    if (batch.missing.isEmpty())
-        return notice + QStringLiteral(" The batch's journal is kept as ") + record +
-               QStringLiteral(" in the journal folder.");
-    return notice + QLatin1Char(' ') +
-           (batch.missing.size() == 1
-                ? QStringLiteral("1 file could not be found; its names are kept in ")
-                : QStringLiteral("%1 files could not be found; their names are kept in ")
-                      .arg(batch.missing.size())) +
-           record + QStringLiteral(" in the journal folder.");
+    if (batch.missing.size() == 1)
+        sentences.append(QStringLiteral("1 file could not be found; its names are kept in ") +
+                         record + QStringLiteral(" in the journal folder."));
+    else if (batch.missing.size() > 1)
+        sentences.append(QStringLiteral("%1 files could not be found; their names are kept in ")
+                             .arg(batch.missing.size()) +
+                         record + QStringLiteral(" in the journal folder."));
+    else if (!batch.record.isEmpty())
+        sentences.append(QStringLiteral("The batch's journal is kept as ") + record +
+                         QStringLiteral(" in the journal folder."));
+    return sentences.join(QLatin1Char(' '));
 }
 
 } // namespace

@@ -488,7 +488,9 @@ QWidget* ContentView::makeNoticeLine() {
     layout->addWidget(noticeIcon);
     noticeText = label(QString(), 12, Sheen::ink());
     noticeText->setWordWrap(true);
-    noticeText->setMaximumHeight(34);
+    // Three lines: after restoring the files that can be found, the notice
+    // names a renamed file and the kept record, each a long name.
+    noticeText->setMaximumHeight(noticeText->fontMetrics().lineSpacing() * 3 + 2);
     layout->addWidget(noticeText, 1);
     detailsButton = plainButton(QStringLiteral("Details"));
     connect(detailsButton, &QPushButton::clicked, this, &ContentView::showSkipped);

@@ -288,7 +288,7 @@ void AppModelTest::renameUndoAndRecoveryAcrossARestart() {
 }
 
 void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
-    for (int number = 1; number <= 12; ++number)
+    for (int number = 1; number <= 13; ++number)
         disk->file(QStringLiteral("Batch/c %1.txt").arg(number));
     const QString batch = disk->at("Batch");
     QVERIFY(load(batch));
@@ -297,12 +297,12 @@ void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
     model->rename();
     QVERIFY(settled(*model));
     // The batch stopped after every file had its new name, and another
-    // program then replaced all but the first with files of its own.
+    // program then replaced all but the first two with files of its own.
     QByteArray journal = disk->read("journal/undo.json");
     QVERIFY(QFile::remove(disk->at("journal/undo.json")));
     disk->file("journal/active.json",
                journal.replace(R"("completed":true)", R"("completed":false)"));
-    for (int number = 2; number <= 12; ++number) {
+    for (int number = 3; number <= 13; ++number) {
         disk->file("replacement", "other");
         QCOMPARE(std::rename(disk->at("replacement").toUtf8(),
                              disk->at(QStringLiteral("Batch/done-c %1.txt").arg(number)).toUtf8()),
@@ -315,14 +315,16 @@ void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
     dialogs->openAnswers = {{QUrl::fromLocalFile(batch)}};
     model->runRecoveryAction(true);
     QVERIFY(settled(*model));
-    QVERIFY(model->error().value_or("").startsWith("Recovery cannot find the original c 2.txt."));
+    QVERIFY(model->error().value_or("").startsWith("Recovery cannot find the original c 3.txt."));
     QVERIFY(model->hasRecovery());
     QCOMPARE(model->missingFiles().size(), 11);
     QVERIFY(model->canRestoreFound());
     QCOMPARE(model->missingFileNames(),
-             (QStringList{"c 2.txt", "c 3.txt", "c 4.txt", "c 5.txt", "c 6.txt", "c 7.txt",
-                          "c 8.txt", "c 9.txt", "c 10.txt", "c 11.txt", "and 1 more"}));
+             (QStringList{"c 3.txt", "c 4.txt", "c 5.txt", "c 6.txt", "c 7.txt", "c 8.txt",
+                          "c 9.txt", "c 10.txt", "c 11.txt", "c 12.txt", "and 1 more"}));
 
+    // Meanwhile a sync client brought back a file under one of the original names.
+    disk->file("Batch/c 2.txt", "synced");
     model->setError(std::nullopt);
     model->restoreFound();
     QVERIFY(model->mutatingFiles());
@@ -332,14 +334,16 @@ void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
     QVERIFY(model->missingFiles().isEmpty());
     QVERIFY(!model->canRestoreFound());
     QCOMPARE(model->setAsideCount(), 1);
-    QVERIFY2(QRegularExpression("^1 file is back under its original name\\. 11 files could not be "
-                                "found; their names are kept in set-aside-[-0-9TZA-F]+\\.json in "
-                                "the journal folder\\.$")
+    QVERIFY2(QRegularExpression("^1 file is back under its original name\\. c 2\\.txt is back as "
+                                "c 2 \\(restored\\)\\.txt, because another file has taken its "
+                                "original name\\. 11 files could not be found; their names are "
+                                "kept in set-aside-[-0-9TZA-F]+\\.json in the journal folder\\.$")
                  .match(model->notice())
                  .hasMatch(),
              qPrintable(model->notice()));
-    QCOMPARE(listing(batch).first(2), (QStringList{"c 1.txt", "done-c 10.txt"}));
-    QCOMPARE(listing(batch).size(), 12);
+    QCOMPARE(listing(batch).first(4),
+             (QStringList{"c 1.txt", "c 2 (restored).txt", "c 2.txt", "done-c 10.txt"}));
+    QCOMPARE(listing(batch).size(), 14);
     // The way is clear for a new batch.
     QVERIFY(load(batch));
     model->setRules(prefixed("new-"));

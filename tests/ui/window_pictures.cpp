@@ -191,6 +191,8 @@ int main(int argc, char** argv) {
         }
         waitForPreview(stuck.model);
         save(&stuck.window, "13-restore-offered");
+        // And a sync client brought back a file under an original name.
+        write(folder + "/files/Team photo.jpg", "synced");
         stuck.model.setShowRestoreConfirmation(true);
         for (QWidget* top : QApplication::topLevelWidgets()) {
             if (auto* box = qobject_cast<QMessageBox*>(top); box && box->isVisible()) {
