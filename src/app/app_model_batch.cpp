@@ -81,6 +81,23 @@ QString restoredNotice(const SetAsideBatch& batch) {
     return sentences.join(QLatin1Char(' '));
 }
 
+// The folders recovery may need access to. A folder that is gone (its volume
+// unplugged for good, or deleted) cannot be chosen in a dialog, and recovery
+// touches nothing in it: it finds no file there and says so, and restoring
+// what can be found sets those files aside. Asking for it would only stop the
+// user before either.
+QList<QUrl> existingFolders(const QList<QUrl>& folders) {
+    QList<QUrl> existing;
+    for (const QUrl& folder : folders) {
+        try {
+            FolderAuthorization::directoryIdentity(folder);
+            existing.append(folder);
+        } catch (const RenameFailure&) {
+        }
+    }
+    return existing;
+}
+
 } // namespace
 
 void AppModel::setBusy(bool busy, bool mutating) {
@@ -254,7 +271,7 @@ void AppModel::runRecoveryAction(bool recover) {
     QString reason =
         recover ? QStringLiteral("Recovering this interrupted batch requires its original folders.")
                 : QStringLiteral("Undoing the last batch requires its containing folders.");
-    if (!authorizeFolders(folders, reason))
+    if (!authorizeFolders(recover ? existingFolders(folders) : folders, reason))
         return;
 
     setBusy(true, true);
@@ -290,8 +307,9 @@ void AppModel::restoreFound() {
         setError(failure.message);
         return;
     }
-    if (!authorizeFolders(folders, QStringLiteral("Restoring the files of this interrupted batch "
-                                                  "requires their original folders.")))
+    if (!authorizeFolders(existingFolders(folders),
+                          QStringLiteral("Restoring the files of this interrupted batch "
+                                         "requires their original folders.")))
         return;
 
     setBusy(true, true);

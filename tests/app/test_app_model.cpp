@@ -102,6 +102,7 @@ private slots:
     void renameIsOfferedOnlyForACurrentCleanPreview();
     void renameUndoAndRecoveryAcrossARestart();
     void recoveryThatCannotFindFilesOffersToRestoreTheOthers();
+    void recoveryAsksNoAccessToAFolderThatIsGone();
     void addingAsksForUngrantedFoldersAndSummarises();
     void folderGrantsNeedTheExactUnchangedFolder();
     void recipesAreTrimmedCutAndKeptAcrossRuns();
@@ -349,6 +350,37 @@ void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
     model->setRules(prefixed("new-"));
     QVERIFY(settled(*model));
     QVERIFY(model->canRename());
+}
+
+// A volume unplugged for good: its folder cannot be chosen, so it is not asked
+// for, and the way out is reached.
+void AppModelTest::recoveryAsksNoAccessToAFolderThatIsGone() {
+    disk->file("Kept/a.txt");
+    disk->file("Gone/b.txt");
+    dialogs->openAnswers = {{disk->url("Kept")}, {disk->url("Gone")}};
+    model->add({disk->url("Kept/a.txt"), disk->url("Gone/b.txt")}, {});
+    QVERIFY(settled(*model));
+    model->setRules(prefixed("done-"));
+    QVERIFY(settled(*model));
+    model->rename();
+    QVERIFY(settled(*model));
+    QByteArray journal = disk->read("journal/undo.json");
+    disk->file("journal/active.json",
+               journal.replace(R"("completed":true)", R"("completed":false)"));
+    QVERIFY(QDir(disk->at("Gone")).removeRecursively());
+
+    model = start();
+    dialogs->openRequests.clear();
+    dialogs->openAnswers = {{disk->url("Kept")}};
+    model->runRecoveryAction(true);
+    QVERIFY(settled(*model));
+    QCOMPARE(dialogs->openRequests.size(), 1);
+    QVERIFY(model->error().value_or("").startsWith("Recovery cannot find the original b.txt."));
+    model->setError(std::nullopt);
+    model->restoreFound();
+    QVERIFY(settled(*model));
+    QVERIFY(!model->hasRecovery());
+    QCOMPARE(listing(disk->at("Kept")), QStringList{"a.txt"});
 }
 
 void AppModelTest::addingAsksForUngrantedFoldersAndSummarises() {
