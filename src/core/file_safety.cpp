@@ -103,9 +103,10 @@ std::optional<QString> renameRefusal(const OpenFolder& folder,
                               "append-only), so it cannot be renamed.");
     // In a sticky folder (a shared one, like /tmp) only the file's owner, the
     // folder's owner and a privileged process may rename a file.
+    if (!folder.sticky)
+        return std::nullopt;
     std::uint32_t user = PosixFileSystem::effectiveUser();
-    if (folder.sticky && file.owner != user && folder.owner != user &&
-        !PosixFileSystem::mayRenameOthersFiles())
+    if (file.owner != user && folder.owner != user && !PosixFileSystem::mayRenameOthersFiles())
         return QStringLiteral("This file belongs to another user in a shared folder, so only "
                               "its owner can rename it.");
     return std::nullopt;
