@@ -71,6 +71,20 @@ struct Session {
     MainWindow window;
 };
 
+// One completed batch over the files in `folder`/files, each given `prefix`.
+void renameAll(const QString& folder, const QString& prefix) {
+    Session first(folder);
+    first.dialogs.openAnswers.append({QUrl::fromLocalFile(folder + "/files")});
+    first.model.openFiles(true);
+    waitForPreview(first.model);
+    RenameRules rules;
+    rules.prefix = prefix;
+    first.model.setRules(rules);
+    waitForPreview(first.model);
+    first.model.rename();
+    waitUntil([&] { return !first.model.busy(); });
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -135,18 +149,7 @@ int main(int argc, char** argv) {
         QFile file(folder + "/files/a.txt");
         file.open(QIODevice::WriteOnly);
         file.close();
-        {
-            Session first(folder);
-            first.dialogs.openAnswers.append({QUrl::fromLocalFile(folder + "/files")});
-            first.model.openFiles(true);
-            waitForPreview(first.model);
-            RenameRules rules;
-            rules.prefix = "new-";
-            first.model.setRules(rules);
-            waitForPreview(first.model);
-            first.model.rename();
-            waitUntil([&] { return !first.model.busy(); });
-        }
+        renameAll(folder, "new-");
         QFile::copy(folder + "/journal/undo.json", folder + "/journal/active.json");
         Session interrupted(folder);
         save(&interrupted.window, "11-recovery-banner");
@@ -156,18 +159,7 @@ int main(int argc, char** argv) {
         QDir().mkpath(folder + "/files");
         for (const char* name : {"Budget 2026.xlsx", "Contract signed.pdf", "Team photo.jpg"})
             write(folder + "/files/" + name);
-        {
-            Session first(folder);
-            first.dialogs.openAnswers.append({QUrl::fromLocalFile(folder + "/files")});
-            first.model.openFiles(true);
-            waitForPreview(first.model);
-            RenameRules rules;
-            rules.prefix = "acme-";
-            first.model.setRules(rules);
-            waitForPreview(first.model);
-            first.model.rename();
-            waitUntil([&] { return !first.model.busy(); });
-        }
+        renameAll(folder, "acme-");
         // Interrupted after every file had its new name; then another
         // program replaced one of them.
         QFile undo(folder + "/journal/undo.json");
