@@ -211,7 +211,7 @@ bool AppModel::canRename() const {
 }
 
 bool AppModel::canRestoreFound() const {
-    return engine && !batchControlsDisabled() && hasRecovery_ && !missingFiles_.isEmpty();
+    return engine && !batchControlsDisabled() && hasRecovery_ && recoveryFailed_;
 }
 
 QStringList AppModel::missingFileNames() const {
@@ -282,8 +282,10 @@ void AppModel::refreshJournal() {
     assign(undoCount_, undoable, &AppModel::undoCountChanged);
     assign(completedReport_, receipt, &AppModel::completedReportChanged);
     // Missing files belong to the interrupted batch; with it gone, so is the offer.
-    if (!recovery)
+    if (!recovery) {
         assign(missingFiles_, QList<JournalEntry>(), &AppModel::missingFilesChanged);
+        assign(recoveryFailed_, false, &AppModel::recoveryFailedChanged);
+    }
     assign(setAsideCount_, engine ? engine->setAsideRecords().size() : qsizetype(0),
            &AppModel::setAsideCountChanged);
 }

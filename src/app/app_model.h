@@ -83,8 +83,11 @@ public:
     bool previewing() const { return previewing_; }
     bool hasRecovery() const { return hasRecovery_; }
     qsizetype undoCount() const { return undoCount_; }
+    // Whether the last recovery attempt failed and left the interrupted batch;
+    // restoreFound() is offered from then on.
+    bool recoveryFailed() const { return recoveryFailed_; }
     // The files of the interrupted batch that the last recovery attempt could
-    // not find; restoreFound() is offered while there are any.
+    // not find.
     const QList<JournalEntry>& missingFiles() const { return missingFiles_; }
     // How many batches restoreFound() set aside as records in the journal folder.
     qsizetype setAsideCount() const { return setAsideCount_; }
@@ -201,6 +204,7 @@ signals:
     void hasRecoveryChanged();
     void undoCountChanged();
     void missingFilesChanged();
+    void recoveryFailedChanged();
     void setAsideCountChanged();
     void showConfirmationChanged();
     void showRestoreConfirmationChanged();
@@ -272,6 +276,7 @@ private:
     bool hasRecovery_ = false;
     qsizetype undoCount_ = 0;
     QList<JournalEntry> missingFiles_;
+    bool recoveryFailed_ = false;
     qsizetype setAsideCount_ = 0;
     bool showConfirmation_ = false;
     bool showRestoreConfirmation_ = false;

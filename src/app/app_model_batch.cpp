@@ -20,10 +20,6 @@ QString counted(qsizetype count, const char* one, const char* many) {
 const QString recoveredNotice = QStringLiteral(
     "Recovery finished. Original names restored, or the completed batch was saved for undo.");
 
-// The sentence the engine's recovery stops with when a file is at none of its
-// recorded names: the one failure that restoring what is found gets past.
-const QString cannotFindOriginal = QStringLiteral("Recovery cannot find the original ");
-
 // Runs `work` and returns the sentence of its failure, if any.
 template <typename Work> std::optional<QString> failureOf(Work work) {
     try {
@@ -281,9 +277,11 @@ void AppModel::runRecoveryAction(bool recover) {
             RecoveryOutcome outcome;
             outcome.failure = failureOf([&] { recover ? engine->recover() : engine->undo(); });
             // Asked here, off the main thread: finding files may wait on
-            // a slow volume. When even that fails, nothing is offered; the
-            // recovery's own sentence already says what to do.
-            if (recover && outcome.failure && outcome.failure->startsWith(cannotFindOriginal))
+            // a slow volume. Whatever stopped recovery (a missing file, or
+            // an original name another program has taken), restoring what
+            // can be found is the way out, and the confirmation names the
+            // files it would leave.
+            if (recover && outcome.failure)
                 (void)failureOf([&] { outcome.missing = engine->missingFiles(); });
             return outcome;
         },
@@ -292,8 +290,11 @@ void AppModel::runRecoveryAction(bool recover) {
                                                      ? recoveredNotice
                                                      : QStringLiteral("The last batch was undone. "
                                                                       "Original names restored."));
-            if (recover && hasRecovery_)
+            if (recover && hasRecovery_) {
                 assign(missingFiles_, outcome.missing, &AppModel::missingFilesChanged);
+                assign(recoveryFailed_, outcome.failure.has_value(),
+                       &AppModel::recoveryFailedChanged);
+            }
         });
 }
 

@@ -170,16 +170,21 @@ int recover(const QStringList& arguments) {
                 engine.recover();
             } catch (const RenameFailure& failure) {
                 errors << failure.message << '\n';
-                // The way out for files that are gone for good, named where
-                // the person meets the problem.
+                // The way out, named where the person meets the problem:
+                // for files gone for good, and for original names another
+                // program has taken.
                 bool missing = false;
                 try {
                     missing = !engine.missingFiles().isEmpty();
                 } catch (const RenameFailure&) {
                 }
-                if (missing)
-                    errors << "To restore the files that can be found and keep a record of the "
-                              "missing ones, run tessary-cli recover --restore-found.\n";
+                if (engine.hasRecovery())
+                    errors << (missing ? "To restore the files that can be found and keep a "
+                                         "record of the missing ones, run tessary-cli recover "
+                                         "--restore-found.\n"
+                                       : "To restore every file, beside its original name where "
+                                         "another file has taken it, run tessary-cli recover "
+                                         "--restore-found.\n");
                 return 1;
             }
             out << "Recovery finished. Original names restored, or the completed batch was saved "

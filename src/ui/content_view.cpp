@@ -577,14 +577,19 @@ void ContentView::refresh() {
     banner->setVisible(model.hasRecovery());
     recoverButton->setEnabled(!disabled);
     const qsizetype missing = model.missingFiles().size();
-    missingRow->setVisible(missing > 0);
-    missingText->setText(
-        missing == 1
-            ? QStringLiteral("1 file of this batch cannot be found. Put it back and recover again, "
-                             "or restore the files that can be found.")
-            : QStringLiteral("%1 files of this batch cannot be found. Put them back and recover "
-                             "again, or restore the files that can be found.")
-                  .arg(missing));
+    missingRow->setVisible(model.recoveryFailed());
+    if (missing == 0)
+        missingText->setText(QStringLiteral(
+            "Recovery could not put every file back. Restore the files that can be found: a file "
+            "whose original name another file has taken comes back beside it."));
+    else
+        missingText->setText(
+            missing == 1
+                ? QStringLiteral("1 file of this batch cannot be found. Put it back and recover "
+                                 "again, or restore the files that can be found.")
+                : QStringLiteral("%1 files of this batch cannot be found. Put them back and "
+                                 "recover again, or restore the files that can be found.")
+                      .arg(missing));
     restoreButton->setEnabled(model.canRestoreFound());
     const qsizetype setAside = model.setAsideCount();
     setAsideLine->setVisible(setAside > 0);
@@ -723,15 +728,21 @@ void ContentView::askToRestoreFound() {
     auto* box = new QMessageBox(
         QMessageBox::Question, QStringLiteral("Restore the files that can be found?"),
         QStringLiteral("Restore the files that can be found?"), QMessageBox::NoButton, this);
-    box->setInformativeText(
-        (missing == 1
-             ? QStringLiteral("1 file of the interrupted batch cannot be found:")
-             : QStringLiteral("%1 files of the interrupted batch cannot be found:").arg(missing)) +
-        QStringLiteral("\n\n") + model.missingFileNames().join(QLatin1Char('\n')) +
-        QStringLiteral("\n\nEvery other file goes back to its original name. The missing files "
-                       "are left alone: the batch is set aside as a record in the journal "
-                       "folder, which lists each missing file's original, new and staging "
-                       "names. New batches can start again."));
+    if (missing == 0)
+        box->setInformativeText(QStringLiteral(
+            "Every file of the interrupted batch goes back to its original name, or beside it "
+            "when another file has taken that name. The batch's journal is kept as a record in "
+            "the journal folder. New batches can start again."));
+    else
+        box->setInformativeText(
+            (missing == 1 ? QStringLiteral("1 file of the interrupted batch cannot be found:")
+                          : QStringLiteral("%1 files of the interrupted batch cannot be found:")
+                                .arg(missing)) +
+            QStringLiteral("\n\n") + model.missingFileNames().join(QLatin1Char('\n')) +
+            QStringLiteral("\n\nEvery other file goes back to its original name. The missing "
+                           "files are left alone: the batch is set aside as a record in the "
+                           "journal folder, which lists each missing file's original, new and "
+                           "staging names. New batches can start again."));
     // Filenames are shown as they are, never read as markup.
     if (auto* informative = box->findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel")))
         informative->setTextFormat(Qt::PlainText);

@@ -103,6 +103,7 @@ private slots:
     void renameUndoAndRecoveryAcrossARestart();
     void recoveryThatCannotFindFilesOffersToRestoreTheOthers();
     void recoveryAsksNoAccessToAFolderThatIsGone();
+    void recoveryStoppedByATakenNameOffersTheWayOut();
     void addingAsksForUngrantedFoldersAndSummarises();
     void folderGrantsNeedTheExactUnchangedFolder();
     void recipesAreTrimmedCutAndKeptAcrossRuns();
@@ -381,6 +382,35 @@ void AppModelTest::recoveryAsksNoAccessToAFolderThatIsGone() {
     QVERIFY(settled(*model));
     QVERIFY(!model->hasRecovery());
     QCOMPARE(listing(disk->at("Kept")), QStringList{"a.txt"});
+}
+
+// Nothing is missing, but a sync client has put a file of its own under an
+// original name: recovery stops there every time, and the way out is offered.
+void AppModelTest::recoveryStoppedByATakenNameOffersTheWayOut() {
+    disk->file("Kept/a.txt", "mine");
+    QVERIFY(load(disk->at("Kept")));
+    model->setRules(prefixed("done-"));
+    QVERIFY(settled(*model));
+    model->rename();
+    QVERIFY(settled(*model));
+    QByteArray journal = disk->read("journal/undo.json");
+    disk->file("journal/active.json",
+               journal.replace(R"("completed":true)", R"("completed":false)"));
+    disk->file("Kept/a.txt", "synced");
+
+    model = start();
+    dialogs->openAnswers = {{disk->url("Kept")}};
+    model->runRecoveryAction(true);
+    QVERIFY(settled(*model));
+    QVERIFY(model->error().value_or("").contains("File exists"));
+    QVERIFY(model->missingFiles().isEmpty());
+    QVERIFY(model->canRestoreFound());
+    model->setError(std::nullopt);
+    model->restoreFound();
+    QVERIFY(settled(*model));
+    QVERIFY(!model->hasRecovery());
+    QCOMPARE(listing(disk->at("Kept")), (QStringList{"a (restored).txt", "a.txt"}));
+    QCOMPARE(disk->read("Kept/a (restored).txt"), QByteArray("mine"));
 }
 
 void AppModelTest::addingAsksForUngrantedFoldersAndSummarises() {
