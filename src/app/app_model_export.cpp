@@ -26,7 +26,7 @@ void AppModel::exportReport(bool completed) {
                                      : QStringLiteral("Tessary-draft-preview.html");
     request.message = QStringLiteral("This standalone HTML report includes filenames, without "
                                      "folder paths or file contents. Share it deliberately.");
-    request.nameFilters = {QStringLiteral("*.html")};
+    request.nameFilters = {QStringLiteral("HTML document (*.html)")};
     std::optional<QString> path = services.dialogs.save(request);
     if (!path)
         return;

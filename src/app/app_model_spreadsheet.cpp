@@ -62,8 +62,8 @@ void AppModel::openMappingFile() {
     request.chooseFiles = true;
     request.chooseFolders = false;
     request.multiple = false;
-    request.nameFilters = {QStringLiteral("*.csv"), QStringLiteral("*.tsv"),
-                           QStringLiteral("*.txt")};
+    request.nameFilters = {QStringLiteral("Spreadsheet text (*.csv *.tsv *.txt)"),
+                           QStringLiteral("All files (*)")};
     QList<QUrl> chosen = services.dialogs.open(request);
     if (!chosen.isEmpty())
         loadMapping(chosen.front());

@@ -20,7 +20,8 @@ public:
         bool multiple = false;
         bool canCreateFolders = false;
         QUrl initialFolder;
-        // File name patterns such as "*.csv"; empty allows every file.
+        // Filters as a person reads them, "HTML document (*.html)"; empty
+        // allows every file.
         QStringList nameFilters;
     };
 

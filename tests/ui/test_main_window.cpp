@@ -1,6 +1,7 @@
 #include "scripted_services.h"
 
 #include "app/app_model.h"
+#include "app/platform/qt_file_dialogs.h"
 #include "app/qsettings_store.h"
 #include "ui/main_window.h"
 
@@ -8,6 +9,8 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -75,6 +78,7 @@ private slots:
     void droppedFolderIsAddedUnlessASheetIsOpen();
     void compactWindowKeepsItsTopEdge();
     void recoveryThatCannotFindAFileOffersToRestoreTheOthers();
+    void folderChoosersSayWhyAndStartWhereThePersonIs();
 
 private:
     std::unique_ptr<QTemporaryDir> disk;
@@ -275,6 +279,52 @@ void MainWindowTest::recoveryThatCannotFindAFileOffersToRestoreTheOthers() {
     QVERIFY(record);
     emit record->linkActivated("journal");
     QCOMPARE(urls.opened.last(), QUrl::fromLocalFile(disk->path() + "/journal"));
+}
+
+// The real dialogs: the reason for an access request is on screen, the folder
+// asked for is already chosen, and an add panel starts in the home folder.
+void MainWindowTest::folderChoosersSayWhyAndStartWhereThePersonIs() {
+    QTemporaryDir disk;
+    const QString photos = disk.filePath("Photos");
+    QDir().mkpath(photos);
+    QtFileDialogs dialogs;
+    FileDialogs::OpenRequest access;
+    access.title = "Allow access to Photos";
+    access.prompt = "Allow this folder";
+    access.message = "Tessary needs this exact folder: " + photos + ".";
+    access.chooseFiles = false;
+    access.chooseFolders = true;
+    access.initialFolder = QUrl::fromLocalFile(photos);
+    QString title;
+    QString message;
+    QTimer::singleShot(0, [&] {
+        QWidget* frame = QApplication::activeModalWidget();
+        QVERIFY(frame);
+        title = frame->windowTitle();
+        message = frame->findChild<QLabel*>("dialogMessage")->text();
+        withText(frame, "Allow this folder")->click();
+    });
+    QCOMPARE(dialogs.open(access), QList<QUrl>{QUrl::fromLocalFile(photos)});
+    QCOMPARE(title, QStringLiteral("Allow access to Photos"));
+    QCOMPARE(message, access.message);
+
+    FileDialogs::OpenRequest add;
+    add.prompt = "Add folder";
+    add.chooseFiles = false;
+    add.chooseFolders = true;
+    add.multiple = true;
+    QString folder;
+    QTimer::singleShot(0, [&] {
+        QWidget* frame = QApplication::activeModalWidget();
+        QVERIFY(frame);
+        title = frame->windowTitle();
+        folder = frame->findChild<QFileDialog*>()->directory().absolutePath();
+        withText(frame, "Cancel")->click();
+    });
+    QVERIFY(dialogs.open(add).isEmpty());
+    QCOMPARE(title, QStringLiteral("Add folder"));
+    // After a choice, the next panel starts where the person last was.
+    QCOMPARE(folder, photos);
 }
 
 QTEST_MAIN(MainWindowTest)

@@ -10,6 +10,7 @@
 #include "scripted_services.h"
 
 #include "app/app_model.h"
+#include "app/platform/qt_file_dialogs.h"
 #include "app/qsettings_store.h"
 #include "ui/main_window.h"
 #include "ui/sheen.h"
@@ -17,6 +18,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
@@ -24,6 +26,7 @@
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <cstdio>
 
@@ -197,6 +200,27 @@ int main(int argc, char** argv) {
         }
         waitUntil([&] { return !stuck.model.busy() && !stuck.model.hasRecovery(); });
         save(&stuck.window, "15-set-aside");
+    }
+    {
+        // The real access panel, as the model asks for a folder.
+        QString photos = work.path() + "/Photos";
+        QDir().mkpath(photos);
+        QtFileDialogs dialogs;
+        FileDialogs::OpenRequest request;
+        request.title = "Allow access to Photos";
+        request.prompt = "Allow this folder";
+        request.message = "Adding these files requires their containing folder. Tessary needs "
+                          "this exact folder to check existing filenames and rename in place: " +
+                          photos + ". Only the selected files will be changed.";
+        request.chooseFiles = false;
+        request.chooseFolders = true;
+        request.initialFolder = QUrl::fromLocalFile(photos);
+        QTimer::singleShot(200, [] {
+            QWidget* frame = QApplication::activeModalWidget();
+            save(frame, "16-access-panel");
+            qobject_cast<QDialog*>(frame)->reject();
+        });
+        dialogs.open(request);
     }
     return 0;
 }

@@ -1,40 +1,110 @@
 #include "app/platform/qt_file_dialogs.h"
 
+#include <QAbstractItemView>
+#include <QDialog>
+#include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace {
+
+// Qt's file dialog has no line for a message, and the message is what a person
+// must read before choosing: why a folder is asked for, and which one. So the
+// chooser sits below the message in a dialog of our own.
+QFileDialog* chooserUnder(QDialog& frame, const QString& title, const QString& message) {
+    frame.setWindowTitle(title);
+    auto* layout = new QVBoxLayout(&frame);
+    if (!message.isEmpty()) {
+        auto* text = new QLabel(message, &frame);
+        text->setObjectName(QStringLiteral("dialogMessage"));
+        text->setWordWrap(true);
+        text->setTextFormat(Qt::PlainText);
+        text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        layout->addWidget(text);
+    }
+    auto* chooser = new QFileDialog(&frame);
+    chooser->setWindowFlags(Qt::Widget);
+    chooser->setOption(QFileDialog::DontUseNativeDialog, true);
+    layout->addWidget(chooser);
+    QObject::connect(chooser, &QFileDialog::accepted, &frame, &QDialog::accept);
+    QObject::connect(chooser, &QFileDialog::rejected, &frame, &QDialog::reject);
+    frame.resize(760, 520);
+    return chooser;
+}
+
+// Qt lets a folder chooser pick one folder; its views can select several, and
+// the chooser then returns all of them.
+void allowSeveralFolders(QFileDialog* chooser) {
+    for (auto* view : chooser->findChildren<QAbstractItemView*>()) {
+        if (view->objectName() == QLatin1String("listView") ||
+            view->objectName() == QLatin1String("treeView"))
+            view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    }
+}
+
+} // namespace
+
+QString QtFileDialogs::startFolder() const {
+    if (!lastFolder.isEmpty() && QFileInfo(lastFolder).isDir())
+        return lastFolder;
+    return QDir::homePath();
+}
+
+void QtFileDialogs::remember(const QString& path) {
+    QFileInfo chosen(path);
+    lastFolder = chosen.isDir() ? chosen.absoluteFilePath() : chosen.absolutePath();
+}
 
 QList<QUrl> QtFileDialogs::open(const OpenRequest& request) {
-    QFileDialog dialog(parent, request.title);
-    dialog.setAcceptMode(QFileDialog::AcceptOpen);
-    dialog.setLabelText(QFileDialog::Accept, request.prompt);
+    QDialog frame(parent);
+    QFileDialog* chooser = chooserUnder(
+        frame, request.title.isEmpty() ? request.prompt : request.title, request.message);
+    chooser->setAcceptMode(QFileDialog::AcceptOpen);
+    chooser->setLabelText(QFileDialog::Accept, request.prompt);
     if (request.chooseFolders) {
-        dialog.setFileMode(QFileDialog::Directory);
-        dialog.setOption(QFileDialog::ShowDirsOnly, true);
+        chooser->setFileMode(QFileDialog::Directory);
+        chooser->setOption(QFileDialog::ShowDirsOnly, true);
     } else {
-        dialog.setFileMode(request.multiple ? QFileDialog::ExistingFiles
-                                            : QFileDialog::ExistingFile);
+        chooser->setFileMode(request.multiple ? QFileDialog::ExistingFiles
+                                              : QFileDialog::ExistingFile);
     }
-    dialog.setOption(QFileDialog::ReadOnly, !request.canCreateFolders);
+    chooser->setOption(QFileDialog::ReadOnly, !request.canCreateFolders);
     if (!request.nameFilters.isEmpty())
-        dialog.setNameFilter(request.nameFilters.join(QLatin1Char(' ')));
-    if (request.initialFolder.isLocalFile())
-        dialog.setDirectory(request.initialFolder.toLocalFile());
-    // Qt's dialog has no message line of its own; the tooltip carries it and
-    // the title says what is asked.
-    dialog.setToolTip(request.message);
-    if (dialog.exec() != QDialog::Accepted)
+        chooser->setNameFilters(request.nameFilters);
+    if (request.initialFolder.isLocalFile() && request.chooseFolders && !request.multiple) {
+        // The folder asked for is shown already chosen, in the folder above
+        // it, so allowing it is one click on the button.
+        QFileInfo asked(request.initialFolder.toLocalFile());
+        chooser->setDirectory(asked.absolutePath());
+        chooser->selectFile(asked.fileName());
+    } else {
+        chooser->setDirectory(request.initialFolder.isLocalFile()
+                                  ? request.initialFolder.toLocalFile()
+                                  : startFolder());
+    }
+    if (request.chooseFolders && request.multiple)
+        allowSeveralFolders(chooser);
+    if (frame.exec() != QDialog::Accepted)
         return {};
-    return dialog.selectedUrls();
+    QList<QUrl> chosen = chooser->selectedUrls();
+    if (!chosen.isEmpty() && chosen.front().isLocalFile())
+        remember(chosen.front().toLocalFile());
+    return chosen;
 }
 
 std::optional<QString> QtFileDialogs::save(const SaveRequest& request) {
-    QFileDialog dialog(parent, request.title);
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setFileMode(QFileDialog::AnyFile);
-    dialog.selectFile(request.proposedName);
+    QDialog frame(parent);
+    QFileDialog* chooser = chooserUnder(frame, request.title, request.message);
+    chooser->setAcceptMode(QFileDialog::AcceptSave);
+    chooser->setFileMode(QFileDialog::AnyFile);
+    chooser->setDirectory(startFolder());
+    chooser->selectFile(request.proposedName);
     if (!request.nameFilters.isEmpty())
-        dialog.setNameFilter(request.nameFilters.join(QLatin1Char(' ')));
-    dialog.setToolTip(request.message);
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        chooser->setNameFilters(request.nameFilters);
+    if (frame.exec() != QDialog::Accepted || chooser->selectedFiles().isEmpty())
         return std::nullopt;
-    return dialog.selectedFiles().front();
+    remember(chooser->selectedFiles().front());
+    return chooser->selectedFiles().front();
 }
