@@ -28,6 +28,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QStackedWidget>
 #include <QTableView>
 #include <QToolButton>
@@ -427,6 +428,12 @@ QWidget* ContentView::makePreviewCard() {
     table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     table->horizontalHeader()->setHighlightSections(false);
     table->setFrameShape(QFrame::NoFrame);
+    // Tab leaves the table for the next control instead of walking every cell.
+    table->setTabKeyNavigation(false);
+    for (QKeySequence key : {QKeySequence(QKeySequence::Delete), QKeySequence(Qt::Key_Backspace)}) {
+        auto* remove = new QShortcut(key, table, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(remove, &QShortcut::activated, this, [this] { model.removeSelected(); });
+    }
     connect(table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         if (syncingSelection)
             return;

@@ -88,6 +88,17 @@ void SheenButton::paintEvent(QPaintEvent*) {
         painter.drawPath(shape);
         painter.setPen(Sheen::ink());
     }
+    // Drawn buttons get no focus frame from the style, and a person moving
+    // with Tab must see where they are.
+    if (hasFocus() && window()->testAttribute(Qt::WA_KeyboardFocusChange)) {
+        QPainterPath ring;
+        ring.addRoundedRect(area.adjusted(1.5, 1.5, -1.5, -1.5), 7, 7);
+        painter.save();
+        painter.setOpacity(1.0);
+        painter.setPen(QPen(isProminent ? QColor(Qt::white) : Sheen::violet(), 2));
+        painter.drawPath(ring);
+        painter.restore();
+    }
     painter.setFont(font());
     QRect content = rect().adjusted(12, 0, -12, 0);
     QString label = text();

@@ -79,6 +79,7 @@ private slots:
     void compactWindowKeepsItsTopEdge();
     void recoveryThatCannotFindAFileOffersToRestoreTheOthers();
     void folderChoosersSayWhyAndStartWhereThePersonIs();
+    void keyboardLeavesTheTableAndRemovesRows();
 
 private:
     std::unique_ptr<QTemporaryDir> disk;
@@ -325,6 +326,25 @@ void MainWindowTest::folderChoosersSayWhyAndStartWhereThePersonIs() {
     QCOMPARE(title, QStringLiteral("Add folder"));
     // After a choice, the next panel starts where the person last was.
     QCOMPARE(folder, photos);
+}
+
+void MainWindowTest::keyboardLeavesTheTableAndRemovesRows() {
+    addShootFolder();
+    auto* table = window->findChild<QTableView*>();
+    QTRY_COMPARE(table->model()->rowCount(), 2);
+    window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    table->setFocus();
+    table->selectRow(0);
+    QTest::keyClick(table, Qt::Key_Tab);
+    QVERIFY(!table->hasFocus());
+
+    table->setFocus();
+    QTest::keyClick(table, Qt::Key_Delete);
+    QTRY_COMPARE(table->model()->rowCount(), 1);
+    table->selectRow(0);
+    QTest::keyClick(table, Qt::Key_Backspace);
+    QTRY_COMPARE(table->model()->rowCount(), 0);
 }
 
 QTEST_MAIN(MainWindowTest)
