@@ -57,7 +57,7 @@ public:
 
 class NoUrls : public UrlOpener {
 public:
-    void open(const QUrl&) override {}
+    bool open(const QUrl&) override { return true; }
 };
 
 // The longest gap between ticks of a 1 ms timer, less the millisecond itself:

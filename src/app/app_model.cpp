@@ -296,6 +296,18 @@ void AppModel::startFresh() {
     assign(selectedRecipe_, std::optional<Recipe>(), &AppModel::selectedRecipeChanged);
 }
 
+void AppModel::showJournal() {
+    if (engine && !services.urls.open(QUrl::fromLocalFile(engine->directory())))
+        setNotice(QStringLiteral("No file manager could open the journal folder: ") +
+                  engine->directory() + QLatin1Char('.'));
+}
+
+void AppModel::openPage(const QUrl& page) {
+    if (!services.urls.open(page))
+        setNotice(QStringLiteral("No browser could open this page: ") +
+                  (page.isLocalFile() ? page.toLocalFile() : page.toString()) + QLatin1Char('.'));
+}
+
 void AppModel::presentTutorial() {
     if (canPresentTutorial())
         setShowTutorial(true);

@@ -180,6 +180,10 @@ public:
     // Reports and the tutorial.
     void exportReport(bool completed);
     void presentTutorial();
+    // Opens the journal folder in the file manager, or a help page in the
+    // browser; when no program can, the notice says so.
+    void showJournal();
+    void openPage(const QUrl& page);
 
 signals:
     void filesChanged();

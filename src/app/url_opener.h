@@ -6,5 +6,6 @@
 class UrlOpener {
 public:
     virtual ~UrlOpener() = default;
-    virtual void open(const QUrl& url) = 0;
+    // False when no program could open it (no file manager or browser set up).
+    virtual bool open(const QUrl& url) = 0;
 };

@@ -245,10 +245,7 @@ QWidget* ContentView::makeSidebar() {
     setAsideLine->setToolTip(QStringLiteral(
         "Each record lists the files a recovery could not find, with the names they had. Delete "
         "a record when you no longer need it."));
-    connect(setAsideLine, &QLabel::linkActivated, this, [this] {
-        if (model.hasEngine())
-            urls.open(QUrl::fromLocalFile(model.journalFolder()));
-    });
+    connect(setAsideLine, &QLabel::linkActivated, this, [this] { model.showJournal(); });
     layout->addWidget(setAsideLine);
     auto* privacy = new QHBoxLayout;
     auto* shield = new QLabel;
@@ -324,10 +321,7 @@ QWidget* ContentView::makeBanner() {
     texts->addWidget(advice);
     layout->addLayout(texts, 1);
     auto* journal = new SheenButton(QStringLiteral("Show journal"));
-    connect(journal, &QPushButton::clicked, this, [this] {
-        if (model.hasEngine())
-            urls.open(QUrl::fromLocalFile(model.journalFolder()));
-    });
+    connect(journal, &QPushButton::clicked, this, [this] { model.showJournal(); });
     layout->addWidget(journal);
     recoverButton = new SheenButton(QStringLiteral("Recover original names"), true);
     connect(recoverButton, &QPushButton::clicked, this, [this] { model.runRecoveryAction(true); });

@@ -92,10 +92,12 @@ void MainWindow::buildMenus() {
         {QStringLiteral("Tessary User Guide"), HelpPages::Page::guide},
         {QStringLiteral("Tessary Website"), HelpPages::Page::website},
         {QStringLiteral("Release Notes"), HelpPages::Page::releaseNotes},
-        {QStringLiteral("Privacy & Support"), HelpPages::Page::privacy}};
+        // "&&" is a literal ampersand in a menu title, not a mnemonic.
+        {QStringLiteral("Privacy && Support"), HelpPages::Page::privacy}};
     for (const auto& [title, page] : pages) {
         HelpPages::Page chosen = page;
-        command(help, title, {}, always, [this, chosen] { urls.open(HelpPages::url(chosen)); });
+        command(help, title, {}, always,
+                [this, chosen] { model.openPage(HelpPages::url(chosen)); });
     }
 }
 

@@ -563,7 +563,7 @@ QWidget* TutorialView::makeFinish() {
     guide->setStyleSheet(QStringLiteral("#guideLink { border: none; padding: 0; color: %1; "
                                         "font-weight: 600; }")
                              .arg(css(Sheen::violet())));
-    connect(guide, &QPushButton::clicked, this, [this] { urls.open(userGuide()); });
+    connect(guide, &QPushButton::clicked, this, [this] { model.openPage(userGuide()); });
     replay->addWidget(guide);
     replay->addStretch(1);
     layout->addLayout(replay);

@@ -40,5 +40,10 @@ public:
 class RecordingUrlOpener : public UrlOpener {
 public:
     QList<QUrl> opened;
-    void open(const QUrl& url) override { opened.append(url); }
+    // As on a desktop with no file manager or browser set up.
+    bool nothingOpens = false;
+    bool open(const QUrl& url) override {
+        opened.append(url);
+        return !nothingOpens;
+    }
 };

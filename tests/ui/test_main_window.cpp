@@ -80,6 +80,7 @@ private slots:
     void recoveryThatCannotFindAFileOffersToRestoreTheOthers();
     void folderChoosersSayWhyAndStartWhereThePersonIs();
     void keyboardLeavesTheTableAndRemovesRows();
+    void pagesAndTheJournalSayWhenNothingOpensThem();
 
 private:
     std::unique_ptr<QTemporaryDir> disk;
@@ -345,6 +346,19 @@ void MainWindowTest::keyboardLeavesTheTableAndRemovesRows() {
     table->selectRow(0);
     QTest::keyClick(table, Qt::Key_Backspace);
     QTRY_COMPARE(table->model()->rowCount(), 0);
+}
+
+void MainWindowTest::pagesAndTheJournalSayWhenNothingOpensThem() {
+    urls.nothingOpens = true;
+    // The ampersand is part of the title, not a keyboard mnemonic.
+    QAction* privacy = command(*window, "Privacy && Support");
+    QVERIFY(privacy);
+    privacy->trigger();
+    QTRY_VERIFY(withText<QLabel>(window.get(), "No browser could open this page: " +
+                                                   urls.opened.last().toLocalFile() + "."));
+    model->showJournal();
+    QTRY_VERIFY(withText<QLabel>(window.get(), "No file manager could open the journal folder: " +
+                                                   urls.opened.last().toLocalFile() + "."));
 }
 
 QTEST_MAIN(MainWindowTest)

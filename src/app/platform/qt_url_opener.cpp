@@ -2,6 +2,6 @@
 
 #include <QDesktopServices>
 
-void QtUrlOpener::open(const QUrl& url) {
-    QDesktopServices::openUrl(url);
+bool QtUrlOpener::open(const QUrl& url) {
+    return QDesktopServices::openUrl(url);
 }

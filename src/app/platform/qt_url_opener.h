@@ -6,5 +6,5 @@
 // desktop's own handlers.
 class QtUrlOpener : public UrlOpener {
 public:
-    void open(const QUrl& url) override;
+    bool open(const QUrl& url) override;
 };
