@@ -4,6 +4,7 @@
 
 #include "core/batch_limit.h"
 #include "core/file_import.h"
+#include "core/filename.h"
 #include "core/new_files.h"
 #include "core/rename_failure.h"
 #include "core/uuid_text.h"
@@ -132,6 +133,24 @@ void AppModel::setRules(const RenameRules& rules) {
 
 void AppModel::setSelection(const QSet<QString>& selection) {
     assign(selection_, selection, &AppModel::selectionChanged);
+}
+
+void AppModel::selectConflict(const QString& id) {
+    QString folder;
+    QString key;
+    for (const PreviewRow& row : rows_) {
+        if (row.id() == id) {
+            folder = row.intent.source.folderPath();
+            key = Filename::collisionKey(row.intent.filename);
+        }
+    }
+    QSet<QString> colliding{id};
+    for (const PreviewRow& row : rows_) {
+        if (row.intent.source.folderPath() == folder &&
+            Filename::collisionKey(row.intent.filename) == key)
+            colliding.insert(row.id());
+    }
+    setSelection(colliding);
 }
 
 void AppModel::setRecipeName(const QString& name) {

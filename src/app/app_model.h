@@ -111,6 +111,10 @@ public:
     void setShowConfirmation(bool show);
     void setShowRestoreConfirmation(bool show);
     void setShowSaveRecipe(bool show);
+    // Selects the preview row `id` and every row whose new name collides with
+    // its own (same folder, same name ignoring case and Unicode form), so the
+    // files of one conflict can be seen and removed together.
+    void selectConflict(const QString& id);
     void setShowTutorial(bool show);
     void setShowMappingEditor(bool show);
     void setError(const std::optional<QString>& error);

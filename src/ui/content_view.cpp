@@ -29,6 +29,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QShortcut>
+#include <QScreen>
 #include <QStackedWidget>
 #include <QTableView>
 #include <QToolButton>
@@ -312,8 +313,11 @@ QWidget* ContentView::makeBanner() {
         Symbols::icon(QStringLiteral("arrow.uturn.backward.circle.fill")).pixmap(22, 22));
     layout->addWidget(icon);
     auto* texts = new QVBoxLayout;
-    texts->addWidget(label(QStringLiteral("An interrupted batch needs recovery"), 14, Sheen::ink(),
-                           QFont::DemiBold));
+    QLabel* headline = label(QStringLiteral("An interrupted batch needs recovery"), 14,
+                             Sheen::ink(), QFont::DemiBold);
+    // At the window's smallest size the buttons leave the texts little room.
+    headline->setWordWrap(true);
+    texts->addWidget(headline);
     QLabel* advice = label(QStringLiteral("Keep .tessary files in place. Reconnect any external "
                                           "volumes before continuing."),
                            12, Sheen::secondary());
@@ -387,6 +391,7 @@ QWidget* ContentView::makePreviewCard() {
                 Sheen::secondary())}) {
         line->setAlignment(Qt::AlignCenter);
         emptyLayout->addWidget(line);
+        line->setWordWrap(true);
     }
     auto* emptyButtons = new QHBoxLayout;
     emptyButtons->addStretch(1);
@@ -419,7 +424,12 @@ QWidget* ContentView::makePreviewCard() {
     table->verticalHeader()->setDefaultSectionSize(44);
     table->setItemDelegateForColumn(PreviewTableModel::proposed, new PreviewRowDelegate(table));
     table->setIconSize(QSize(25, 29));
-    table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    // The person can widen either column to read a long name; the new name
+    // takes whatever is left, and the full names and problems are in each
+    // cell's tooltip.
+    table->horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
+    table->horizontalHeader()->setStretchLastSection(true);
+    table->horizontalHeader()->setDefaultSectionSize(200);
     table->horizontalHeader()->setHighlightSections(false);
     table->setFrameShape(QFrame::NoFrame);
     // Tab leaves the table for the next control instead of walking every cell.
@@ -470,12 +480,22 @@ QWidget* ContentView::makePreviewCard() {
     // Built from escaped names, so the markup is only ours.
     conflictList->setTextFormat(Qt::RichText);
     conflictList->setWordWrap(true);
-    conflictList->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    conflictList->setTextInteractionFlags(Qt::TextSelectableByMouse |
+                                          Qt::LinksAccessibleByMouse |
+                                          Qt::LinksAccessibleByKeyboard);
+    // A conflict's name selects the rows it collides with in the table.
+    connect(conflictList, &QLabel::linkActivated, this, [this](const QString& link) {
+        qsizetype row = link.toLongLong();
+        if (row >= 0 && row < model.rows().size())
+            model.selectConflict(model.rows()[row].id());
+    });
     auto* scroll = new QScrollArea;
     scroll->setWidget(conflictList);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setMaximumHeight(140);
+    // Room for two conflicts at the default size; the table gives way.
+    scroll->setMinimumHeight(120);
+    scroll->setMaximumHeight(220);
     details->addWidget(scroll);
     layout->addWidget(conflictDetails);
     return frame;
@@ -508,7 +528,14 @@ void ContentView::showSkipped() {
     text->setAccessibleName(QStringLiteral("Skipped items"));
     layout->addWidget(text);
     popover->resize(420, 220);
-    popover->move(detailsButton->mapToGlobal(QPoint(0, -popover->height())));
+    // Above the button, and kept inside the screen it is on.
+    QPoint place = detailsButton->mapToGlobal(QPoint(0, -popover->height()));
+    if (QScreen* screen = detailsButton->screen()) {
+        QRect room = screen->availableGeometry();
+        place.setX(std::clamp(place.x(), room.left(), room.right() - popover->width()));
+        place.setY(std::clamp(place.y(), room.top(), room.bottom() - popover->height()));
+    }
+    popover->move(place);
     popover->show();
 }
 
@@ -642,13 +669,17 @@ void ContentView::refresh() {
                                                    "files from this batch. Resolve every "
                                                    "conflict before starting a rename."));
         QStringList lines;
-        for (const PreviewRow& row : model.rows()) {
+        for (qsizetype index = 0; index < model.rows().size(); ++index) {
+            const PreviewRow& row = model.rows()[index];
             if (!row.problem)
                 continue;
-            lines.append(
-                QStringLiteral("<b>%1</b><br>Proposed: %2<br><span style='color:#b42b2b'>%3</span>")
-                    .arg(row.intent.source.name().toHtmlEscaped(),
-                         row.intent.filename.toHtmlEscaped(), row.problem->toHtmlEscaped()));
+            lines.append(QStringLiteral("<a href='%1' style='color:#1d1d1f; font-weight:600; "
+                                        "text-decoration:none'>%2</a><br>Proposed: %3<br><span "
+                                        "style='color:#b42b2b'>%4</span>")
+                             .arg(index)
+                             .arg(row.intent.source.name().toHtmlEscaped(),
+                                  row.intent.filename.toHtmlEscaped(),
+                                  row.problem->toHtmlEscaped()));
         }
         conflictList->setText(lines.join(QStringLiteral("<br><br>")));
     }

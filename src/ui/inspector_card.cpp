@@ -1,5 +1,6 @@
 #include "ui/inspector_card.h"
 
+#include <QApplication>
 #include <QScrollArea>
 
 InspectorCard::InspectorCard(QWidget* parent) : QFrame(parent) {
@@ -41,6 +42,12 @@ QVBoxLayout* InspectorCard::scrollingContent() {
     layout->setContentsMargins(0, 0, 10, 0);
     scroll->setWidget(inner);
     contentLayout->addWidget(scroll, 1);
+    // In a short window some fields sit below the fold; one reached with Tab
+    // is scrolled into view rather than edited out of sight.
+    connect(qApp, &QApplication::focusChanged, scroll, [scroll, inner](QWidget*, QWidget* now) {
+        if (now && inner->isAncestorOf(now))
+            scroll->ensureWidgetVisible(now, 0, 24);
+    });
 
     auto* card = static_cast<QVBoxLayout*>(this->layout());
     card->setStretchFactor(contentLayout, 1);

@@ -156,6 +156,8 @@ int main(int argc, char** argv) {
         QFile::copy(folder + "/journal/undo.json", folder + "/journal/active.json");
         Session interrupted(folder);
         save(&interrupted.window, "11-recovery-banner");
+        interrupted.window.resize(interrupted.window.minimumSize());
+        save(&interrupted.window, "18-minimum-size");
     }
     {
         QString folder = work.path() + "/missing";
