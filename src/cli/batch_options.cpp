@@ -1,5 +1,6 @@
 #include "batch_options.h"
 
+#include "command_line.h"
 #include "usage_error.h"
 
 #include "core/mapping_parser.h"
@@ -130,7 +131,7 @@ RenameRules rules(const QCommandLineParser& parser) {
     if (parser.isSet(QStringLiteral("recipe")))
         rules = recipeRules(parser.value(QStringLiteral("recipe")));
     if (parser.isSet(QStringLiteral("rules")))
-        rules = fileRules(parser.value(QStringLiteral("rules")));
+        rules = fileRules(CommandLine::localPath(parser.value(QStringLiteral("rules"))));
 
     auto text = [&](const char* option, QString& field) {
         if (parser.isSet(QLatin1String(option)))
@@ -181,9 +182,10 @@ MappingDocument mapping(const QCommandLineParser& parser) {
         format = *chosen;
     }
     QString source = parser.value(QStringLiteral("mapping"));
-    QString text = source == QLatin1String("-") ? standardInputText()
-                                                : MappingParser::readText(QUrl::fromLocalFile(
-                                                      QDir::current().absoluteFilePath(source)));
+    QString text =
+        source == QLatin1String("-")
+            ? standardInputText()
+            : MappingParser::readText(QUrl::fromLocalFile(CommandLine::localPath(source)));
     return MappingParser::parse(text.toUtf8(), format);
 }
 

@@ -1,5 +1,7 @@
 #include "batch_preview.h"
 
+#include "command_line.h"
+
 #include "core/batch_limit.h"
 #include "core/file_import.h"
 #include "core/folder_authorization.h"
@@ -29,7 +31,7 @@ qsizetype BatchPreview::conflictCount() const {
 BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool checkWindows) {
     QList<QUrl> items;
     for (const QString& path : paths)
-        items.append(QUrl::fromLocalFile(QDir::current().absoluteFilePath(path)));
+        items.append(QUrl::fromLocalFile(CommandLine::localPath(path)));
     // Fails the whole selection when an item is missing, as adding files in the
     // app does, rather than previewing a batch the user did not mean.
     FolderAuthorization::requiredFolders(items);

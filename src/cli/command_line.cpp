@@ -1,5 +1,8 @@
 #include "command_line.h"
 
+#include "core/file_argument.h"
+
+#include <QDir>
 #include <QRegularExpression>
 
 #include <unistd.h>
@@ -12,6 +15,14 @@ bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream
         throw UsageError(parser.errorText().endsWith(QLatin1Char('.'))
                              ? parser.errorText()
                              : parser.errorText() + QLatin1Char('.'));
+    // Checked here, with the other usage errors, before anything is read.
+    static const QStringList fileOptions = {QStringLiteral("rules"), QStringLiteral("mapping"),
+                                            QStringLiteral("journal"), QStringLiteral("output"),
+                                            QStringLiteral("o")};
+    for (const QString& name : parser.optionNames()) {
+        if (fileOptions.contains(name) && parser.value(name) != QLatin1String("-"))
+            localPath(parser.value(name));
+    }
     if (!parser.isSet(QStringLiteral("help")))
         return false;
     // Qt's own first line names the binary's path and no command; ours reads
@@ -25,6 +36,14 @@ bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream
         << help.exitStatus << "\nExamples:\n"
         << help.examples;
     return true;
+}
+
+QString localPath(const QString& argument) {
+    auto path = FileArgument::localPath(argument, QDir::currentPath());
+    if (!path)
+        throw UsageError(argument + QStringLiteral(" is not a file on this computer; name a path "
+                                                   "or a file:// URI."));
+    return *path;
 }
 
 bool confirmed(const QString& question, QTextStream& out) {

@@ -22,6 +22,11 @@ struct Help {
 bool parse(QCommandLineParser& parser, const QStringList& arguments, QTextStream& out,
            const Help& help);
 
+// The absolute local path a PATH or a file option names: a path, relative to
+// the working folder, or a file:// URI as file managers pass them. Throws
+// UsageError for any other URI.
+QString localPath(const QString& argument);
+
 // Asks `question` with " [y/N] " and reads the answer. Only a person at a
 // terminal can confirm; without one the answer is no, and a script must say
 // --yes instead.

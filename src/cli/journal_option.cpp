@@ -1,5 +1,7 @@
 #include "journal_option.h"
 
+#include "command_line.h"
+
 #include <QDir>
 #include <QStandardPaths>
 
@@ -14,7 +16,7 @@ void add(QCommandLineParser& parser) {
 
 QString folder(const QCommandLineParser& parser) {
     if (parser.isSet(QStringLiteral("journal")))
-        return QDir::current().absoluteFilePath(parser.value(QStringLiteral("journal")));
+        return CommandLine::localPath(parser.value(QStringLiteral("journal")));
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
            QStringLiteral("/Tessary");
 }

@@ -87,7 +87,7 @@ int run(const QStringList& arguments) {
     }
 
     try {
-        QString path = QDir::current().absoluteFilePath(parser.value(QStringLiteral("output")));
+        QString path = CommandLine::localPath(parser.value(QStringLiteral("output")));
         AtomicFile::write(path, report->html().toUtf8());
     } catch (const RenameFailure& failure) {
         errors << "The report could not be saved: " << failure.message << '\n';

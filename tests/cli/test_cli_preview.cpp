@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUrl>
 
 namespace {
 
@@ -85,18 +86,23 @@ void CliPreviewTest::reportsConflictsAsJsonAndExitsOne() {
     QVERIFY(json["diagnostics"].is_array());
 }
 
+// File managers pass file:// URIs, percent-encoded, where a shell passes paths.
 void CliPreviewTest::rulesFileIsTheBaseOfExplicitOptions() {
-    QFile rules(at("rules.json"));
+    QFile rules(at("my rules #1.json"));
     QVERIFY(rules.open(QIODevice::WriteOnly));
     rules.write(R"({"baseName":"Trip","find":"","replacement":"","prefix":"","suffix":"",
         "nameCase":"upper","separator":"underscore","sequence":true,"sequenceStart":7,
         "sequencePadding":2})");
     rules.close();
-    CliOutcome run = cli({"preview", "--json", "--rules", at("rules.json"), "--start", "1",
-                          "--windows", at("shoot/Notes.txt")});
+    const QString rulesUri =
+        QUrl::fromLocalFile(at("my rules #1.json")).toString(QUrl::FullyEncoded);
+    QVERIFY(rulesUri.endsWith("/my%20rules%20%231.json"));
+    CliOutcome run = cli({"preview", "--json", "--rules", rulesUri, "--start", "1", "--windows",
+                          QUrl::fromLocalFile(at("shoot/Notes.txt")).toString()});
     QCOMPARE(run.exitCode, 0);
     auto json = nlohmann::json::parse(run.out.toStdString());
     QCOMPARE(json["rows"][0]["proposed"].get<std::string>(), std::string("TRIP_01.txt"));
+    QCOMPARE(json["rows"][0]["path"].get<std::string>(), at("shoot/Notes.txt").toStdString());
 }
 
 void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
@@ -117,6 +123,12 @@ void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
                                 << "--digits takes a whole number.";
     QTest::newRow("no path") << QStringList{"preview"}
                              << "Name at least one file or folder to preview.";
+    QTest::newRow("remote path") << QStringList{"preview", "sftp://host/shoot"}
+                                 << "sftp://host/shoot is not a file on this computer; name a "
+                                    "path or a file:// URI.";
+    QTest::newRow("remote journal")
+        << QStringList{"status", "--journal", "smb://host/Tessary"}
+        << "smb://host/Tessary is not a file on this computer; name a path or a file:// URI.";
     QTest::newRow("unknown command")
         << QStringList{"rename-all"} << "There is no command “rename-all”.";
 }
