@@ -1,0 +1,210 @@
+// The real `tessary`, launched as a shell or a file manager launches it, while
+// a window is open: its items go to that window, which comes to the front,
+// and no second window opens. Runs once without a session bus (the local
+// socket) and, where dbus-run-session exists, once on a private session bus.
+
+#include "scripted_services.h"
+
+#include "app/app_model.h"
+#include "app/qsettings_store.h"
+#include "ui/launch_channel.h"
+#include "ui/main_window.h"
+#include "ui/window_launches.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+constexpr int patience = 10000;
+
+QStringList batchNames(const AppModel& model) {
+    QStringList names;
+    for (const FileRecord& file : model.files())
+        names.append(file.name());
+    return names;
+}
+
+// Waits with the event loop running: the window in this process must answer.
+bool ended(QProcess* process, int milliseconds = patience) {
+    return QTest::qWaitFor([&] { return process->state() == QProcess::NotRunning; }, milliseconds);
+}
+
+bool showsText(QWidget* root, const QString& text) {
+    for (QLabel* label : root->findChildren<QLabel*>()) {
+        if (label->isVisible() && label->text() == text)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+class LaunchesTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void laterLaunchesHandTheirItemsToTheOpenWindow();
+    void anUndoElsewhereIsSeenAtOnce();
+
+private:
+    QTemporaryDir disk;
+    bool onBus = false;
+    QString shoot;
+    ScriptedDialogs dialogs;
+    ScriptedClipboard clipboard;
+    RecordingUrlOpener urls;
+    std::unique_ptr<QSettingsStore> settings;
+    std::unique_ptr<AppModel> model;
+    std::unique_ptr<MainWindow> window;
+    std::unique_ptr<LaunchChannel> channel;
+    std::unique_ptr<WindowLaunches> launches;
+
+    QString at(const QString& name) const { return disk.filePath(name); }
+
+    // Runs `program` from the temporary folder, as a person at a shell would.
+    QProcess* run(const QString& program, const QStringList& arguments) {
+        auto* process = new QProcess(this);
+        process->setWorkingDirectory(disk.path());
+        process->start(program, arguments);
+        return process;
+    }
+};
+
+void LaunchesTest::initTestCase() {
+    QVERIFY(disk.isValid());
+    // Never the person's own session: a window of theirs must not receive
+    // the test's files, nor the test's launches reach their journal.
+    onBus = qEnvironmentVariableIsSet("TESSARY_TEST_BUS");
+    if (!onBus)
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qunsetenv("DISPLAY");
+    qunsetenv("WAYLAND_DISPLAY");
+    QDir().mkpath(at("runtime"));
+    QFile(at("runtime")).setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    qputenv("XDG_RUNTIME_DIR", at("runtime").toUtf8());
+    qputenv("XDG_DATA_HOME", at("data").toUtf8());
+    qputenv("XDG_CONFIG_HOME", at("config").toUtf8());
+    qputenv("TESSARY_DEMO_ROOT", at("demo").toUtf8());
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+void LaunchesTest::init() {
+    shoot = at("shoot");
+    QDir().mkpath(shoot);
+    QDir().mkpath(at("My Trip"));
+    QDir().mkpath(at("loose"));
+    for (const char* name :
+         {"shoot/IMG_2.jpg", "shoot/IMG_10.jpg", "My Trip/day #1.jpg", "loose/notes.txt"})
+        QVERIFY(QFile(at(name)).open(QIODevice::WriteOnly));
+    settings = std::make_unique<QSettingsStore>(at("settings.ini"));
+    settings->setFlag("hasSeenTutorial", true);
+    dialogs = ScriptedDialogs();
+    model = std::make_unique<AppModel>(PlatformServices{dialogs, clipboard, *settings, urls},
+                                       AppModel::Startup{at("journal"), {}, {}});
+    window = std::make_unique<MainWindow>(*model, *settings, urls);
+    channel = std::make_unique<LaunchChannel>("org.tessary.Tessary");
+    QVERIFY(channel->claim({}, disk.path()));
+    launches = std::make_unique<WindowLaunches>(*model, *window);
+    connect(channel.get(), &LaunchChannel::opened, launches.get(), &WindowLaunches::open);
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+}
+
+void LaunchesTest::cleanup() {
+    launches.reset();
+    channel.reset();
+    window.reset();
+    model.reset();
+    QDir(at("shoot")).removeRecursively();
+    QDir(at("My Trip")).removeRecursively();
+    QDir(at("loose")).removeRecursively();
+    QDir(at("journal")).removeRecursively();
+}
+
+void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
+    if (onBus)
+        QVERIFY(
+            QDBusConnection::sessionBus().interface()->isServiceRegistered("org.tessary.Tessary"));
+    // Another window of the desktop has the focus when the launch comes.
+    QWidget elsewhere;
+    elsewhere.show();
+    elsewhere.activateWindow();
+    QTRY_VERIFY(elsewhere.isActiveWindow());
+
+    // A relative path, a percent-encoded URI as Nemo and Nautilus pass them,
+    // and a folder.
+    const QString trip = QUrl::fromLocalFile(at("My Trip/day #1.jpg")).toString(QUrl::FullyEncoded);
+    QVERIFY(trip.endsWith("/My%20Trip/day%20%231.jpg"));
+    dialogs.openAnswers = {{QUrl::fromLocalFile(shoot)},
+                           {QUrl::fromLocalFile(at("My Trip"))},
+                           {QUrl::fromLocalFile(at("loose"))}};
+    QProcess* launch = run(TESSARY_APP, {"shoot/IMG_10.jpg", trip, at("loose")});
+    QVERIFY(ended(launch));
+    QCOMPARE(launch->exitCode(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(batchNames(*model),
+                              (QStringList{"day #1.jpg", "IMG_10.jpg", "notes.txt"}), patience);
+    // Through the same access step as a drop.
+    QCOMPARE(dialogs.openRequests.size(), 3);
+    QCOMPARE(dialogs.openRequests[0].title, "Allow access to shoot");
+    QVERIFY(dialogs.openRequests[0].message.startsWith("You selected 3 items. "));
+    QTRY_VERIFY(window->isActiveWindow());
+
+    // Items that are not on this computer are refused with a sentence.
+    launch = run(TESSARY_APP, {"sftp://host/a.jpg"});
+    QVERIFY(ended(launch));
+    QCOMPARE(launch->exitCode(), 0);
+    QTRY_COMPARE(model->error(), std::optional<QString>("Only files and folders on this computer "
+                                                        "can be added, so sftp://host/a.jpg was "
+                                                        "not added."));
+    model->setError(std::nullopt);
+
+    // While an editor is open the items wait, and are added when it closes.
+    model->setShowSaveRecipe(true);
+    launch = run(TESSARY_APP, {shoot + "/IMG_2.jpg"});
+    QVERIFY(ended(launch));
+    QCOMPARE(launch->exitCode(), 0);
+    QTest::qWait(200);
+    QCOMPARE(model->files().size(), qsizetype(3));
+    model->setShowSaveRecipe(false);
+    QTRY_COMPARE_WITH_TIMEOUT(model->files().size(), qsizetype(4), patience);
+
+    // A demonstration opens a window of its own instead.
+    launch = run(TESSARY_APP, {"--demo"});
+    QVERIFY(!ended(launch, 1500));
+    QCOMPARE(QDir(at("demo/Journal")).exists(), true);
+    launch->kill();
+    launch->waitForFinished();
+    QCOMPARE(model->files().size(), qsizetype(4));
+}
+
+// tessary-cli undoes the window's batch: the window stops offering the undo.
+void LaunchesTest::anUndoElsewhereIsSeenAtOnce() {
+    model->add({QUrl::fromLocalFile(shoot)}, {QUrl::fromLocalFile(shoot)});
+    RenameRules rules;
+    rules.prefix = "x-";
+    model->setRules(rules);
+    QTRY_VERIFY_WITH_TIMEOUT(model->canRename(), patience);
+    model->rename();
+    QTRY_VERIFY_WITH_TIMEOUT(showsText(window.get(), "2 names saved for undo"), patience);
+
+    QProcess* undo = run(TESSARY_CLI, {"undo", "--journal", at("journal")});
+    QVERIFY(ended(undo));
+    QCOMPARE(undo->exitCode(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(model->undoCount(), qsizetype(0), patience);
+    QVERIFY(!showsText(window.get(), "2 names saved for undo"));
+    QCOMPARE(QDir(shoot).entryList(QDir::Files), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
+}
+
+QTEST_MAIN(LaunchesTest)
+#include "test_launches.moc"
