@@ -57,12 +57,21 @@ void WindowLaunches::open(const QStringList& arguments, const QString& workingFo
 }
 
 void WindowLaunches::deliver() {
-    if (waiting.isEmpty() || model.batchControlsDisabled())
+    if (delivering || waiting.isEmpty() || model.batchControlsDisabled())
         return;
     QMimeData items;
     items.setUrls(waiting);
-    if (model.receiveDrop(items))
-        waiting.clear();
+    if (!model.receiveDrop(items))
+        return;
+    waiting.clear();
+    delivering = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            delivering = false;
+            deliver();
+        },
+        Qt::QueuedConnection);
 }
 
 void WindowLaunches::refreshJournal() {

@@ -37,6 +37,10 @@ private:
     AppModel& model;
     QWidget& window;
     QList<QUrl> waiting;
+    // From handing items to the model until its add has begun: the model
+    // takes a drop on its next turn, and a second drop before then would
+    // find it busy and be lost.
+    bool delivering = false;
     QFileSystemWatcher journalWatcher;
     // A batch changes the folder many times; one read after it settles.
     QTimer journalSettle;

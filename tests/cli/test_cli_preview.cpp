@@ -126,6 +126,9 @@ void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
     QTest::newRow("remote path") << QStringList{"preview", "sftp://host/shoot"}
                                  << "sftp://host/shoot is not a file on this computer; name a "
                                     "path or a file:// URI.";
+    QTest::newRow("another computer's file")
+        << QStringList{"preview", "file://otherhost/shoot"}
+        << "file://otherhost/shoot is not a file on this computer; name a path or a file:// URI.";
     QTest::newRow("remote journal")
         << QStringList{"status", "--journal", "smb://host/Tessary"}
         << "smb://host/Tessary is not a file on this computer; name a path or a file:// URI.";

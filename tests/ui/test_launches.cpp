@@ -179,13 +179,23 @@ void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
     model->setShowSaveRecipe(false);
     QTRY_COMPARE_WITH_TIMEOUT(model->files().size(), qsizetype(4), patience);
 
+    // Two launches at the same moment: neither opens a window, and neither's
+    // items are lost.
+    for (const char* name : {"My Trip/day #2.jpg", "My Trip/day #3.jpg"})
+        QVERIFY(QFile(at(name)).open(QIODevice::WriteOnly));
+    QProcess* first = run(TESSARY_APP, {"My Trip/day #2.jpg"});
+    QProcess* second = run(TESSARY_APP, {"My Trip/day #3.jpg"});
+    QVERIFY(ended(first) && ended(second));
+    QCOMPARE(first->exitCode() + second->exitCode(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(model->files().size(), qsizetype(6), patience);
+
     // A demonstration opens a window of its own instead.
     launch = run(TESSARY_APP, {"--demo"});
     QVERIFY(!ended(launch, 1500));
     QCOMPARE(QDir(at("demo/Journal")).exists(), true);
     launch->kill();
     launch->waitForFinished();
-    QCOMPARE(model->files().size(), qsizetype(4));
+    QCOMPARE(model->files().size(), qsizetype(6));
 }
 
 // tessary-cli undoes the window's batch: the window stops offering the undo.
