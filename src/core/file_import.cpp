@@ -131,8 +131,12 @@ void sortByName(QList<Candidate>& candidates) {
 
 } // namespace
 
-ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing,
-                     qsizetype maximum) {
+ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing, qsizetype maximum,
+                     const RenameProgress::Observer& progress) {
+    auto report = [&](qsizetype done, qsizetype total) {
+        if (progress)
+            progress({RenameProgress::Phase::adding, done, total});
+    };
     const qsizetype limit = std::clamp<qsizetype>(maximum, 0, batchLimit);
     ImportResult result;
     result.files = existing;
@@ -146,7 +150,9 @@ ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing
     sortByName(candidates);
 
     FolderCache folders;
-    for (const Candidate& candidate : candidates) {
+    for (qsizetype examined = 0; examined < candidates.size(); ++examined) {
+        report(examined, candidates.size());
+        const Candidate& candidate = candidates[examined];
         try {
             if (FileSafety::isInsidePackage(candidate.path))
                 throw RenameFailure(QStringLiteral(
@@ -165,6 +171,8 @@ ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing
         }
     }
 
+    // Candidates left out at the limit are dealt with as well: they stay out.
+    report(candidates.size(), candidates.size());
     result.files = RenamePreview::sorted(result.files);
     return result;
 }

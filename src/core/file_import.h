@@ -2,6 +2,7 @@
 
 #include "core/file_record.h"
 #include "core/import_result.h"
+#include "core/rename_progress.h"
 
 #include <QList>
 #include <QUrl>
@@ -13,7 +14,8 @@ namespace FileImport {
 // are. Links, hidden items and bundles are refused, duplicates of files already
 // known are dropped silently, and no more than `maximum` (clamped to 0 to 5,000)
 // records end up in the batch. Never fails as a whole and never writes.
-ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing,
-                     qsizetype maximum);
+// `progress` hears of the items found in the selection as each is examined.
+ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing, qsizetype maximum,
+                     const RenameProgress::Observer& progress = {});
 
 } // namespace FileImport

@@ -113,6 +113,44 @@ private:
     UniqueFd fd;
 };
 
+// What an operation's observer hears: the files dealt with, as a share of the
+// moves the operation takes, each value once. Reporting touches no disk, so an
+// observer changes nothing about what a crash at any step leaves behind.
+class RenameEngine::Steps {
+public:
+    Steps(const RenameProgress::Observer& observer, RenameProgress::Phase phase)
+        : observer(observer), phase(phase) {}
+
+    // `moves` is 0 while the operation is still looking at its files.
+    void begin(qsizetype files, qsizetype moves) {
+        this->files = files;
+        this->moves = moves;
+        taken = 0;
+        report(0);
+    }
+    void moved() {
+        ++taken;
+        report(moves > 0 ? files * taken / moves : 0);
+    }
+    void end() { report(files); }
+
+private:
+    void report(qsizetype done) {
+        RenameProgress now{phase, done, files};
+        if (!observer || last == now)
+            return;
+        last = now;
+        observer(now);
+    }
+
+    const RenameProgress::Observer& observer;
+    const RenameProgress::Phase phase;
+    std::optional<RenameProgress> last;
+    qsizetype files = 0;
+    qsizetype moves = 0;
+    qsizetype taken = 0;
+};
+
 RenameEngine::RenameEngine(const QString& directory) : folder(FilePath::standardized(directory)) {
     if (int error = PosixFileSystem::makeFolders(folder.toUtf8(), 0700))
         platformFailure(error);
@@ -175,11 +213,13 @@ RenameJournal RenameEngine::read(const char* name) const {
     return RenameJournal::decoded(*bytes.value);
 }
 
-void RenameEngine::execute(const QList<RenameIntent>& intents, qsizetype limit) {
+void RenameEngine::execute(const QList<RenameIntent>& intents, qsizetype limit,
+                           const RenameProgress::Observer& progress) {
     Lock held = lock();
     if (intents.size() > std::clamp<qsizetype>(limit, 0, batchLimit))
         tooManyFiles();
-    perform(intents, JournalPurpose::rename);
+    Steps steps(progress, RenameProgress::Phase::renaming);
+    perform(intents, JournalPurpose::rename, steps);
 }
 
 RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalPurpose purpose,
@@ -271,16 +311,22 @@ void RenameEngine::probeExclusiveRename(const QList<JournalEntry>& entries, cons
     }
 }
 
-void RenameEngine::perform(const QList<RenameIntent>& intents, JournalPurpose purpose) {
+void RenameEngine::perform(const QList<RenameIntent>& intents, JournalPurpose purpose,
+                           Steps& steps) {
     FolderLocks locks;
     RenameJournal journal = prepare(intents, purpose, locks);
+    steps.begin(journal.entries.size(), 2 * journal.entries.size());
     try {
         // Phase 1 empties every name the batch will take from its own files, so
         // phase 2 can exchange and rotate names without meeting one of them.
-        for (const JournalEntry& entry : journal.entries)
+        for (const JournalEntry& entry : journal.entries) {
             move(entry.original, entry.staging, entry.identity, entry.parentIdentity);
-        for (const JournalEntry& entry : journal.entries)
+            steps.moved();
+        }
+        for (const JournalEntry& entry : journal.entries) {
             move(entry.staging, entry.final, entry.identity, entry.parentIdentity);
+            steps.moved();
+        }
         // Until this write lands, recovery reverses the batch; after it,
         // recovery finishes it.
         journal.completed = true;
@@ -453,9 +499,11 @@ void RenameEngine::removeDurably(const char* name) {
     syncJournalFolder();
 }
 
-void RenameEngine::undo() {
+void RenameEngine::undo(const RenameProgress::Observer& progress) {
     Lock held = lock();
     RenameJournal journal = read(undoJournal);
+    Steps steps(progress, RenameProgress::Phase::undoing);
+    steps.begin(journal.entries.size(), 0);
     QList<RenameIntent> intents;
     intents.reserve(journal.entries.size());
     // Every file is checked before anything moves: undo either starts with all
@@ -474,14 +522,17 @@ void RenameEngine::undo() {
         intents.append(
             {FileRecord{path, now.file, now.folder}, FilePath::lastComponent(entry.original)});
     }
-    perform(intents, JournalPurpose::undo);
+    perform(intents, JournalPurpose::undo, steps);
 }
 
-void RenameEngine::recover() {
+void RenameEngine::recover(const RenameProgress::Observer& progress) {
     Lock held = lock();
     RenameJournal journal = read(activeJournal);
+    Steps steps(progress, RenameProgress::Phase::recovering);
+    steps.begin(journal.entries.size(), 0);
     if (journal.completed) {
         finish(journal);
+        steps.end();
         return;
     }
     FolderLocks locks = lockFolders(journal);
@@ -496,21 +547,24 @@ void RenameEngine::recover() {
                                                "location, then retry. The journal remains in ") +
                                 folder + QLatin1Char('.'));
     }
-    restore(journal, found, nullptr);
+    restore(journal, found, nullptr, steps);
     removeDurably(activeJournal);
 }
 
-SetAsideBatch RenameEngine::restoreFound() {
+SetAsideBatch RenameEngine::restoreFound(const RenameProgress::Observer& progress) {
     Lock held = lock();
     RenameJournal journal = read(activeJournal);
+    Steps steps(progress, RenameProgress::Phase::restoring);
+    steps.begin(journal.entries.size(), 0);
     if (journal.completed) {
         finish(journal);
+        steps.end();
         return {};
     }
     FolderLocks locks = lockFolders(journal);
     const QList<std::optional<QString>> found = locateForRestoring(journal);
     SetAsideBatch result;
-    result.restored = restore(journal, found, &result.renamed);
+    result.restored = restore(journal, found, &result.renamed, steps);
     for (qsizetype index = 0; index < found.size(); ++index) {
         if (!found[index])
             result.missing.append(journal.entries[index]);
@@ -600,12 +654,21 @@ QList<std::optional<QString>> RenameEngine::locateForRestoring(RenameJournal& jo
 // instead of staying hidden, and is listed there.
 qsizetype RenameEngine::restore(const RenameJournal& journal,
                                 const QList<std::optional<QString>>& found,
-                                QList<SetAsideBatch::Renamed>* aside) {
+                                QList<SetAsideBatch::Renamed>* aside, Steps& steps) {
+    qsizetype moves = 0;
+    for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+        const JournalEntry& entry = journal.entries[index];
+        if (found[index] && *found[index] != entry.original)
+            moves += *found[index] == entry.staging ? 1 : 2;
+    }
+    steps.begin(journal.entries.size(), moves);
     qsizetype restored = 0;
     for (qsizetype index = 0; index < journal.entries.size(); ++index) {
         const JournalEntry& entry = journal.entries[index];
-        if (found[index] && *found[index] != entry.staging && *found[index] != entry.original)
+        if (found[index] && *found[index] != entry.staging && *found[index] != entry.original) {
             move(*found[index], entry.staging, entry.identity, entry.parentIdentity);
+            steps.moved();
+        }
     }
     for (qsizetype index = 0; index < journal.entries.size(); ++index) {
         const JournalEntry& entry = journal.entries[index];
@@ -617,11 +680,13 @@ qsizetype RenameEngine::restore(const RenameJournal& journal,
         const QString original = FilePath::lastComponent(entry.original);
         QString name = move(entry.staging, entry.original, entry.identity, entry.parentIdentity,
                             aside ? besideNames(original) : QStringList());
+        steps.moved();
         if (name != original) {
             aside->append({entry, name});
             --restored;
         }
     }
+    steps.end();
     return restored;
 }
 

@@ -4,6 +4,7 @@
 #include "core/journal_purpose.h"
 #include "core/rename_intent.h"
 #include "core/rename_journal.h"
+#include "core/rename_progress.h"
 #include "core/rename_report.h"
 #include "core/set_aside_batch.h"
 #include "core/unique_fd.h"
@@ -26,7 +27,9 @@
 // batch not yet finished), "undo.json" (the last completed batch) and ".lock".
 // Operations are synchronous and may block on the disk; `execute`, `undo` and
 // `recover` take an exclusive lock that fails at once when another thread or
-// process holds it. The read-only views take no lock.
+// process holds it. The read-only views take no lock. Those three and
+// `restoreFound` tell an optional observer how far they have got, between
+// their steps.
 class RenameEngine {
 public:
     // Creates the journal folder (0700) when missing and checks that it opens
@@ -38,17 +41,18 @@ public:
     // Renames every intent whose name changes; `limit` is clamped to 0 to 5,000.
     // The whole batch is judged again first: any problem on any row refuses it
     // before anything is written. Throws RenameFailure.
-    void execute(const QList<RenameIntent>& intents, qsizetype limit);
+    void execute(const QList<RenameIntent>& intents, qsizetype limit,
+                 const RenameProgress::Observer& progress = {});
 
     // True while an interrupted batch waits for `recover`.
     bool hasRecovery() const;
 
     // Reverses the last completed batch, as a journaled batch of its own.
-    void undo();
+    void undo(const RenameProgress::Observer& progress = {});
 
     // Finishes a batch that was interrupted after all its files had their new
     // names, or otherwise puts every file of it back under its original name.
-    void recover();
+    void recover(const RenameProgress::Observer& progress = {});
 
     // The way out when recovery cannot find some files, because another
     // program replaced them or their volume is gone for good. Every file that
@@ -58,7 +62,7 @@ public:
     // journal folder rather than deleted. A file whose original name another
     // program took meanwhile comes back beside it, as "name (restored).ext". Throws RenameFailure;
     // the active journal stays after any failure.
-    SetAsideBatch restoreFound();
+    SetAsideBatch restoreFound(const RenameProgress::Observer& progress = {});
 
     // The entries of the active journal whose file `restoreFound` would not
     // find right now. Takes no lock and moves nothing; throws the reader's
@@ -81,12 +85,13 @@ public:
 
 private:
     class Lock;
+    class Steps;
 
     Lock lock() const;
     RenameJournal read(const char* name) const;
     RenameJournal prepare(const QList<RenameIntent>& intents, JournalPurpose purpose,
                           FolderLocks& locks);
-    void perform(const QList<RenameIntent>& intents, JournalPurpose purpose);
+    void perform(const QList<RenameIntent>& intents, JournalPurpose purpose, Steps& steps);
     // The checked move of one file inside its folder; when `to` is taken, the
     // last components in `alternatives` are tried in turn. Returns the last
     // component the file took.
@@ -102,7 +107,7 @@ private:
     QList<std::optional<QString>> locate(const RenameJournal& journal) const;
     QList<std::optional<QString>> locateForRestoring(RenameJournal& journal) const;
     qsizetype restore(const RenameJournal& journal, const QList<std::optional<QString>>& found,
-                      QList<SetAsideBatch::Renamed>* aside);
+                      QList<SetAsideBatch::Renamed>* aside, Steps& steps);
     void syncJournalFolder();
     void probeExclusiveRename(const QList<JournalEntry>& entries, const QUuid& batch);
     bool journalExists(const char* name) const;

@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <numeric>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -154,7 +155,20 @@ void FileImportTest::limit() {
     QFETCH(bool, reachedLimit);
     TemporaryFolder tree;
     build(tree, entries);
-    ImportResult result = FileImport::collect({tree.url("")}, elsewhere(existing), maximum);
+    QList<qsizetype> done;
+    QString last;
+    ImportResult result = FileImport::collect({tree.url("")}, elsewhere(existing), maximum,
+                                              [&](const RenameProgress& progress) {
+                                                  QCOMPARE(progress.total, entries.size());
+                                                  done.append(progress.done);
+                                                  last = progress.text();
+                                              });
+    // Every item found is counted, also those the limit leaves out.
+    QList<qsizetype> counted(entries.size() + 1);
+    std::iota(counted.begin(), counted.end(), 0);
+    QCOMPARE(done, counted);
+    QCOMPARE(last, entries.size() == 1 ? QStringLiteral("Adding 1 of 1 file…")
+                                       : QStringLiteral("Adding 2 of 2 files…"));
     QCOMPARE(added(tree, result), files);
     QCOMPARE(result.files.size(), existing + files.size());
     QCOMPARE(result.skipped.size(), skipped);

@@ -48,6 +48,7 @@ private slots:
     void undoRefusesWhenTheRenamedFileChanged();
     void recoveryCannotFindAMissingFileAndMovesNothing();
     void restoringWhatCanBeFoundSetsTheRestAside();
+    void operationsReportEachFileUpToTheTotal();
     void journalFoldersAreSortedAndDistinct();
     void engineRefusesAJournalFolderBehindALink();
 
@@ -357,6 +358,34 @@ void RenameEngineTest::restoringWhatCanBeFoundSetsTheRestAside() {
     QCOMPARE(disk->read("journal/" + engine->setAsideRecords().first()), active);
     engine->execute({intent("d/a.txt", "again.txt")}, 5000);
     QCOMPARE(engine->setAsideRecords().size(), 1);
+}
+
+void RenameEngineTest::operationsReportEachFileUpToTheTotal() {
+    disk->file("d/c.txt", "C");
+    const QList<RenameIntent> batch = {intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt"),
+                                       intent("d/c.txt", "z.txt")};
+    QStringList heard;
+    auto listen = [&](const RenameProgress& progress) { heard.append(progress.text()); };
+    auto counted = [](const char* verb) {
+        return QStringList{QStringLiteral("%1 0 of 3 files…").arg(verb),
+                           QStringLiteral("%1 1 of 3 files…").arg(verb),
+                           QStringLiteral("%1 2 of 3 files…").arg(verb),
+                           QStringLiteral("%1 3 of 3 files…").arg(verb)};
+    };
+    engine->execute(batch, 5000, listen);
+    QCOMPARE(heard, counted("Renaming"));
+    heard.clear();
+    engine->undo(listen);
+    QCOMPARE(heard, counted("Undoing"));
+    heard.clear();
+    interruptAfterRenaming(batch);
+    engine->recover(listen);
+    QCOMPARE(heard, counted("Recovering"));
+    heard.clear();
+    interruptAfterRenaming(batch);
+    engine->restoreFound(listen);
+    QCOMPARE(heard, counted("Restoring"));
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt", "c.txt"}));
 }
 
 void RenameEngineTest::journalFoldersAreSortedAndDistinct() {
