@@ -13,6 +13,7 @@
 #include "core/preview_row.h"
 #include "core/recipe.h"
 #include "core/rename_engine.h"
+#include "core/rename_progress.h"
 #include "core/rename_report.h"
 #include "core/rename_rules.h"
 
@@ -99,6 +100,9 @@ public:
     const QString& notice() const { return notice_; }
     const std::optional<QString>& error() const { return error_; }
     const QString& importDetails() const { return importDetails_; }
+    // How far the running import, rename, undo or recovery has got; empty
+    // when none runs. While it is set, the notice shows its text.
+    const std::optional<RenameProgress>& progress() const { return progress_; }
 
     // Fields the window writes directly. Mode, format, Windows check and rules
     // refresh the preview when they change.
@@ -222,6 +226,7 @@ signals:
     void noticeChanged();
     void errorChanged();
     void importDetailsChanged();
+    void progressChanged();
     // After any of the above.
     void changed();
     // A preview result was applied to `rows`.
@@ -246,6 +251,8 @@ private:
     void makeDemo();
     void startPreviewComputation(quint64 generation, PreviewInputs inputs);
     void setBusy(bool busy, bool mutating);
+    RenameProgress::Observer startProgress(RenameProgress::Phase phase);
+    void showProgress(const RenameProgress& progress);
     void finishFileOperation(const std::optional<QString>& failure, const QString& successNotice);
     void saveRecipes();
     bool canChangeSpreadsheet() const;
@@ -294,6 +301,7 @@ private:
     QString notice_;
     std::optional<QString> error_;
     QString importDetails_;
+    std::optional<RenameProgress> progress_;
 };
 
 // Every published field changes through here, so every change is signalled,

@@ -11,11 +11,20 @@
 #include "core/folder_authorization.h"
 #include "core/rename_failure.h"
 
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <chrono>
+
 namespace {
 
 QString counted(qsizetype count, const char* one, const char* many) {
     return QString::number(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
 }
+
+// About 30 reports a second: as often as a person can read a count change,
+// and few enough that the window stays responsive while 10,000 moves report.
+constexpr std::chrono::milliseconds progressInterval(33);
 
 const QString recoveredNotice = QStringLiteral(
     "Recovery finished. Original names restored, or the completed batch was saved for undo.");
@@ -99,6 +108,44 @@ QList<QUrl> existingFolders(const QList<QUrl>& folders) {
 void AppModel::setBusy(bool busy, bool mutating) {
     assign(busy_, busy, &AppModel::busyChanged);
     assign(mutatingFiles_, mutating, &AppModel::mutatingFilesChanged);
+    // The count of a finished operation must not stay in the notice; each
+    // operation sets its own notice after this.
+    if (!busy && progress_) {
+        assign(progress_, std::optional<RenameProgress>(), &AppModel::progressChanged);
+        setNotice(QString());
+    }
+}
+
+// The returned observer runs on the background task's thread, where it may
+// not touch the model: it queues each report to the main thread, dropping
+// those that follow the last queued one too closely. The final count always
+// passes, so the last thing shown is the whole batch.
+RenameProgress::Observer AppModel::startProgress(RenameProgress::Phase phase) {
+    showProgress({phase, 0, 0});
+    QPointer<AppModel> model(this);
+    std::chrono::steady_clock::time_point queued;
+    return [model, queued](const RenameProgress& progress) mutable {
+        auto now = std::chrono::steady_clock::now();
+        if (progress.done < progress.total && now - queued < progressInterval)
+            return;
+        queued = now;
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [model, progress] {
+                if (model)
+                    model->showProgress(progress);
+            },
+            Qt::QueuedConnection);
+    };
+}
+
+void AppModel::showProgress(const RenameProgress& progress) {
+    // Reports are queued before the task's result, so none arrives after its
+    // operation ended; this guards the model against one that would.
+    if (!busy_)
+        return;
+    assign(progress_, std::optional<RenameProgress>(progress), &AppModel::progressChanged);
+    setNotice(progress.text());
 }
 
 void AppModel::openFiles(bool folders) {
@@ -142,10 +189,11 @@ void AppModel::add(const QList<QUrl>& items, const QList<QUrl>& selectedFolders)
         return;
 
     setBusy(true, false);
-    setNotice(QStringLiteral("Adding files…"));
     runInBackground(
         this,
-        [items, existing = files_] { return FileImport::collect(items, existing, batchLimit); },
+        [items, existing = files_, progress = startProgress(RenameProgress::Phase::adding)] {
+            return FileImport::collect(items, existing, batchLimit, progress);
+        },
         [this](const ImportResult& result) {
             assign(files_, result.files, &AppModel::filesChanged);
             refreshPreview();
@@ -241,8 +289,8 @@ void AppModel::rename() {
     const qsizetype changes = changedCount();
     runInBackground(
         this,
-        [engine = engine, intents] {
-            return failureOf([&] { engine->execute(intents, batchLimit); });
+        [engine = engine, intents, progress = startProgress(RenameProgress::Phase::renaming)] {
+            return failureOf([&] { engine->execute(intents, batchLimit, progress); });
         },
         [this, changes](const std::optional<QString>& failure) {
             finishFileOperation(failure,
@@ -273,9 +321,12 @@ void AppModel::runRecoveryAction(bool recover) {
     setBusy(true, true);
     runInBackground(
         this,
-        [engine = engine, recover] {
+        [engine = engine, recover,
+         progress = startProgress(recover ? RenameProgress::Phase::recovering
+                                          : RenameProgress::Phase::undoing)] {
             RecoveryOutcome outcome;
-            outcome.failure = failureOf([&] { recover ? engine->recover() : engine->undo(); });
+            outcome.failure =
+                failureOf([&] { recover ? engine->recover(progress) : engine->undo(progress); });
             // Asked here, off the main thread: finding files may wait on
             // a slow volume. Whatever stopped recovery (a missing file, or
             // an original name another program has taken), restoring what
@@ -316,9 +367,9 @@ void AppModel::restoreFound() {
     setBusy(true, true);
     runInBackground(
         this,
-        [engine = engine] {
+        [engine = engine, progress = startProgress(RenameProgress::Phase::restoring)] {
             RestoreOutcome outcome;
-            outcome.failure = failureOf([&] { outcome.batch = engine->restoreFound(); });
+            outcome.failure = failureOf([&] { outcome.batch = engine->restoreFound(progress); });
             return outcome;
         },
         [this](const RestoreOutcome& outcome) {

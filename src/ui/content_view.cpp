@@ -4,6 +4,7 @@
 #include "ui/logo_painter.h"
 #include "ui/preview_row_delegate.h"
 #include "ui/preview_table_model.h"
+#include "ui/progress_footer.h"
 #include "ui/rename_action.h"
 #include "ui/rules_inspector.h"
 #include "ui/save_recipe_sheet.h"
@@ -561,6 +562,7 @@ QWidget* ContentView::makeFooter() {
     status->addWidget(
         label(QStringLiteral("Contents and extensions stay intact."), 11, Sheen::secondary()));
     layout->addLayout(status);
+    layout->addWidget(new ProgressFooter(model));
     layout->addStretch(1);
     exportMenu = new QToolButton;
     exportMenu->setText(QStringLiteral("Export"));

@@ -7,11 +7,13 @@
 #include "core/mapping_parser.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QThreadPool>
 
@@ -101,6 +103,7 @@ private slots:
     void supersededPreviewIsNeverApplied();
     void renameIsOfferedOnlyForACurrentCleanPreview();
     void renameUndoAndRecoveryAcrossARestart();
+    void longOperationsShowProgressWithoutFloodingTheWindow();
     void recoveryThatCannotFindFilesOffersToRestoreTheOthers();
     void recoveryAsksNoAccessToAFolderThatIsGone();
     void recoveryStoppedByATakenNameOffersTheWayOut();
@@ -287,6 +290,70 @@ void AppModelTest::renameUndoAndRecoveryAcrossARestart() {
                               "batch was saved for undo.");
     QVERIFY(!model->hasRecovery());
     QCOMPARE(model->undoCount(), 3);
+}
+
+void AppModelTest::longOperationsShowProgressWithoutFloodingTheWindow() {
+    // On tmpfs where there is one: 20,000 folder flushes on a disk take minutes.
+    QTemporaryDir fast(QDir(u"/dev/shm"_s).exists() ? u"/dev/shm/tessary-XXXXXX"_s
+                                                    : QDir::tempPath() + u"/tessary-XXXXXX"_s);
+    const QString batch = fast.path() + u"/Shoot"_s;
+    QVERIFY(QDir().mkpath(batch));
+    for (int number = 1; number <= 5000; ++number) {
+        QFile file(batch + QStringLiteral("/IMG_%1.jpg").arg(number));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    QList<RenameProgress> reports;
+    QStringList notices;
+    QObject listener;
+    connect(model.get(), &AppModel::progressChanged, &listener, [&] {
+        if (model->progress())
+            reports.append(*model->progress());
+    });
+    connect(model.get(), &AppModel::noticeChanged, &listener,
+            [&] { notices.append(model->notice()); });
+
+    auto watch = [&](RenameProgress::Phase phase, const std::function<void()>& start,
+                     const QString& finalNotice) {
+        reports.clear();
+        notices.clear();
+        QElapsedTimer timer;
+        timer.start();
+        start();
+        QVERIFY(settled(*model));
+        QVERIFY(!model->error());
+        QVERIFY(!model->progress());
+        QVERIFY2(reports.size() >= 3, "the engine's counts did not reach the model");
+        QCOMPARE(reports.last(), (RenameProgress{phase, 5000, 5000}));
+        for (qsizetype index = 1; index < reports.size(); ++index) {
+            QCOMPARE(reports[index].phase, phase);
+            QVERIFY(reports[index].done >= reports[index - 1].done);
+        }
+        // The notice shows the count at once, in place of what it said before.
+        QCOMPARE(notices.first(), (RenameProgress{phase, 0, 0}.text()));
+        QCOMPARE(notices.last(), finalNotice);
+        // About 30 a second, beside the first and the last count.
+        QVERIFY2(
+            reports.size() <= timer.elapsed() / 33 + 3,
+            qPrintable(
+                QStringLiteral("%1 reports in %2 ms").arg(reports.size()).arg(timer.elapsed())));
+    };
+    watch(
+        RenameProgress::Phase::adding, [&] { QVERIFY(load(batch)); },
+        u"5000 files · naturally sorted by name"_s);
+    if (QTest::currentTestFailed())
+        return;
+    model->setRules(prefixed("done-"));
+    QVERIFY(settled(*model));
+    watch(
+        RenameProgress::Phase::renaming, [&] { model->rename(); },
+        u"5000 files renamed. You can undo this batch, even after reopening Tessary."_s);
+    if (QTest::currentTestFailed())
+        return;
+    QVERIFY(QFile::exists(batch + u"/done-IMG_5000.jpg"_s));
+    watch(
+        RenameProgress::Phase::undoing, [&] { model->runRecoveryAction(false); },
+        u"The last batch was undone. Original names restored."_s);
+    QCOMPARE(listing(batch).size(), 5000);
 }
 
 void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {

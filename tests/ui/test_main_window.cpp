@@ -16,6 +16,8 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QProgressBar>
+#include <QRegularExpression>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
@@ -74,6 +76,7 @@ private slots:
     void cleanup();
     void addRenameAndUndoAsAPersonWould();
     void quittingWaitsForARename();
+    void longRenameShowsItsCountAndABar();
     void spreadsheetIssueAndItsFix();
     void droppedFolderIsAddedUnlessASheetIsOpen();
     void compactWindowKeepsItsTopEdge();
@@ -146,15 +149,15 @@ void MainWindowTest::addRenameAndUndoAsAPersonWould() {
     QVERIFY(!withText(window.get(), "Rename 0 files")->isEnabled());
     withText(window.get(), "Review 2 conflicts")->click();
     QTRY_VERIFY(withText<QLabel>(window.get(), "Resolve conflicts before renaming"));
-
-    withText(window.get(), "Add a sequence")->click();
-    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Rename 2 files") &&
     // A conflict's name selects every file it collides with.
     for (QLabel* conflict : window->findChildren<QLabel*>()) {
         if (conflict->text().contains("Proposed:"))
             emit conflict->linkActivated("0");
     }
     QTRY_VERIFY(withText(window.get(), "Remove 2"));
+
+    withText(window.get(), "Add a sequence")->click();
+    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Rename 2 files") &&
                                  withText(window.get(), "Rename 2 files")->isEnabled(),
                              10000);
     QVERIFY(command(*window, "Rename Previewed Files…")->isEnabled());
@@ -188,6 +191,52 @@ void MainWindowTest::quittingWaitsForARename() {
     QVERIFY(window->isVisible());
     QTRY_VERIFY_WITH_TIMEOUT(!model->mutatingFiles(), 10000);
     QVERIFY(window->close());
+}
+
+void MainWindowTest::longRenameShowsItsCountAndABar() {
+    // On tmpfs where there is one: 10,000 folder flushes on a disk take a minute.
+    QTemporaryDir fast(QDir("/dev/shm").exists() ? "/dev/shm/tessary-XXXXXX"
+                                                 : disk->path() + "/fast-XXXXXX");
+    const QString many = fast.path() + "/many";
+    QVERIFY(QDir().mkpath(many));
+    for (int number = 1; number <= 5000; ++number) {
+        QFile file(many + QString("/IMG_%1.jpg").arg(number));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    dialogs.openAnswers.append({QUrl::fromLocalFile(many)});
+    command(*window, "Add Folder…")->trigger();
+    QTRY_VERIFY_WITH_TIMEOUT(
+        withText<QLabel>(window.get(), "5000 files · naturally sorted by name"), 30000);
+    withText(window.get(), "Add a sequence")->click();
+    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Rename 5000 files") &&
+                                 withText(window.get(), "Rename 5000 files")->isEnabled(),
+                             30000);
+
+    auto* bar = window->findChild<QProgressBar*>();
+    QVERIFY(bar && !bar->isVisible());
+    // Whenever the window gets to draw: the count in the footer, and whether
+    // the notice above says the same instead of what it said before.
+    QStringList counts;
+    QTimer look;
+    connect(&look, &QTimer::timeout, [&] {
+        if (!bar->isVisible())
+            return;
+        QString count = bar->parentWidget()->findChild<QLabel*>()->text();
+        int showing = 0;
+        for (QLabel* label : window->findChildren<QLabel*>())
+            showing += label->isVisible() && label->text() == count;
+        counts.append(count + (showing == 2 ? "" : " (not in the notice)"));
+    });
+    look.start(1);
+    answerNextMessageBox("Rename files");
+    withText(window.get(), "Rename 5000 files")->click();
+    QTRY_VERIFY_WITH_TIMEOUT(withText<QLabel>(window.get(),
+                                              "5000 files renamed. You can undo this batch, "
+                                              "even after reopening Tessary."),
+                             30000);
+    QVERIFY(!bar->isVisible());
+    QVERIFY2(!counts.filter(" of 5000 files…").isEmpty(), qPrintable(counts.join('\n')));
+    QCOMPARE(counts.filter(QRegularExpression("^Renaming (files|\\d+ of 5000 files)…$")), counts);
 }
 
 void MainWindowTest::spreadsheetIssueAndItsFix() {
