@@ -2,6 +2,7 @@
 
 #include "command_line.h"
 #include "journal_option.h"
+#include "terminal_progress.h"
 #include "usage_error.h"
 
 #include "core/file_record.h"
@@ -101,7 +102,11 @@ int restoreFound(RenameEngine& engine, bool confirmedAlready, QTextStream& out,
             }
         }
     }
-    SetAsideBatch result = engine.restoreFound();
+    SetAsideBatch result;
+    {
+        TerminalProgress progress(errors);
+        result = engine.restoreFound(progress.observer());
+    }
     if (result.record.isEmpty() && result.restored == 0) {
         // A batch that had already finished renaming was saved for undo.
         out << "Recovery finished. Original names restored, or the completed batch was saved "
@@ -136,8 +141,11 @@ int undo(const QStringList& arguments) {
          {},
          plainExitStatus,
          QStringLiteral("  tessary-cli undo\n")},
-        [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out, QTextStream&) {
-            engine.undo();
+        [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out, QTextStream& errors) {
+            {
+                TerminalProgress progress(errors);
+                engine.undo(progress.observer());
+            }
             out << "The last batch was undone. Original names restored.\n";
             return 0;
         });
@@ -167,7 +175,8 @@ int recover(const QStringList& arguments) {
             if (parser.isSet(QStringLiteral("restore-found")))
                 return restoreFound(engine, parser.isSet(QStringLiteral("yes")), out, errors);
             try {
-                engine.recover();
+                TerminalProgress progress(errors);
+                engine.recover(progress.observer());
             } catch (const RenameFailure& failure) {
                 errors << failure.message << '\n';
                 // The way out, named where the person meets the problem:

@@ -4,6 +4,7 @@
 #include "command_line.h"
 #include "journal_option.h"
 #include "preview_output.h"
+#include "terminal_progress.h"
 #include "usage_error.h"
 
 #include "core/batch_limit.h"
@@ -87,7 +88,8 @@ int run(const QStringList& arguments) {
         QList<RenameIntent> intents;
         for (const PreviewRow& row : preview.rows)
             intents.append(row.intent);
-        engine.execute(intents, batchLimit);
+        TerminalProgress progress(errors);
+        engine.execute(intents, batchLimit, progress.observer());
     } catch (const RenameFailure& failure) {
         errors << failure.message << '\n';
         return 1;

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -20,6 +21,7 @@ class CliRenameTest : public QObject {
 private slots:
     void init();
     void renameUndoAndStatusThroughTheJournal();
+    void progressIsDrawnOnlyAtATerminal();
     void refusesWithoutConfirmationOrWithConflicts();
     void secondOperationIsRefusedWhileOneRuns();
     void recoveryFinishesAnInterruptedBatch();
@@ -52,6 +54,8 @@ void CliRenameTest::renameUndoAndStatusThroughTheJournal() {
     QCOMPARE(run.out,
              QStringLiteral(
                  "2 files renamed. You can undo this batch, even after reopening Tessary.\n"));
+    // Piped, standard error carries no progress.
+    QCOMPARE(run.errors, QString());
     QCOMPARE(names(), (QStringList{"studio-north-001.jpg", "studio-north-002.jpg"}));
 
     run = cli(QStringList{"status", "--json"} + journal());
@@ -64,6 +68,7 @@ void CliRenameTest::renameUndoAndStatusThroughTheJournal() {
     run = cli(QStringList{"undo"} + journal());
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.out, QStringLiteral("The last batch was undone. Original names restored.\n"));
+    QCOMPARE(run.errors, QString());
     QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
 
     run = cli(QStringList{"undo"} + journal());
@@ -76,6 +81,25 @@ void CliRenameTest::renameUndoAndStatusThroughTheJournal() {
     QCOMPARE(
         run.out,
         QStringLiteral("1 file renamed. You can undo this batch, even after reopening Tessary.\n"));
+}
+
+void CliRenameTest::progressIsDrawnOnlyAtATerminal() {
+    if (QStandardPaths::findExecutable("script").isEmpty())
+        QSKIP("script(1), which gives a command a terminal, is not installed");
+    // Standard error alone on the terminal: what script passes on is only it.
+    QString command = QStringLiteral("'%1' rename --yes --prefix x- --journal '%2' '%3' >/dev/null")
+                          .arg(QStringLiteral(TESSARY_CLI), at("journal"), at("shoot"));
+    QProcess terminal;
+    terminal.setStandardInputFile(QProcess::nullDevice());
+    terminal.start("script", {"-qc", command, "/dev/null"});
+    QVERIFY(terminal.waitForFinished(60000));
+    QCOMPARE(names(), (QStringList{"x-IMG_10.jpg", "x-IMG_2.jpg"}));
+    // One line, drawn over with each count and ended once; the terminal
+    // turns the line feed into a carriage return and a line feed.
+    QString drawn = QString::fromUtf8(terminal.readAllStandardOutput());
+    QVERIFY2(drawn.startsWith("\rRenaming 0 of 2 files…") &&
+                 drawn.endsWith("\rRenaming 2 of 2 files…\r\n") && drawn.count('\n') == 1,
+             qPrintable(drawn));
 }
 
 void CliRenameTest::refusesWithoutConfirmationOrWithConflicts() {
