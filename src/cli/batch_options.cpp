@@ -189,7 +189,8 @@ MappingDocument mapping(const QCommandLineParser& parser) {
     return MappingParser::parse(text.toUtf8(), format);
 }
 
-BatchPreview preview(const QCommandLineParser& parser, const QString& verb) {
+BatchPreview preview(const QCommandLineParser& parser, const QString& verb,
+                     const RenameProgress::Observer& progress) {
     if (parser.isSet(QStringLiteral("format")) && !parser.isSet(QStringLiteral("mapping")))
         throw UsageError(QStringLiteral("--format goes with --mapping."));
     Naming naming =
@@ -197,7 +198,7 @@ BatchPreview preview(const QCommandLineParser& parser, const QString& verb) {
     if (parser.positionalArguments().isEmpty())
         throw UsageError(QStringLiteral("Name at least one file or folder to %1.").arg(verb));
     return previewBatch(parser.positionalArguments(), naming,
-                        parser.isSet(QStringLiteral("windows")));
+                        parser.isSet(QStringLiteral("windows")), progress);
 }
 
 } // namespace BatchOptions

@@ -19,7 +19,8 @@ MappingDocument mapping(const QCommandLineParser& parser);
 
 // The preview of the batch the words describe, as `previewBatch` makes it.
 // Throws UsageError (`verb` names the command in the sentence) or RenameFailure.
-BatchPreview preview(const QCommandLineParser& parser, const QString& verb);
+BatchPreview preview(const QCommandLineParser& parser, const QString& verb,
+                     const RenameProgress::Observer& progress = {});
 
 // The rules the options describe: a built-in recipe or a rules file as the
 // starting point, then every explicit option on top. Throws UsageError.

@@ -28,7 +28,8 @@ qsizetype BatchPreview::conflictCount() const {
                          [](const PreviewRow& row) { return row.problem.has_value(); });
 }
 
-BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool checkWindows) {
+BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool checkWindows,
+                          const RenameProgress::Observer& progress) {
     QList<QUrl> items;
     for (const QString& path : paths)
         items.append(QUrl::fromLocalFile(CommandLine::localPath(path)));
@@ -37,7 +38,7 @@ BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool c
     FolderAuthorization::requiredFolders(items);
 
     BatchPreview preview;
-    preview.import = FileImport::collect(items, {}, batchLimit);
+    preview.import = FileImport::collect(items, {}, batchLimit, progress);
     const QList<FileRecord>& files = preview.import.files;
     if (const auto* document = std::get_if<MappingDocument>(&naming)) {
         MappingPreview mapped = MappingPreview::compute(files, *document, checkWindows);

@@ -3,6 +3,7 @@
 #include "core/import_result.h"
 #include "core/mapping_document.h"
 #include "core/preview_row.h"
+#include "core/rename_progress.h"
 #include "core/rename_rules.h"
 
 #include <variant>
@@ -33,4 +34,6 @@ struct BatchPreview {
 
 // `paths` as typed (relative ones against the working folder). Throws
 // RenameFailure when a path cannot be examined, before anything is imported.
-BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool checkWindows);
+// `progress` hears how the import goes.
+BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool checkWindows,
+                          const RenameProgress::Observer& progress = {});

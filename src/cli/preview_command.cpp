@@ -3,6 +3,7 @@
 #include "batch_options.h"
 #include "command_line.h"
 #include "preview_output.h"
+#include "terminal_progress.h"
 
 #include "core/rename_failure.h"
 
@@ -36,8 +37,17 @@ int run(const QStringList& arguments) {
                      "  tessary-cli preview --case lower --separator hyphen --json scans\n"
                      "  tessary-cli preview --mapping names.csv ~/Projects/acme\n")}))
             return 0;
-        BatchPreview preview = BatchOptions::preview(parser, QStringLiteral("preview"));
-        if (parser.isSet(QStringLiteral("json")))
+        const bool json = parser.isSet(QStringLiteral("json"));
+        BatchPreview preview;
+        {
+            // A program that asked for JSON gets nothing else, not even on
+            // standard error.
+            TerminalProgress progress(errors);
+            preview =
+                BatchOptions::preview(parser, QStringLiteral("preview"),
+                                      json ? RenameProgress::Observer() : progress.observer());
+        }
+        if (json)
             PreviewOutput::printJson(preview, out);
         else
             PreviewOutput::printText(preview, out, errors);

@@ -53,7 +53,8 @@ int run(const QStringList& arguments) {
                      "  tessary-cli rename --prefix 2026- --yes invoices\n"
                      "  tessary-cli rename --mapping - --yes acme < names.tsv\n")}))
             return 0;
-        preview = BatchOptions::preview(parser, QStringLiteral("rename"));
+        TerminalProgress progress(errors);
+        preview = BatchOptions::preview(parser, QStringLiteral("rename"), progress.observer());
     } catch (const UsageError& error) {
         return CommandLine::usageFailure(error, QStringLiteral("rename"), errors);
     } catch (const RenameFailure& failure) {

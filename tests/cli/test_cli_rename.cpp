@@ -87,18 +87,27 @@ void CliRenameTest::progressIsDrawnOnlyAtATerminal() {
     if (QStandardPaths::findExecutable("script").isEmpty())
         QSKIP("script(1), which gives a command a terminal, is not installed");
     // Standard error alone on the terminal: what script passes on is only it.
-    QString command = QStringLiteral("'%1' rename --yes --prefix x- --journal '%2' '%3' >/dev/null")
-                          .arg(QStringLiteral(TESSARY_CLI), at("journal"), at("shoot"));
-    QProcess terminal;
-    terminal.setStandardInputFile(QProcess::nullDevice());
-    terminal.start("script", {"-qc", command, "/dev/null"});
-    QVERIFY(terminal.waitForFinished(60000));
+    auto atTerminal = [&](const QString& words) {
+        QProcess terminal;
+        terminal.setStandardInputFile(QProcess::nullDevice());
+        terminal.start("script", {"-qc",
+                                  QStringLiteral("'%1' %2 '%3' >/dev/null")
+                                      .arg(QStringLiteral(TESSARY_CLI), words, at("shoot")),
+                                  "/dev/null"});
+        terminal.waitForFinished(60000);
+        return QString::fromUtf8(terminal.readAllStandardOutput());
+    };
+    QCOMPARE(atTerminal("preview --json"), QString());
+    QString drawn = atTerminal("rename --yes --prefix x- --journal '" + at("journal") + "'");
     QCOMPARE(names(), (QStringList{"x-IMG_10.jpg", "x-IMG_2.jpg"}));
-    // One line, drawn over with each count and ended once; the terminal
-    // turns the line feed into a carriage return and a line feed.
-    QString drawn = QString::fromUtf8(terminal.readAllStandardOutput());
-    QVERIFY2(drawn.startsWith("\rRenaming 0 of 2 files…") &&
-                 drawn.endsWith("\rRenaming 2 of 2 files…\r\n") && drawn.count('\n') == 1,
+    // One line for each step, drawn over with each count and ended once; the
+    // terminal turns each line feed into a carriage return and a line feed.
+    QStringList lines = drawn.split("\r\n");
+    QCOMPARE(lines.size(), 3);
+    QVERIFY2(lines[0].startsWith("\rAdding 0 of 2 files…") &&
+                 lines[0].endsWith("\rAdding 2 of 2 files…") &&
+                 lines[1].startsWith("\rRenaming 0 of 2 files…") &&
+                 lines[1].endsWith("\rRenaming 2 of 2 files…") && lines[2].isEmpty(),
              qPrintable(drawn));
 }
 
