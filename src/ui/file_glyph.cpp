@@ -3,15 +3,25 @@
 #include "ui/sheen.h"
 #include "ui/symbols.h"
 
+#include <QHash>
 #include <QPainter>
 #include <QPixmap>
 
 namespace FileGlyph {
 
 QString symbolName(const QString& extensionName) {
-    static const QStringList photos = {"jpg", "jpeg", "png", "heic"};
-    return photos.contains(extensionName.toLower()) ? QStringLiteral("photo")
-                                                    : QStringLiteral("doc.text");
+    static const QHash<QString, QString> kinds = {
+        {"jpg", "photo"},       {"jpeg", "photo"},     {"png", "photo"},
+        {"heic", "photo"},      {"tiff", "photo"},     {"gif", "photo"},
+        {"webp", "photo"},      {"raw", "photo"},      {"mp4", "film"},
+        {"mov", "film"},        {"mkv", "film"},       {"avi", "film"},
+        {"webm", "film"},       {"mp3", "music.note"}, {"wav", "music.note"},
+        {"flac", "music.note"}, {"ogg", "music.note"}, {"m4a", "music.note"},
+        {"zip", "doc.zipper"},  {"tar", "doc.zipper"}, {"gz", "doc.zipper"},
+        {"7z", "doc.zipper"},   {"csv", "tablecells"}, {"tsv", "tablecells"},
+        {"xlsx", "tablecells"}, {"ods", "tablecells"},
+    };
+    return kinds.value(extensionName.toLower(), QStringLiteral("doc.text"));
 }
 
 QColor tint(const QString& extensionName) {
