@@ -111,14 +111,14 @@ public:
     void setCheckWindows(bool check);
     void setRules(const RenameRules& rules);
     void setSelection(const QSet<QString>& selection);
-    void setRecipeName(const QString& name);
-    void setShowConfirmation(bool show);
-    void setShowRestoreConfirmation(bool show);
-    void setShowSaveRecipe(bool show);
     // Selects the preview row `id` and every row whose new name collides with
     // its own (same folder, same name ignoring case and Unicode form), so the
     // files of one conflict can be seen and removed together.
     void selectConflict(const QString& id);
+    void setRecipeName(const QString& name);
+    void setShowConfirmation(bool show);
+    void setShowRestoreConfirmation(bool show);
+    void setShowSaveRecipe(bool show);
     void setShowTutorial(bool show);
     void setShowMappingEditor(bool show);
     void setError(const std::optional<QString>& error);

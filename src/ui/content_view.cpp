@@ -29,8 +29,8 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QShortcut>
 #include <QScreen>
+#include <QShortcut>
 #include <QStackedWidget>
 #include <QTableView>
 #include <QToolButton>
@@ -391,8 +391,8 @@ QWidget* ContentView::makePreviewCard() {
           label(QStringLiteral("Immediate files only. Subfolders and links are skipped."), 12,
                 Sheen::secondary())}) {
         line->setAlignment(Qt::AlignCenter);
-        emptyLayout->addWidget(line);
         line->setWordWrap(true);
+        emptyLayout->addWidget(line);
     }
     auto* emptyButtons = new QHBoxLayout;
     emptyButtons->addStretch(1);
