@@ -136,6 +136,22 @@ private:
         model->add({QUrl::fromLocalFile(folder)}, {QUrl::fromLocalFile(folder)});
         return settled(*model);
     }
+
+    // Renames the batch with "done-" and leaves the disk as a crash after the
+    // last move leaves it: every file renamed, the journal not yet completed.
+    bool renameAndInterrupt() {
+        model->setRules(prefixed("done-"));
+        if (!settled(*model))
+            return false;
+        model->rename();
+        if (!settled(*model))
+            return false;
+        QByteArray journal = disk->read("journal/undo.json");
+        QFile::remove(disk->at("journal/undo.json"));
+        disk->file("journal/active.json",
+                   journal.replace(R"("completed":true)", R"("completed":false)"));
+        return true;
+    }
 };
 
 void AppModelTest::init() {
@@ -361,16 +377,8 @@ void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
         disk->file(QStringLiteral("Batch/c %1.txt").arg(number));
     const QString batch = disk->at("Batch");
     QVERIFY(load(batch));
-    model->setRules(prefixed("done-"));
-    QVERIFY(settled(*model));
-    model->rename();
-    QVERIFY(settled(*model));
-    // The batch stopped after every file had its new name, and another
-    // program then replaced all but the first two with files of its own.
-    QByteArray journal = disk->read("journal/undo.json");
-    QVERIFY(QFile::remove(disk->at("journal/undo.json")));
-    disk->file("journal/active.json",
-               journal.replace(R"("completed":true)", R"("completed":false)"));
+    // Another program then replaced all but the first two with files of its own.
+    QVERIFY(renameAndInterrupt());
     for (int number = 3; number <= 13; ++number) {
         disk->file("replacement", "other");
         QCOMPARE(std::rename(disk->at("replacement").toUtf8(),
@@ -428,13 +436,7 @@ void AppModelTest::recoveryAsksNoAccessToAFolderThatIsGone() {
     dialogs->openAnswers = {{disk->url("Kept")}, {disk->url("Gone")}};
     model->add({disk->url("Kept/a.txt"), disk->url("Gone/b.txt")}, {});
     QVERIFY(settled(*model));
-    model->setRules(prefixed("done-"));
-    QVERIFY(settled(*model));
-    model->rename();
-    QVERIFY(settled(*model));
-    QByteArray journal = disk->read("journal/undo.json");
-    disk->file("journal/active.json",
-               journal.replace(R"("completed":true)", R"("completed":false)"));
+    QVERIFY(renameAndInterrupt());
     QVERIFY(QDir(disk->at("Gone")).removeRecursively());
 
     model = start();
@@ -456,13 +458,7 @@ void AppModelTest::recoveryAsksNoAccessToAFolderThatIsGone() {
 void AppModelTest::recoveryStoppedByATakenNameOffersTheWayOut() {
     disk->file("Kept/a.txt", "mine");
     QVERIFY(load(disk->at("Kept")));
-    model->setRules(prefixed("done-"));
-    QVERIFY(settled(*model));
-    model->rename();
-    QVERIFY(settled(*model));
-    QByteArray journal = disk->read("journal/undo.json");
-    disk->file("journal/active.json",
-               journal.replace(R"("completed":true)", R"("completed":false)"));
+    QVERIFY(renameAndInterrupt());
     disk->file("Kept/a.txt", "synced");
 
     model = start();
