@@ -83,6 +83,17 @@ void removeStaleProbes(int folder) {
     }
 }
 
+// The entries whose file was found nowhere.
+QList<JournalEntry> unfound(const RenameJournal& journal,
+                            const QList<std::optional<QString>>& found) {
+    QList<JournalEntry> missing;
+    for (qsizetype index = 0; index < found.size(); ++index) {
+        if (!found[index])
+            missing.append(journal.entries[index]);
+    }
+    return missing;
+}
+
 bool isAt(const QString& path, const FileIdentity& identity, const FileIdentity& parentIdentity) {
     try {
         UniqueFd folder = FileSafety::directoryFD(FilePath::parent(path));
@@ -565,10 +576,7 @@ SetAsideBatch RenameEngine::restoreFound(const RenameProgress::Observer& progres
     const QList<std::optional<QString>> found = locateForRestoring(journal);
     SetAsideBatch result;
     result.restored = restore(journal, found, &result.renamed, steps);
-    for (qsizetype index = 0; index < found.size(); ++index) {
-        if (!found[index])
-            result.missing.append(journal.entries[index]);
-    }
+    result.missing = unfound(journal, found);
     if (result.missing.isEmpty() && result.renamed.isEmpty()) {
         removeDurably(activeJournal);
         return result;
@@ -694,13 +702,7 @@ QList<JournalEntry> RenameEngine::missingFiles() const {
     RenameJournal journal = read(activeJournal);
     if (journal.completed)
         return {};
-    const QList<std::optional<QString>> found = locateForRestoring(journal);
-    QList<JournalEntry> missing;
-    for (qsizetype index = 0; index < found.size(); ++index) {
-        if (!found[index])
-            missing.append(journal.entries[index]);
-    }
-    return missing;
+    return unfound(journal, locateForRestoring(journal));
 }
 
 QStringList RenameEngine::setAsideRecords() const {
