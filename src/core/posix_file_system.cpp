@@ -114,8 +114,9 @@ Result<UniqueFd> openFolderWithoutLinks(const QByteArray& absolutePath) {
     return {std::nullopt, errno};
 }
 
-Result<Status> statAt(int folder, const QByteArray& name) {
-    return statxCall(folder, name.constData(), AT_SYMLINK_NOFOLLOW);
+Result<Status> statAt(int folder, const QByteArray& name, bool uncached) {
+    return statxCall(folder, name.constData(),
+                     AT_SYMLINK_NOFOLLOW | (uncached ? AT_STATX_FORCE_SYNC : 0));
 }
 
 Result<Status> statDescriptor(int fd) {

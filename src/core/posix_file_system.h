@@ -54,7 +54,11 @@ Result<UniqueFd> openFolderAt(int folder, const QByteArray& name, bool walkOnly)
 Result<UniqueFd> openFolderWithoutLinks(const QByteArray& absolutePath);
 
 // Status of `name` inside `folder`, without following a symbolic link.
-Result<Status> statAt(int folder, const QByteArray& name);
+// `uncached` asks a network or FUSE file system for the status afresh
+// (AT_STATX_FORCE_SYNC): their cached link count lags behind a link and an
+// unlink for up to a second, and a later status is served from what this call
+// brought in. Local file systems ignore it.
+Result<Status> statAt(int folder, const QByteArray& name, bool uncached = false);
 
 // Status of an open descriptor itself.
 Result<Status> statDescriptor(int fd);

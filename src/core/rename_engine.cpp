@@ -1,6 +1,7 @@
 #include "core/rename_engine.h"
 
 #include "core/batch_limit.h"
+#include "core/exclusive_move.h"
 #include "core/file_record.h"
 #include "core/file_safety.h"
 #include "core/filename.h"
@@ -65,10 +66,11 @@ bool isProbeName(const QByteArray& name) {
     return rest == "-probe" || rest == "-probe-renamed";
 }
 
-// A process killed while probing leaves its empty probe file behind. The
-// folder is locked against every other Tessary operation by now, so no probe
-// in it is still in use; only empty, single-link regular files under the
-// probe's exact name are taken for ours.
+// A process killed while probing leaves its empty probe file behind, under
+// two names when it was probing by link. The folder is locked against every
+// other Tessary operation by now, so no probe in it is still in use; only
+// empty regular files of at most those two names, under the probe's exact
+// names, are taken for ours.
 void removeStaleProbes(int folder) {
     auto listing = PosixFileSystem::listFolder(folder);
     if (!listing)
@@ -77,10 +79,22 @@ void removeStaleProbes(int folder) {
         if (!isProbeName(name))
             continue;
         auto status = PosixFileSystem::statAt(folder, name);
-        if (status && status.value->isRegular && status.value->linkCount == 1 &&
+        if (status && status.value->isRegular && status.value->linkCount <= 2 &&
             status.value->size == 0)
             PosixFileSystem::removeAt(folder, name);
     }
+}
+
+// ".tessary-" + a batch id + "-" + a position: a name only a batch makes.
+bool isStagingName(const QByteArray& name) {
+    static const QByteArray prefix = ".tessary-";
+    if (!name.startsWith(prefix) || !UuidText::parse(QString::fromLatin1(name.mid(9, 36))))
+        return false;
+    QByteArray position = name.mid(prefix.size() + 36);
+    bool isNumber = false;
+    if (position.startsWith('-'))
+        position.mid(1).toLongLong(&isNumber);
+    return isNumber;
 }
 
 // The entries whose file was found nowhere.
@@ -287,9 +301,10 @@ RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalP
     return journal;
 }
 
-// Some file systems (NFS, some FUSE) refuse RENAME_NOREPLACE. Finding that out
-// halfway through a batch would strand files at staging names, and recovery's
-// own moves would be refused the same way, so every folder is tried once before
+// Some file systems refuse both RENAME_NOREPLACE and hard links (FAT and exFAT
+// over FUSE). Finding that out halfway through a batch would strand files at
+// staging names, and recovery's own moves would be refused the same way, so
+// every folder is tried once, with the very move the batch will use, before
 // anything is journaled.
 void RenameEngine::probeExclusiveRename(const QList<JournalEntry>& entries, const QUuid& batch) {
     QSet<QString> probed;
@@ -314,9 +329,16 @@ void RenameEngine::probeExclusiveRename(const QList<JournalEntry>& entries, cons
                                 PosixFileSystem::errorText(probe.error) +
                                 QStringLiteral(". No files were renamed."));
         probe.value->reset();
-        int refused = PosixFileSystem::renameExclusive(fd.get(), created, renamed);
-        PosixFileSystem::removeAt(fd.get(), refused ? created : renamed);
-        if (refused)
+        auto before = PosixFileSystem::statAt(fd.get(), created);
+        int refused = ExclusiveMove::move(fd.get(), created, renamed);
+        auto after = PosixFileSystem::statAt(fd.get(), renamed);
+        // A volume that gives the file another inode under its new name (a
+        // FUSE file system numbering names, not files) would make every file
+        // of the batch look replaced once it moved.
+        bool keepsIdentity = before && after && before.value->identity == after.value->identity;
+        PosixFileSystem::removeAt(fd.get(), created);
+        PosixFileSystem::removeAt(fd.get(), renamed);
+        if (refused || !keepsIdentity)
             throw RenameFailure(QStringLiteral("This volume cannot rename files without the risk "
                                                "of replacing others. No files were renamed."));
     }
@@ -375,8 +397,14 @@ QString RenameEngine::move(const QString& from, const QString& to, const FileIde
     QByteArray target;
     for (qsizetype index = 0;; ++index) {
         target = candidates[index].toUtf8();
-        int error = PosixFileSystem::renameExclusive(fd.get(), source, target);
+        int error = ExclusiveMove::move(fd.get(), source, target);
         if (error == 0)
+            break;
+        // A move by link that was interrupted before the old name went left
+        // the file under both; one of them is always this batch's staging
+        // name, so no name of the user's is ever dropped here.
+        if (error == EEXIST && (isStagingName(source) || isStagingName(target)) &&
+            ExclusiveMove::dropSecondName(fd.get(), target, source))
             break;
         if (error != EEXIST || index + 1 == candidates.size())
             throw RenameFailure(QStringLiteral("Cannot rename ") + name + QStringLiteral(": ") +
@@ -385,7 +413,7 @@ QString RenameEngine::move(const QString& from, const QString& to, const FileIde
     }
     auto moved = PosixFileSystem::statAt(fd.get(), target);
     if (moved && !FileIdentity::sameFile(identity, moved.value->identity)) {
-        if (PosixFileSystem::renameExclusive(fd.get(), target, source) == 0)
+        if (ExclusiveMove::move(fd.get(), target, source) == 0)
             PosixFileSystem::sync(fd.get());
         fileChanged();
     }
@@ -547,6 +575,7 @@ void RenameEngine::recover(const RenameProgress::Observer& progress) {
         return;
     }
     FolderLocks locks = lockFolders(journal);
+    dropSecondNames(journal);
     // Every file is located before any moves, so a file on a volume that is not
     // mounted stops recovery with nothing moved anywhere.
     const QList<std::optional<QString>> found = locate(journal);
@@ -573,6 +602,7 @@ SetAsideBatch RenameEngine::restoreFound(const RenameProgress::Observer& progres
         return {};
     }
     FolderLocks locks = lockFolders(journal);
+    dropSecondNames(journal);
     const QList<std::optional<QString>> found = locateForRestoring(journal);
     SetAsideBatch result;
     result.restored = restore(journal, found, &result.renamed, steps);
@@ -650,6 +680,24 @@ QList<std::optional<QString>> RenameEngine::locateForRestoring(RenameJournal& jo
         }
     }
     return found;
+}
+
+// A move by link interrupted before its old name went leaves a file under its
+// staging name and its original or final name. Files are only recognised
+// under a single name, and that second name would stand in the way of the
+// file whose name it is, so it goes before anything is located. Only a second
+// name of the very file under this batch's staging name is removed.
+void RenameEngine::dropSecondNames(const RenameJournal& journal) {
+    for (const JournalEntry& entry : journal.entries) {
+        try {
+            UniqueFd fd = FileSafety::directoryFD(FilePath::parent(entry.staging));
+            const QByteArray staging = FilePath::lastComponent(entry.staging).toUtf8();
+            for (const QString& other : {entry.original, entry.final})
+                ExclusiveMove::dropSecondName(fd.get(), staging,
+                                              FilePath::lastComponent(other).toUtf8());
+        } catch (const RenameFailure&) {
+        }
+    }
 }
 
 // Puts every found file back under its original name and returns how many.

@@ -108,6 +108,7 @@ private:
     QList<std::optional<QString>> locateForRestoring(RenameJournal& journal) const;
     qsizetype restore(const RenameJournal& journal, const QList<std::optional<QString>>& found,
                       QList<SetAsideBatch::Renamed>* aside, Steps& steps);
+    static void dropSecondNames(const RenameJournal& journal);
     void syncJournalFolder();
     void probeExclusiveRename(const QList<JournalEntry>& entries, const QUuid& batch);
     bool journalExists(const char* name) const;

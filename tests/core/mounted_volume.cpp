@@ -85,7 +85,26 @@ MountedVolume::overlay(const std::function<void(const QString&)>& fill, QString&
     return volume;
 }
 
+std::unique_ptr<MountedVolume> MountedVolume::fuse(QString& whyNot) {
+    whyNot = missingTool({"bindfs", "mount"});
+    if (whyNot.isEmpty() && !QFile::exists("/dev/fuse"))
+        whyNot = "this machine has no /dev/fuse";
+    if (!whyNot.isEmpty())
+        return nullptr;
+    std::unique_ptr<MountedVolume> volume(new MountedVolume);
+    volume->type = "fuse";
+    QDir().mkpath(volume->scratch.filePath("source"));
+    QDir().mkpath(volume->path());
+    if (!volume->mount()) {
+        whyNot = "bindfs could not mount a folder";
+        return nullptr;
+    }
+    return volume;
+}
+
 bool MountedVolume::mount() {
+    if (type == "fuse")
+        return bool(run("bindfs", {scratch.filePath("source"), path()}));
     if (type == "overlay") {
         QString options = "lowerdir=" + scratch.filePath("lower") +
                           ",upperdir=" + scratch.filePath("upper") +
@@ -96,14 +115,16 @@ bool MountedVolume::mount() {
 }
 
 bool MountedVolume::comeBackAsAnotherDevice() {
-    if (!run("umount", {path()}) || !run("losetup", {"-d", device}))
+    if (!run("umount", {path()}) || (!device.isEmpty() && !run("losetup", {"-d", device})))
         return false;
-    // btrfs takes an anonymous device number at mount, the lowest free one:
-    // a small tmpfs takes the number just freed, as other mounts would.
+    // btrfs and FUSE take an anonymous device number at mount, the lowest free
+    // one: a small tmpfs takes the number just freed, as other mounts would.
     QString hold = scratch.filePath(QString("hold-%1").arg(held.size()));
     QDir().mkpath(hold);
     if (run("mount", {"-t", "tmpfs", "-o", "size=1m", "tmpfs", hold}))
         held.append(hold);
+    if (device.isEmpty())
+        return mount();
     QString placeholder = scratch.filePath(QString("placeholder-%1").arg(placeholders.size()));
     QFile file(placeholder);
     if (!file.open(QIODevice::WriteOnly) || !file.resize(1 << 20))

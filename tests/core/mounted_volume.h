@@ -9,7 +9,8 @@
 #include <optional>
 
 // A real file system mounted for one test: a loop device with ext4, xfs or
-// btrfs on an image file, or a kernel overlay. Everything it mounts and
+// btrfs on an image file, a kernel overlay, or a FUSE volume (bindfs, which
+// like NFS and sshfs refuses RENAME_NOREPLACE but makes hard links). Everything it mounts and
 // attaches is undone when it goes, also when the test fails. Making one needs
 // root and the file system's tools; without them `make` gives nothing and
 // says why, and the test skips itself with that reason.
@@ -20,6 +21,8 @@ public:
     // folder) before the overlay is mounted, so its files are not yet copied up.
     static std::unique_ptr<MountedVolume> overlay(const std::function<void(const QString&)>& fill,
                                                   QString& whyNot);
+    // bindfs over a folder of its own.
+    static std::unique_ptr<MountedVolume> fuse(QString& whyNot);
     ~MountedVolume();
 
     // Where the file system is mounted.
@@ -27,7 +30,8 @@ public:
 
     // Unmounts, detaches the image and attaches it again on another loop
     // device, as a USB disk plugged into another port comes back; then mounts
-    // it at the same place. False when that failed.
+    // it at the same place. A FUSE volume is mounted again, under another
+    // anonymous device as a NAS share after a reboot. False when that failed.
     bool comeBackAsAnotherDevice();
 
 private:

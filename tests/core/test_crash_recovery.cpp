@@ -13,12 +13,14 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include <cstdio>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-const QString durableCalls = "renameat2,renameat,fsync,write,unlinkat";
+const QString durableCalls = "renameat2,renameat,linkat,fsync,write,unlinkat";
 
 struct Run {
     bool crashed = false;
@@ -28,6 +30,7 @@ struct Run {
 
 struct Fault {
     QString calls;
+    // Negative: the call numbered -at and every later one.
     long at = 0;
     QString action;
     QString command;
@@ -43,13 +46,14 @@ Run drive(const QString& journal, const QStringList& arguments, const Fault& fau
     // The driver may be built with AddressSanitizer, whose runtime otherwise
     // insists on being the first library loaded.
     environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
-    if (fault.at > 0 || fault.withoutOpenat2 || !fault.statxFails.isEmpty()) {
+    if (fault.at != 0 || fault.withoutOpenat2 || !fault.statxFails.isEmpty()) {
         environment.insert("LD_PRELOAD", TESSARY_FAULT_SHIM);
         environment.insert("TESSARY_FAULT_STATX_EIO", fault.statxFails);
         if (fault.withoutOpenat2)
             environment.insert("TESSARY_FAULT_NO_OPENAT2", "1");
         environment.insert("TESSARY_FAULT_CALLS", fault.calls);
-        environment.insert("TESSARY_FAULT_AT", QString::number(fault.at));
+        environment.insert("TESSARY_FAULT_AT", fault.at < 0 ? QString::number(-fault.at) + "-"
+                                                            : QString::number(fault.at));
         environment.insert("TESSARY_FAULT_ACTION", fault.action);
         environment.insert("TESSARY_FAULT_COMMAND", fault.command);
     }
@@ -185,49 +189,11 @@ void interruptEveryStep(
     QVERIFY(finished > 0);
 }
 
-} // namespace
-
-class CrashRecoveryTest : public QObject {
-    Q_OBJECT
-private slots:
-    void everyInterruptedRenameRecovers_data();
-    void everyInterruptedRenameRecovers();
-    void everyInterruptedUndoRecovers_data() { everyInterruptedRenameRecovers_data(); }
-    void everyInterruptedUndoRecovers();
-    void injectedFailuresLoseNothing_data();
-    void injectedFailuresLoseNothing();
-    void hostileChangesDuringABatchTouchNothingElse();
-    void folderWalkWithoutOpenat2RefusesLinksToo();
-    void aJournalThatCannotBeSeenStillBlocksNewBatches();
-    void anotherUsersFileInASharedFolderIsRefusedBeforeJournaling();
-    void volumesThatComeBackAsAnotherDeviceRecover_data();
-    void volumesThatComeBackAsAnotherDeviceRecover();
-    void overlayVolumesRecoverAfterCopyUp();
-};
-
-void CrashRecoveryTest::everyInterruptedRenameRecovers_data() {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QStringList>("newNames");
-    QTest::newRow("swap") << QStringList{"d/a.txt", "d/b.txt"} << QStringList{"b.txt", "a.txt"};
-    QTest::newRow("rotation") << QStringList{"d/a.txt", "d/b.txt", "d/c.txt"}
-                              << QStringList{"b.txt", "c.txt", "a.txt"};
-    QTest::newRow("unchanged row")
-        << QStringList{"d/a.txt", "d/keep.txt"} << QStringList{"z.txt", "keep.txt"};
-    QTest::newRow("two folders") << QStringList{"d/a.txt", "d/b.txt", "e/a.txt"}
-                                 << QStringList{"b.txt", "a.txt", "renamed.txt"};
-}
-
-void CrashRecoveryTest::everyInterruptedRenameRecovers() {
-    QFETCH(QStringList, files);
-    QFETCH(QStringList, newNames);
-    interruptEveryStep(files, newNames);
-}
-
-void CrashRecoveryTest::everyInterruptedUndoRecovers() {
-    QFETCH(QStringList, files);
-    QFETCH(QStringList, newNames);
+// Kills the undo of a completed batch at every durable step in turn.
+void interruptEveryUndoStep(const QStringList& files, const QStringList& newNames,
+                            const QString& volume = {}) {
     for (long step = 1;; ++step) {
-        Scenario batch(files, newNames);
+        Scenario batch(files, newNames, volume);
         QCOMPARE(drive(batch.journal, batch.arguments).exitCode, 0);
         Run run = drive(batch.journal, {"undo"}, {durableCalls, step, "kill", {}});
         if (!run.crashed) {
@@ -251,6 +217,69 @@ void CrashRecoveryTest::everyInterruptedUndoRecovers() {
         QVERIFY2(again.exitCode == 0, qPrintable(again.errors));
         QCOMPARE(batch.now(), batch.before);
     }
+}
+
+// Whether the folder's file system refuses RENAME_NOREPLACE, as NFS does.
+bool refusesExclusiveRename(const QString& folder) {
+    QFile probe(folder + "/probe");
+    if (!probe.open(QIODevice::WriteOnly))
+        return false;
+    probe.close();
+    QByteArray from = QFile::encodeName(folder + "/probe");
+    QByteArray to = QFile::encodeName(folder + "/probe-renamed");
+    bool refused = ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) != 0;
+    QFile::remove(folder + "/probe");
+    QFile::remove(folder + "/probe-renamed");
+    return refused;
+}
+
+} // namespace
+
+class CrashRecoveryTest : public QObject {
+    Q_OBJECT
+private slots:
+    void everyInterruptedRenameRecovers_data();
+    void everyInterruptedRenameRecovers();
+    void everyInterruptedUndoRecovers_data() { everyInterruptedRenameRecovers_data(); }
+    void everyInterruptedUndoRecovers();
+    void injectedFailuresLoseNothing_data();
+    void injectedFailuresLoseNothing();
+    void hostileChangesDuringABatchTouchNothingElse();
+    void folderWalkWithoutOpenat2RefusesLinksToo();
+    void aJournalThatCannotBeSeenStillBlocksNewBatches();
+    void anotherUsersFileInASharedFolderIsRefusedBeforeJournaling();
+    void volumesThatComeBackAsAnotherDeviceRecover_data();
+    void volumesThatComeBackAsAnotherDeviceRecover();
+    void overlayVolumesRecoverAfterCopyUp();
+    void fuseVolumesRenameByLink_data() { everyInterruptedRenameRecovers_data(); }
+    void fuseVolumesRenameByLink();
+    void aNameTakenOnAFuseVolumeIsNeverReplaced();
+};
+
+void CrashRecoveryTest::everyInterruptedRenameRecovers_data() {
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<QStringList>("newNames");
+    QTest::newRow("swap") << QStringList{"d/a.txt", "d/b.txt"} << QStringList{"b.txt", "a.txt"};
+    QTest::newRow("rotation") << QStringList{"d/a.txt", "d/b.txt", "d/c.txt"}
+                              << QStringList{"b.txt", "c.txt", "a.txt"};
+    QTest::newRow("unchanged row")
+        << QStringList{"d/a.txt", "d/keep.txt"} << QStringList{"z.txt", "keep.txt"};
+    QTest::newRow("two folders") << QStringList{"d/a.txt", "d/b.txt", "e/a.txt"}
+                                 << QStringList{"b.txt", "a.txt", "renamed.txt"};
+    QTest::newRow("case only") << QStringList{"d/a.txt", "d/b.txt"}
+                               << QStringList{"A.TXT", "b.txt"};
+}
+
+void CrashRecoveryTest::everyInterruptedRenameRecovers() {
+    QFETCH(QStringList, files);
+    QFETCH(QStringList, newNames);
+    interruptEveryStep(files, newNames);
+}
+
+void CrashRecoveryTest::everyInterruptedUndoRecovers() {
+    QFETCH(QStringList, files);
+    QFETCH(QStringList, newNames);
+    interruptEveryUndoStep(files, newNames);
 }
 
 void CrashRecoveryTest::injectedFailuresLoseNothing_data() {
@@ -278,8 +307,10 @@ void CrashRecoveryTest::injectedFailuresLoseNothing_data() {
                "and retry recovery." +
                kept
         << true;
-    QTest::newRow("volume refuses exclusive renames")
-        << "renameat2" << 1 << "EINVAL"
+    // Where RENAME_NOREPLACE is refused, a link and an unlink move the file; a
+    // volume that refuses links too (exFAT over FUSE) cannot rename safely.
+    QTest::newRow("volume refuses exclusive renames and links")
+        << "renameat2,linkat" << -1 << "EINVAL"
         << "This volume cannot rename files without the risk of replacing others. No files were "
            "renamed."
         << false;
@@ -288,9 +319,10 @@ void CrashRecoveryTest::injectedFailuresLoseNothing_data() {
         << stopped + "Cannot rename a.txt: Invalid cross-device link. Nothing was overwritten." +
                kept
         << true;
-    QTest::newRow("exclusive rename refused mid-batch")
-        << "renameat2" << 3 << "EINVAL"
-        << stopped + "Cannot rename b.txt: Invalid argument. Nothing was overwritten." + kept
+    // renameat2 and linkat calls: 1 the probe, 2 the journal, 3 the first move.
+    QTest::newRow("exclusive rename and link refused mid-batch")
+        << "renameat2,linkat" << -3 << "EINVAL"
+        << stopped + "Cannot rename a.txt: Invalid argument. Nothing was overwritten." + kept
         << true;
 }
 
@@ -509,6 +541,46 @@ void CrashRecoveryTest::overlayVolumesRecoverAfterCopyUp() {
     if (!MountedVolume::overlay([](const QString&) {}, whyNot))
         QSKIP(qPrintable(whyNot));
     interruptEveryStep(twoFolders, twoFoldersRenamed, fresh);
+}
+
+// Where the volume refuses RENAME_NOREPLACE, each move is a link under the new
+// name and the removal of the old one; a kill between the two (and at every
+// other step) must still leave every file under exactly one visible name.
+void CrashRecoveryTest::fuseVolumesRenameByLink() {
+    QFETCH(QStringList, files);
+    QFETCH(QStringList, newNames);
+    QString whyNot;
+    auto volume = MountedVolume::fuse(whyNot);
+    if (!volume)
+        QSKIP(qPrintable(whyNot));
+    if (!refusesExclusiveRename(volume->path()))
+        QSKIP("this bindfs renames with RENAME_NOREPLACE, so the link form would not run");
+    interruptEveryStep(files, newNames, [&] { return volume->path(); });
+    interruptEveryUndoStep(files, newNames, volume->path());
+}
+
+void CrashRecoveryTest::aNameTakenOnAFuseVolumeIsNeverReplaced() {
+    QString whyNot;
+    auto volume = MountedVolume::fuse(whyNot);
+    if (!volume)
+        QSKIP(qPrintable(whyNot));
+    TemporaryFolder disk;
+    const QString root = volume->path();
+    QDir().mkpath(root + "/d");
+    for (const char* name : {"a", "b"}) {
+        QFile file(root + "/d/" + name + ".txt");
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(name) == 1);
+    }
+    // linkat calls: 1 the journal, 2 the probe, 3-4 phase one, 5 phase two:
+    // another program takes x.txt after the probe found the volume usable.
+    Run run =
+        drive(disk.at("journal"), {"execute", root + "/d/a.txt=x.txt", root + "/d/b.txt=y.txt"},
+              {"linkat", 5, "run", "printf intruder > " + root + "/d/x.txt"});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.errors.contains("File exists. Nothing was overwritten."), qPrintable(run.errors));
+    QCOMPARE(drive(disk.at("journal"), {"recover"}).exitCode, 0);
+    QCOMPARE(layoutOf(root, {"d"}),
+             (Layout{{"d/a.txt", "a"}, {"d/b.txt", "b"}, {"d/x.txt", "intruder"}}));
 }
 
 QTEST_GUILESS_MAIN(CrashRecoveryTest)

@@ -4,8 +4,10 @@
  * test hook in the product.
  *
  *   TESSARY_FAULT_CALLS    comma-separated calls to count: renameat2, renameat,
- *                          fsync, write (regular files only), unlinkat
- *   TESSARY_FAULT_AT       the 1-based counted call at which to act (0: never)
+ *                          fsync, write (regular files only), unlinkat, linkat
+ *   TESSARY_FAULT_AT       the 1-based counted call at which to act (0: never);
+ *                          "N-" acts at call N and every later one, as a
+ *                          volume that refuses a call does
  *   TESSARY_FAULT_ACTION   kill (SIGKILL before the call runs), an errno name
  *                          (ENOSPC, EIO, EXDEV, EINVAL: the call fails with it
  *                          without running), or run (TESSARY_FAULT_COMMAND is
@@ -62,7 +64,10 @@ static int step(const char* call) {
         return 0;
     ++counted;
     const char* at = getenv("TESSARY_FAULT_AT");
-    if (!at || atol(at) != counted)
+    if (!at || !*at)
+        return 0;
+    int onward = at[strlen(at) - 1] == '-';
+    if (onward ? counted < atol(at) : counted != atol(at))
         return 0;
     const char* action = getenv("TESSARY_FAULT_ACTION");
     if (!action || strcmp(action, "kill") == 0) {
@@ -122,6 +127,11 @@ int fsync(int fd) {
 int unlinkat(int dirfd, const char* pathname, int flags) {
     FAIL_OR_RUN("unlinkat");
     return NEXT(unlinkat)(dirfd, pathname, flags);
+}
+
+int linkat(int olddirfd, const char* oldpath, int newdirfd, const char* newpath, int flags) {
+    FAIL_OR_RUN("linkat");
+    return NEXT(linkat)(olddirfd, oldpath, newdirfd, newpath, flags);
 }
 
 ssize_t write(int fd, const void* buffer, size_t count) {
