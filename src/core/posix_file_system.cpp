@@ -29,13 +29,6 @@ template <typename Call> auto retryOnInterrupt(Call call) {
     }
 }
 
-// The kernel's own 32-bit encoding of a device number, so that a file and its
-// folder on one file system report the same value in journals and on every run.
-std::int32_t encodedDevice(std::uint32_t major, std::uint32_t minor) {
-    std::uint32_t encoded = (minor & 0xffu) | (major << 8) | ((minor & ~0xffu) << 12);
-    return static_cast<std::int32_t>(encoded);
-}
-
 // An overlay file system copies a file or folder up to its writable layer at
 // the first change (our own probe and rename included), and the copy reports a
 // new birth time while keeping its device and inode. There the birth time is
@@ -61,7 +54,7 @@ Status statusFrom(const struct statx& info, bool withBirthTime) {
     status.owner = info.stx_uid;
     status.protectedFromChange = (info.stx_attributes & info.stx_attributes_mask &
                                   (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
-    status.identity.device = encodedDevice(info.stx_dev_major, info.stx_dev_minor);
+    status.identity.device = PosixFileSystem::encodedDevice(info.stx_dev_major, info.stx_dev_minor);
     status.identity.inode = info.stx_ino;
     // A file system without birth times reports none; zero never changes while
     // the file exists, which is all an identity needs.
@@ -259,6 +252,18 @@ int makeFolders(const QByteArray& path, unsigned mode) {
             return errno;
     }
     return 0;
+}
+
+Result<QByteArray> mountTable() {
+    auto file = openPathForReading("/proc/self/mountinfo");
+    if (!file)
+        return {std::nullopt, file.error};
+    return readUpTo(file.value->get(), 16 << 20);
+}
+
+std::int32_t encodedDevice(std::uint32_t major, std::uint32_t minor) {
+    std::uint32_t encoded = (minor & 0xffu) | (major << 8) | ((minor & ~0xffu) << 12);
+    return static_cast<std::int32_t>(encoded);
 }
 
 std::uint32_t effectiveUser() {

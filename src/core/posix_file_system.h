@@ -118,6 +118,14 @@ int removeAt(int folder, const QByteArray& name);
 // mkdir of every missing component with `mode`: 0 or an errno.
 int makeFolders(const QByteArray& path, unsigned mode);
 
+// The kernel's mount table of this process (/proc/self/mountinfo).
+Result<QByteArray> mountTable();
+
+// The kernel's own 32-bit encoding of a device number, as identities record
+// it, so that a file and its folder on one file system report the same value
+// in journals and on every run.
+std::int32_t encodedDevice(std::uint32_t major, std::uint32_t minor);
+
 // The effective user id of this process.
 std::uint32_t effectiveUser();
 

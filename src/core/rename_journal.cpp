@@ -109,6 +109,12 @@ void to_json(nlohmann::ordered_json& json, const RenameJournal& journal) {
                                   {"completed", journal.completed},
                                   {"purpose", rawValue(journal.purpose).toStdString()},
                                   {"entries", std::move(entries)}};
+    if (journal.volumes.isEmpty())
+        return;
+    auto volumes = nlohmann::ordered_json::array();
+    for (const JournaledVolume& volume : journal.volumes)
+        volumes.push_back({{"device", volume.device}, {"name", volume.name.toStdString()}});
+    json["volumes"] = std::move(volumes);
 }
 
 void from_json(const nlohmann::ordered_json& json, RenameJournal& journal) {
@@ -130,5 +136,15 @@ void from_json(const nlohmann::ordered_json& json, RenameJournal& journal) {
     decoded.entries.reserve(qsizetype(entries.size()));
     for (const auto& entry : entries)
         decoded.entries.append(entry.get<JournalEntry>());
+    // Journals written before volumes were recorded have no such key.
+    if (json.contains("volumes")) {
+        const auto& volumes = fields.value("volumes");
+        if (!volumes.is_array())
+            throw RenameFailure(QStringLiteral("The key “volumes” has the wrong type."));
+        for (const auto& volume : volumes) {
+            JsonFields named(volume);
+            decoded.volumes.append({named.int32("device"), named.string("name")});
+        }
+    }
     journal = decoded;
 }

@@ -14,6 +14,16 @@
 // The complete description of one batch, written durably before the first
 // file is touched. It is what recovery works from after a crash and what undo
 // and the receipt are made from after a completed batch.
+// A volume whose files record no birth time, under the device number it had
+// when the batch was journaled, with the name that recognises it once it is
+// mounted again under another.
+struct JournaledVolume {
+    std::int32_t device = 0;
+    QString name;
+
+    friend bool operator==(const JournaledVolume&, const JournaledVolume&) = default;
+};
+
 struct RenameJournal {
     std::int64_t version = 1;
     QUuid id;
@@ -21,6 +31,8 @@ struct RenameJournal {
     JournalPurpose purpose = JournalPurpose::rename;
     // One per file whose name changes, in batch order; 1 to 5,000 of them.
     QList<JournalEntry> entries;
+    // Written only when there are any, so other journals keep their form.
+    QList<JournaledVolume> volumes;
 
     friend bool operator==(const RenameJournal&, const RenameJournal&) = default;
 

@@ -254,6 +254,7 @@ private slots:
     void fuseVolumesRenameByLink_data() { everyInterruptedRenameRecovers_data(); }
     void fuseVolumesRenameByLink();
     void aNameTakenOnAFuseVolumeIsNeverReplaced();
+    void anotherVolumeMountedInAFuseVolumesPlaceIsNotTakenForIt();
 };
 
 void CrashRecoveryTest::everyInterruptedRenameRecovers_data() {
@@ -495,6 +496,9 @@ void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover_data() {
     QTest::newRow("ext4") << "ext4";
     QTest::newRow("xfs") << "xfs";
     QTest::newRow("btrfs") << "btrfs";
+    // A NAS share or sshfs mount after a reboot: no birth times, so the
+    // volume is known again by what it mounts.
+    QTest::newRow("fuse") << "fuse";
 }
 
 // A USB or loop disk attached again comes back under another device number,
@@ -503,7 +507,7 @@ void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover_data() {
 void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover() {
     QFETCH(QString, type);
     QString whyNot;
-    auto volume = MountedVolume::loop(type, whyNot);
+    auto volume = type == "fuse" ? MountedVolume::fuse(whyNot) : MountedVolume::loop(type, whyNot);
     if (!volume)
         QSKIP(qPrintable(whyNot));
     struct stat first {};
@@ -581,6 +585,43 @@ void CrashRecoveryTest::aNameTakenOnAFuseVolumeIsNeverReplaced() {
     QCOMPARE(drive(disk.at("journal"), {"recover"}).exitCode, 0);
     QCOMPARE(layoutOf(root, {"d"}),
              (Layout{{"d/a.txt", "a"}, {"d/b.txt", "b"}, {"d/x.txt", "intruder"}}));
+}
+
+// Another mount where the batch's FUSE volume was, showing the very files
+// (so the same inode numbers) under the same names through a bind mount: only
+// the recorded volume name tells it apart, and undo must refuse.
+void CrashRecoveryTest::anotherVolumeMountedInAFuseVolumesPlaceIsNotTakenForIt() {
+    QString whyNot;
+    auto volume = MountedVolume::fuse(whyNot);
+    if (!volume)
+        QSKIP(qPrintable(whyNot));
+    TemporaryFolder disk;
+    const QString root = volume->path();
+    QDir().mkpath(root + "/d");
+    QFile file(root + "/d/a.txt");
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("a") == 1);
+    file.close();
+    QCOMPARE(drive(disk.at("journal"), {"execute", root + "/d/a.txt=x.txt"}).exitCode, 0);
+    const QString source = QFileInfo(root).path() + "/source";
+    const QString other = disk.at("other");
+    QDir().mkpath(other);
+    QCOMPARE(QProcess::execute("mount", {"--bind", source, other}), 0);
+    // bindfs keeps the bind mount busy, so it goes first.
+    struct Unmount {
+        QString root;
+        QString other;
+        ~Unmount() {
+            QProcess::execute("umount", {root});
+            QProcess::execute("umount", {other});
+        }
+    } unmount{root, other};
+    QCOMPARE(QProcess::execute("umount", {root}), 0);
+    QCOMPARE(QProcess::execute("bindfs", {other, root}), 0);
+    Run undo = drive(disk.at("journal"), {"undo"});
+    QCOMPARE(undo.exitCode, 1);
+    QCOMPARE(undo.errors, "The volume of x.txt was mounted again and cannot be recognised, so undo "
+                          "cannot be sure it is the same file. No files were changed.");
+    QCOMPARE(layoutOf(root, {"d"}), (Layout{{"d/x.txt", "a"}}));
 }
 
 QTEST_GUILESS_MAIN(CrashRecoveryTest)

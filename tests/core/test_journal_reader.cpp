@@ -75,6 +75,12 @@ void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone_data() {
     QTest::newRow("capitalised purpose")
         << Damage([](Json& j) { j["purpose"] = "Rename"; }) << damaged;
     QTest::newRow("missing key") << Damage([](Json& j) { j.erase("completed"); }) << damaged;
+    QTest::newRow("volumes are read") << Damage([](Json& j) {
+        j["volumes"] = Json::array({{{"device", 57}, {"name", "fuse.sshfs me@nas:/ /"}}});
+    }) << QString();
+    QTest::newRow("volume without a name") << Damage([](Json& j) {
+        j["volumes"] = Json::array({{{"device", 57}}});
+    }) << damaged;
     QTest::newRow("inode as a float")
         << Damage([](Json& j) { entry(j, 0)["identity"]["inode"] = 1.5; }) << damaged;
     QTest::newRow("device beyond 32 bits")
