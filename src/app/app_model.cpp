@@ -282,6 +282,7 @@ void AppModel::startPreviewComputation(quint64 generation, PreviewInputs inputs)
             assign(rows_, result.rows, &AppModel::rowsChanged);
             assign(mappingDiagnostics_, result.diagnostics, &AppModel::mappingDiagnosticsChanged);
             assign(mappingCount_, result.mappingCount, &AppModel::mappingCountChanged);
+            assign(volumeNote_, result.volumeNote, &AppModel::volumeNoteChanged);
             assign(previewing_, false, &AppModel::previewingChanged);
             emit previewApplied();
         });

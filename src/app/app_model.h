@@ -70,6 +70,9 @@ public:
     MappingFormat mappingFormat() const { return mappingFormat_; }
     const QList<MappingDiagnostic>& mappingDiagnostics() const { return mappingDiagnostics_; }
     qsizetype mappingCount() const { return mappingCount_; }
+    // A line for the summary when folders of the batch are on network or FUSE
+    // volumes; never a problem.
+    const std::optional<QString>& volumeNote() const { return volumeNote_; }
     const std::optional<QString>& mappingInputError() const { return mappingInputError_; }
     bool checkWindows() const { return checkWindows_; }
     bool showMappingEditor() const { return showMappingEditor_; }
@@ -201,6 +204,7 @@ signals:
     void mappingFormatChanged();
     void mappingDiagnosticsChanged();
     void mappingCountChanged();
+    void volumeNoteChanged();
     void mappingInputErrorChanged();
     void checkWindowsChanged();
     void showMappingEditorChanged();
@@ -276,6 +280,7 @@ private:
     MappingFormat mappingFormat_ = MappingFormat::automatic;
     QList<MappingDiagnostic> mappingDiagnostics_;
     qsizetype mappingCount_ = 0;
+    std::optional<QString> volumeNote_;
     std::optional<QString> mappingInputError_;
     bool checkWindows_ = false;
     bool showMappingEditor_ = false;

@@ -263,6 +263,7 @@ void AppModel::clear() {
     assign(previewing_, false, &AppModel::previewingChanged);
     assign(mappingDiagnostics_, QList<MappingDiagnostic>(), &AppModel::mappingDiagnosticsChanged);
     assign(mappingCount_, qsizetype(0), &AppModel::mappingCountChanged);
+    assign(volumeNote_, std::optional<QString>(), &AppModel::volumeNoteChanged);
 }
 
 void AppModel::finishFileOperation(const std::optional<QString>& failure,

@@ -3,9 +3,11 @@
 #include "core/mapping_parser.h"
 #include "core/mapping_preview.h"
 #include "core/rename_preview.h"
+#include "core/volume_note.h"
 
 PreviewResult computePreview(const PreviewInputs& inputs) {
     PreviewResult result;
+    result.volumeNote = VolumeNote::forFiles(inputs.files);
     if (inputs.mode == RenameMode::rules) {
         QList<RenameIntent> intents;
         intents.reserve(inputs.files.size());

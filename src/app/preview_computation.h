@@ -29,6 +29,7 @@ struct PreviewResult {
     QList<PreviewRow> rows;
     QList<MappingDiagnostic> diagnostics;
     qsizetype mappingCount = 0;
+    std::optional<QString> volumeNote;
 };
 
 // The rows of the batch by the rules, or by the spreadsheet text (or the one

@@ -7,6 +7,7 @@
 #include "core/folder_authorization.h"
 #include "core/mapping_preview.h"
 #include "core/rename_preview.h"
+#include "core/volume_note.h"
 
 #include <QDir>
 #include <QUrl>
@@ -40,6 +41,7 @@ BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool c
     BatchPreview preview;
     preview.import = FileImport::collect(items, {}, batchLimit, progress);
     const QList<FileRecord>& files = preview.import.files;
+    preview.volumeNote = VolumeNote::forFiles(files);
     if (const auto* document = std::get_if<MappingDocument>(&naming)) {
         MappingPreview mapped = MappingPreview::compute(files, *document, checkWindows);
         preview.rows = mapped.rows;

@@ -23,6 +23,8 @@ struct BatchPreview {
     // Spreadsheet problems; always empty in rule mode.
     QList<MappingDiagnostic> diagnostics;
     bool spreadsheet = false;
+    // Said when folders of the batch are on network or FUSE volumes.
+    std::optional<QString> volumeNote;
 
     // Nothing may be renamed while a row or the spreadsheet has a problem.
     bool blocked() const { return conflictCount() > 0 || !diagnostics.isEmpty(); }

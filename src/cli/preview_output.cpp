@@ -59,6 +59,8 @@ void printText(const BatchPreview& preview, QTextStream& out, QTextStream& error
         out << " · "
             << plural(preview.diagnostics.size(), "spreadsheet issue", "spreadsheet issues");
     out << '\n';
+    if (preview.volumeNote)
+        out << *preview.volumeNote << '\n';
 }
 
 void printJson(const BatchPreview& preview, QTextStream& out) {
@@ -81,13 +83,16 @@ void printJson(const BatchPreview& preview, QTextStream& out) {
              {"name", diagnostic.name ? nlohmann::ordered_json(utf8(*diagnostic.name)) : nullptr},
              {"message", utf8(diagnostic.message)}});
     }
-    nlohmann::ordered_json document{{"rows", std::move(rows)},
-                                    {"changed", preview.readyCount()},
-                                    {"unchanged", preview.unchangedCount()},
-                                    {"conflicts", preview.conflictCount()},
-                                    {"skipped", std::move(skipped)},
-                                    {"reachedLimit", preview.import.reachedLimit},
-                                    {"diagnostics", std::move(diagnostics)}};
+    nlohmann::ordered_json document{
+        {"rows", std::move(rows)},
+        {"changed", preview.readyCount()},
+        {"unchanged", preview.unchangedCount()},
+        {"conflicts", preview.conflictCount()},
+        {"skipped", std::move(skipped)},
+        {"reachedLimit", preview.import.reachedLimit},
+        {"volumeNote", preview.volumeNote ? nlohmann::ordered_json(utf8(*preview.volumeNote))
+                                          : nlohmann::ordered_json(nullptr)},
+        {"diagnostics", std::move(diagnostics)}};
     out << QString::fromStdString(document.dump(2)) << '\n';
 }
 

@@ -28,8 +28,8 @@
 #include <QPainterPath>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QScrollArea>
 #include <QScreen>
+#include <QScrollArea>
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QTableView>
@@ -466,6 +466,9 @@ QWidget* ContentView::makePreviewCard() {
     summary->addStretch(1);
     summary->addWidget(removeButton);
     layout->addLayout(summary);
+    volumeNoteText = label(QString(), 12, Sheen::secondary());
+    volumeNoteText->setWordWrap(true);
+    layout->addWidget(volumeNoteText);
 
     conflictDetails = new QFrame;
     conflictDetails->setObjectName(QStringLiteral("conflicts"));
@@ -481,8 +484,7 @@ QWidget* ContentView::makePreviewCard() {
     // Built from escaped names, so the markup is only ours.
     conflictList->setTextFormat(Qt::RichText);
     conflictList->setWordWrap(true);
-    conflictList->setTextInteractionFlags(Qt::TextSelectableByMouse |
-                                          Qt::LinksAccessibleByMouse |
+    conflictList->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse |
                                           Qt::LinksAccessibleByKeyboard);
     // A conflict's name selects the rows it collides with in the table.
     connect(conflictList, &QLabel::linkActivated, this, [this](const QString& link) {
@@ -658,6 +660,8 @@ void ContentView::refresh() {
                                  .arg(model.changedCount())
                                  .arg(fileCount - model.changedCount()));
     }
+    volumeNoteText->setVisible(model.volumeNote() && !model.previewing());
+    volumeNoteText->setText(model.volumeNote().value_or(QString()));
     removeButton->setVisible(!model.selection().isEmpty());
     removeButton->setText(QStringLiteral("Remove %1").arg(model.selection().size()));
 

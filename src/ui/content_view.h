@@ -72,6 +72,8 @@ private:
     QTableView* table = nullptr;
     PreviewTableModel* tableModel = nullptr;
     QLabel* summaryText = nullptr;
+    // Shown when folders of the batch are on network or FUSE volumes.
+    QLabel* volumeNoteText = nullptr;
     QPushButton* reviewButton = nullptr;
     QPushButton* removeButton = nullptr;
     QFrame* conflictDetails = nullptr;

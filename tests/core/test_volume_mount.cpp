@@ -1,11 +1,17 @@
+#include "core/file_import.h"
 #include "core/volume_mount.h"
+#include "core/volume_note.h"
+#include "mounted_volume.h"
+#include "temporary_folder.h"
 
+#include <QDir>
 #include <QTest>
 
 class VolumeMountTest : public QObject {
     Q_OBJECT
 private slots:
     void namesOnlyVolumesThatCanBeKnownAgain();
+    void theSummaryNamesFoldersOnFuseVolumes();
 };
 
 void VolumeMountTest::namesOnlyVolumesThatCanBeKnownAgain() {
@@ -39,6 +45,26 @@ void VolumeMountTest::namesOnlyVolumesThatCanBeKnownAgain() {
     QCOMPARE(remote, (QList<bool>{false, true, true, true, false, false, true}));
     QCOMPARE(mounts[1].device, (0 << 8) | 52);
     QCOMPARE(mounts[6].device, (8 << 8) | 17);
+}
+
+void VolumeMountTest::theSummaryNamesFoldersOnFuseVolumes() {
+    QString whyNot;
+    auto volume = MountedVolume::fuse(whyNot);
+    if (!volume)
+        QSKIP(qPrintable(whyNot));
+    TemporaryFolder disk;
+    disk.file("Local/a.txt", "a");
+    QDir().mkpath(volume->path() + "/Photos");
+    QFile photo(volume->path() + "/Photos/IMG_4821.JPG");
+    QVERIFY(photo.open(QIODevice::WriteOnly));
+    photo.close();
+    auto files = [](const QString& folder) {
+        return FileImport::collect({QUrl::fromLocalFile(folder)}, {}, 5000).files;
+    };
+    QCOMPARE(VolumeNote::forFiles(files(disk.at("Local"))), std::nullopt);
+    QCOMPARE(VolumeNote::forFiles(files(disk.at("Local")) + files(volume->path() + "/Photos")),
+             QString("Photos is on a network or FUSE volume: renames there are just as safe, and "
+                     "undo needs the volume mounted from the same place."));
 }
 
 QTEST_GUILESS_MAIN(VolumeMountTest)

@@ -12,6 +12,7 @@
 #include "app/app_model.h"
 #include "app/platform/qt_file_dialogs.h"
 #include "app/qsettings_store.h"
+#include "core/recipe.h"
 #include "ui/main_window.h"
 #include "ui/sheen.h"
 #include "ui/tutorial_view.h"
@@ -23,6 +24,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QProcess>
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTest>
@@ -250,6 +252,28 @@ int main(int argc, char** argv) {
         });
         running.model.rename();
         waitUntil([&] { return !running.model.busy(); });
+    }
+    {
+        // Files on a FUSE volume, as on a NAS: the summary says so. Needs root
+        // and bindfs; the picture is left out without them.
+        const QString source = work.path() + "/nas-source/Photos";
+        const QString mounted = work.path() + "/nas";
+        QDir().mkpath(source);
+        QDir().mkpath(mounted);
+        for (int number = 1; number <= 12; ++number)
+            write(source + QString("/IMG_%1.JPG").arg(4820 + number), "photo");
+        if (QProcess::execute("bindfs", {work.path() + "/nas-source", mounted}) == 0) {
+            {
+                Session nas(work.path() + "/nas-session");
+                nas.dialogs.openAnswers.append({QUrl::fromLocalFile(mounted + "/Photos")});
+                nas.model.openFiles(true);
+                waitForPreview(nas.model);
+                nas.model.setRules(Recipe::builtIn()[1].rules);
+                waitForPreview(nas.model);
+                save(&nas.window, "19-network-volume");
+            }
+            QProcess::execute("umount", {mounted});
+        }
     }
     return 0;
 }
