@@ -5,20 +5,18 @@
 #include "core/file_record.h"
 #include "core/file_safety.h"
 #include "core/filename.h"
+#include "core/journaled_volumes.h"
 #include "core/natural_order.h"
 #include "core/posix_file_system.h"
 #include "core/rename_failure.h"
 #include "core/rename_preview.h"
 #include "core/uuid_text.h"
-#include "core/volume_mount.h"
 
 #include <QDateTime>
 #include <QSet>
 
 #include <algorithm>
 #include <cerrno>
-#include <map>
-#include <set>
 #include <unordered_set>
 
 namespace {
@@ -57,16 +55,21 @@ QStringList besideNames(const QString& original) {
     return names;
 }
 
+// What follows ".tessary-" and a batch id in `name`; nothing when the name
+// does not start so.
+std::optional<QByteArray> afterBatchId(const QByteArray& name) {
+    static const QByteArray prefix = ".tessary-";
+    constexpr qsizetype idLength = 36;
+    if (!name.startsWith(prefix) ||
+        !UuidText::parse(QString::fromLatin1(name.mid(prefix.size(), idLength))))
+        return std::nullopt;
+    return name.mid(prefix.size() + idLength);
+}
+
 // ".tessary-" + a batch id + "-probe", or that name + "-renamed".
 bool isProbeName(const QByteArray& name) {
-    static const QByteArray prefix = ".tessary-";
-    if (!name.startsWith(prefix))
-        return false;
-    QByteArray rest = name.mid(prefix.size());
-    if (!UuidText::parse(QString::fromLatin1(rest.left(36))))
-        return false;
-    rest = rest.mid(36);
-    return rest == "-probe" || rest == "-probe-renamed";
+    auto rest = afterBatchId(name);
+    return rest && (*rest == "-probe" || *rest == "-probe-renamed");
 }
 
 // A process killed while probing leaves its empty probe file behind, under
@@ -90,84 +93,11 @@ void removeStaleProbes(int folder) {
 
 // ".tessary-" + a batch id + "-" + a position: a name only a batch makes.
 bool isStagingName(const QByteArray& name) {
-    static const QByteArray prefix = ".tessary-";
-    if (!name.startsWith(prefix) || !UuidText::parse(QString::fromLatin1(name.mid(9, 36))))
-        return false;
-    QByteArray position = name.mid(prefix.size() + 36);
+    auto rest = afterBatchId(name);
     bool isNumber = false;
-    if (position.startsWith('-'))
-        position.mid(1).toLongLong(&isNumber);
+    if (rest && rest->startsWith('-'))
+        rest->mid(1).toLongLong(&isNumber);
     return isNumber;
-}
-
-bool hasBirthTime(const FileIdentity& identity) {
-    return identity.birthSeconds != 0 || identity.birthNanos != 0;
-}
-
-// The volumes of a batch whose files only their device number identifies
-// (network, FUSE, overlay), named so that undo and recovery know them again
-// once they are mounted under another device number.
-QList<JournaledVolume> journaledVolumes(const QList<JournalEntry>& entries) {
-    std::set<std::int32_t> devices;
-    for (const JournalEntry& entry : entries) {
-        for (const FileIdentity* identity : {&entry.identity, &entry.parentIdentity}) {
-            if (!hasBirthTime(*identity))
-                devices.insert(identity->device);
-        }
-    }
-    if (devices.empty())
-        return {};
-    // A volume mounted at several places (bind mounts) is named after the
-    // first of its names in text order, whichever order the table lists them.
-    std::map<std::int32_t, QString> names;
-    for (const VolumeMount& mount : VolumeMount::current()) {
-        QString name = mount.recognisableName();
-        if (name.isEmpty() || !devices.contains(mount.device))
-            continue;
-        auto [place, added] = names.emplace(mount.device, name);
-        if (!added && name < place->second)
-            place->second = name;
-    }
-    QList<JournaledVolume> volumes;
-    for (const auto& [device, name] : names)
-        volumes.append({device, name});
-    return volumes;
-}
-
-// No kernel hands out this device number (major 4095, minor 1048575), so an
-// identity given it matches no file.
-constexpr std::int32_t unrecognisedDevice = -1;
-
-// A volume mounted again since the batch was journaled has another device
-// number now. Its files are known by the new one when exactly one mounted
-// volume has the recorded name. Where none or several do, the recorded
-// identities are given a device no file has: their device number may by now
-// belong to another volume, and a file there with the same inode number is
-// not the same file.
-void followRemountedVolumes(RenameJournal& journal) {
-    if (journal.volumes.isEmpty())
-        return;
-    const QList<VolumeMount> mounts = VolumeMount::current();
-    std::map<std::int32_t, std::int32_t> moved;
-    for (JournaledVolume& volume : journal.volumes) {
-        std::set<std::int32_t> now;
-        for (const VolumeMount& mount : mounts) {
-            if (mount.recognisableName() == volume.name)
-                now.insert(mount.device);
-        }
-        if (now.contains(volume.device))
-            continue;
-        std::int32_t device = now.size() == 1 ? *now.begin() : unrecognisedDevice;
-        moved[volume.device] = device;
-        volume.device = device;
-    }
-    for (JournalEntry& entry : journal.entries) {
-        for (FileIdentity* identity : {&entry.identity, &entry.parentIdentity}) {
-            auto found = moved.find(identity->device);
-            if (found != moved.end() && !hasBirthTime(*identity))
-                identity->device = found->second;
-        }
-    }
 }
 
 // The entries whose file was found nowhere.
@@ -309,7 +239,7 @@ RenameJournal RenameEngine::read(const char* name) const {
         throw RenameFailure(QStringLiteral(
             "The rename journal exceeds the safe size limit. No files were changed."));
     RenameJournal journal = RenameJournal::decoded(*bytes.value);
-    followRemountedVolumes(journal);
+    JournaledVolumes::follow(journal);
     return journal;
 }
 
@@ -367,7 +297,7 @@ RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalP
     }
     if (journal.entries.isEmpty())
         throw RenameFailure(QStringLiteral("There are no filename changes to apply."));
-    journal.volumes = journaledVolumes(journal.entries);
+    journal.volumes = JournaledVolumes::of(journal.entries);
 
     // Everything that could refuse the journal is settled before the probe
     // writes into the user's folders.
@@ -630,7 +560,7 @@ void RenameEngine::undo(const RenameProgress::Observer& progress) {
                 QStringLiteral("Files inside application or document bundles are not supported."));
         auto now = FileSafety::record(QUrl::fromLocalFile(path), false);
         if (!FileIdentity::sameFile(entry.identity, now.file) &&
-            entry.identity.device == unrecognisedDevice)
+            entry.identity.device == JournaledVolumes::unrecognisedDevice)
             throw RenameFailure(
                 QStringLiteral("The volume of ") + FilePath::lastComponent(path) +
                 QStringLiteral(" was mounted again and cannot be recognised, so undo cannot be "
