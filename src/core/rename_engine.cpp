@@ -55,21 +55,16 @@ QStringList besideNames(const QString& original) {
     return names;
 }
 
-// What follows ".tessary-" and a batch id in `name`; nothing when the name
-// does not start so.
-std::optional<QByteArray> afterBatchId(const QByteArray& name) {
-    static const QByteArray prefix = ".tessary-";
-    constexpr qsizetype idLength = 36;
-    if (!name.startsWith(prefix) ||
-        !UuidText::parse(QString::fromLatin1(name.mid(prefix.size(), idLength))))
-        return std::nullopt;
-    return name.mid(prefix.size() + idLength);
-}
-
 // ".tessary-" + a batch id + "-probe", or that name + "-renamed".
 bool isProbeName(const QByteArray& name) {
-    auto rest = afterBatchId(name);
-    return rest && (*rest == "-probe" || *rest == "-probe-renamed");
+    static const QByteArray prefix = ".tessary-";
+    if (!name.startsWith(prefix))
+        return false;
+    QByteArray rest = name.mid(prefix.size());
+    if (!UuidText::parse(QString::fromLatin1(rest.left(36))))
+        return false;
+    rest = rest.mid(36);
+    return rest == "-probe" || rest == "-probe-renamed";
 }
 
 // A process killed while probing leaves its empty probe file behind, under
@@ -89,15 +84,6 @@ void removeStaleProbes(int folder) {
             status.value->size == 0)
             PosixFileSystem::removeAt(folder, name);
     }
-}
-
-// ".tessary-" + a batch id + "-" + a position: a name only a batch makes.
-bool isStagingName(const QByteArray& name) {
-    auto rest = afterBatchId(name);
-    bool isNumber = false;
-    if (rest && rest->startsWith('-'))
-        rest->mid(1).toLongLong(&isNumber);
-    return isNumber;
 }
 
 // The entries whose file was found nowhere.
@@ -405,12 +391,6 @@ QString RenameEngine::move(const QString& from, const QString& to, const FileIde
         target = candidates[index].toUtf8();
         int error = ExclusiveMove::move(fd.get(), source, target);
         if (error == 0)
-            break;
-        // A move by link that was interrupted before the old name went left
-        // the file under both; one of them is always this batch's staging
-        // name, so no name of the user's is ever dropped here.
-        if (error == EEXIST && (isStagingName(source) || isStagingName(target)) &&
-            ExclusiveMove::dropSecondName(fd.get(), target, source))
             break;
         if (error != EEXIST || index + 1 == candidates.size())
             throw RenameFailure(QStringLiteral("Cannot rename ") + name + QStringLiteral(": ") +
