@@ -270,7 +270,7 @@ int main(int argc, char** argv) {
                 waitForPreview(nas.model);
                 nas.model.setRules(Recipe::builtIn()[1].rules);
                 waitForPreview(nas.model);
-                save(&nas.window, "19-network-volume");
+                save(&nas.window, "21-network-volume");
             }
             QProcess::execute("umount", {mounted});
         }
