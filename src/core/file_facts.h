@@ -9,8 +9,9 @@
 // What a file's own metadata and the disk say about it, read once after the
 // file is added, so that naming and ordering by date never wait on the disk.
 struct FileFacts {
-    // When the photo was taken, in the camera's local time; absent when the
-    // file records none or is not a kind of file that can.
+    // When the photo was taken, as the camera's clock showed it; absent when
+    // the file records none or is not a kind of file that can. Both dates
+    // are wall-clock times held as UTC, so nothing converts them.
     std::optional<QDateTime> taken;
     QDateTime modified;
     std::int64_t size = 0;

@@ -27,15 +27,24 @@ void prepareExiv2() {
     (void)prepared;
 }
 
+// The date and time as a clock on the wall showed them, held without a zone
+// (as UTC, which Qt never converts), so that formatting and ordering 5,000
+// of them never consult the time-zone rules.
+QDateTime wallClock(const QDateTime& local) {
+    return QDateTime(local.date(), local.time(), Qt::UTC);
+}
+
 // EXIF writes "2026:05:04 09:30:00" in the camera's local time, without a
 // zone; a camera whose clock was never set writes blanks or zeros, which is
-// no date at all.
+// no date at all. Date and time are read apart, so that a time the local
+// zone skips at a clock change still reads.
 std::optional<QDateTime> exifDate(const std::string& text) {
-    QDateTime date = QDateTime::fromString(QString::fromStdString(text).trimmed().left(19),
-                                           QStringLiteral("yyyy:MM:dd HH:mm:ss"));
-    if (!date.isValid())
+    QString written = QString::fromStdString(text).trimmed();
+    QDate date = QDate::fromString(written.left(10), QStringLiteral("yyyy:MM:dd"));
+    QTime time = QTime::fromString(written.mid(11, 8), QStringLiteral("HH:mm:ss"));
+    if (!date.isValid() || !time.isValid())
         return std::nullopt;
-    return date;
+    return QDateTime(date, time, Qt::UTC);
 }
 
 // XMP writes ISO 8601, sometimes with a zone; the wall-clock time is kept, as
@@ -44,7 +53,7 @@ std::optional<QDateTime> xmpDate(const std::string& text) {
     QDateTime date = QDateTime::fromString(QString::fromStdString(text).trimmed(), Qt::ISODate);
     if (!date.isValid())
         return std::nullopt;
-    return QDateTime(date.date(), date.time());
+    return wallClock(date);
 }
 
 std::optional<QDateTime> takenDate(Exiv2::Image& image) {
@@ -68,20 +77,20 @@ std::optional<QDateTime> takenDate(Exiv2::Image& image) {
 }
 
 // Fills in the date taken from an image, or the problem that kept it from
-// being read. A file too short for Exiv2 to tell its kind, or of a kind it
-// does not know (a PDF, a text), records no date taken: no problem, only a
-// reason to use the modified date. Exiv2 throws its own errors for damaged
-// headers and may throw the standard library's (a length that asks for
-// gigabytes) for hostile ones; either way the file has no readable metadata.
-template <typename Kind, typename Open> void readTaken(FileFacts& facts, Kind kind, Open open) {
+// being read. A file that Exiv2 cannot open as an image (a PDF, a text, a
+// file too short to tell) records no date taken: no problem, only a reason
+// to use the modified date. Once open, Exiv2 throws its own errors for
+// damaged headers and may throw the standard library's (a length that asks
+// for gigabytes) for hostile ones; either way the file has no readable
+// metadata.
+template <typename Open> void readTaken(FileFacts& facts, Open open) {
+    Exiv2::Image::AutoPtr image;
     try {
-        if (kind() == Exiv2::ImageType::none)
-            return;
+        image = open();
     } catch (const std::exception&) {
         return;
     }
     try {
-        auto image = open();
         image->readMetadata();
         facts.taken = takenDate(*image);
     } catch (const std::exception&) {
@@ -101,12 +110,10 @@ FileFacts read(const QString& path) {
         facts.problem = QStringLiteral("This file is missing or no longer accessible.");
         return facts;
     }
-    facts.modified = info.lastModified();
+    facts.modified = wallClock(info.lastModified());
     facts.size = info.size();
     const std::string local = QFile::encodeName(path).toStdString();
-    readTaken(
-        facts, [&] { return Exiv2::ImageFactory::getType(local); },
-        [&] { return Exiv2::ImageFactory::open(local); });
+    readTaken(facts, [&] { return Exiv2::ImageFactory::open(local); });
     return facts;
 }
 
@@ -115,9 +122,7 @@ FileFacts readBytes(const QByteArray& bytes) {
     FileFacts facts;
     facts.size = bytes.size();
     const auto* data = reinterpret_cast<const Exiv2::byte*>(bytes.constData());
-    readTaken(
-        facts, [&] { return Exiv2::ImageFactory::getType(data, long(bytes.size())); },
-        [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
+    readTaken(facts, [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
     return facts;
 }
 
