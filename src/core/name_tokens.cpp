@@ -80,26 +80,29 @@ Value dateValue(Token kind, const Braced& run, const NameTokens::Values& values)
                 QStringLiteral("The format in ") + written +
                     QStringLiteral(" shows no part of a date; use letters such as yyyy-MM-dd."),
                 false};
-    if (!values.facts)
-        return {written, QStringLiteral("The dates of this file have not been read yet."), false};
-    const FileFacts& facts = *values.facts;
-    if (kind == Token::taken && facts.problem)
-        return {written, facts.problem, false};
-    if (kind == Token::taken && facts.taken)
-        return {facts.taken->toString(format), std::nullopt, false};
-    if (!facts.modified.isValid())
-        return {written, facts.problem, false};
-    return {facts.modified.toString(format), std::nullopt, kind == Token::taken};
+    const std::optional<FileFacts>& facts = values.facts;
+    if (kind == Token::taken && facts && facts->problem)
+        return {written, facts->problem, false};
+    if (kind == Token::taken && facts && facts->taken)
+        return {facts->taken->toString(format), std::nullopt, false};
+    // A file that is gone has no modified date either; its facts say why.
+    if (!facts || !facts->modified.isValid())
+        return {written,
+                facts && facts->problem
+                    ? facts->problem
+                    : QStringLiteral("The dates of this file have not been read yet."),
+                false};
+    return {facts->modified.toString(format), std::nullopt, kind == Token::taken};
 }
 
 Value tokenValue(Token kind, const Braced& run, const NameTokens::Values& values) {
     if (kind == Token::taken || kind == Token::modified)
         return dateValue(kind, run, values);
-    if (run.format) {
-        QString bare = QLatin1Char('{') + run.key.toString() + QLatin1Char('}');
-        return {bare, bare + QStringLiteral(" takes no format; remove what follows its colon."),
+    if (run.format)
+        return {run.written.toString(),
+                QLatin1Char('{') + run.key.toString() +
+                    QStringLiteral("} takes no format; remove what follows its colon."),
                 false};
-    }
     return {kind == Token::folder ? values.folder : values.stem, std::nullopt, false};
 }
 

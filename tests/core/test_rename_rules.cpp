@@ -173,7 +173,7 @@ void RenameRulesTest::tokens_data() {
         << "The format in {taken:Rio} shows no part of a date; use letters such as yyyy-MM-dd."
         << false;
     QTest::newRow("format on a token that takes none")
-        << R"({"suffix":"{folder:yyyy}"})" << true << "IMG_4821{folder}.JPG"
+        << R"({"suffix":"{folder:yyyy}"})" << true << "IMG_4821{folder:yyyy}.JPG"
         << "{folder} takes no format; remove what follows its colon." << false;
     QTest::newRow("tokens in find stay literal")
         << R"({"find":"{name}","replacement":"x"})" << true << "IMG_4821.JPG" << QString() << false;
