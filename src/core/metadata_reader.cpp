@@ -84,7 +84,7 @@ std::optional<QDateTime> takenDate(Exiv2::Image& image) {
 // for gigabytes) for hostile ones; either way the file has no readable
 // metadata.
 template <typename Open> void readTaken(FileFacts& facts, Open open) {
-    Exiv2::Image::AutoPtr image;
+    std::unique_ptr<Exiv2::Image> image;
     try {
         image = open();
     } catch (const std::exception&) {
