@@ -23,15 +23,15 @@ struct RenameProgress {
     qsizetype total = 0;
 
     // "Renaming 1200 of 5000 files…", or "Renaming files…" before the total is
-    // known; "Reading dates · 1200 of 5000 files…" for the dates.
+    // known; "Reading 1200 of 5000 dates…" for the files' dates.
     QString text() const {
         if (phase == Phase::reading)
             return total == 0
                        ? QStringLiteral("Reading dates…")
-                       : QStringLiteral("Reading dates · %1 of %2 %3…")
+                       : QStringLiteral("Reading %1 of %2 %3…")
                              .arg(done)
                              .arg(total)
-                             .arg(total == 1 ? QStringLiteral("file") : QStringLiteral("files"));
+                             .arg(total == 1 ? QStringLiteral("date") : QStringLiteral("dates"));
         QString verb = phase == Phase::renaming     ? QStringLiteral("Renaming")
                        : phase == Phase::undoing    ? QStringLiteral("Undoing")
                        : phase == Phase::recovering ? QStringLiteral("Recovering")
