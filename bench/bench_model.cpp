@@ -20,16 +20,6 @@ namespace {
 
 constexpr int fileCount = 5000;
 
-void waitFor(AppModel& model, void (AppModel::*signal)(), const std::function<bool()>& done) {
-    QEventLoop loop;
-    QObject::connect(&model, signal, &loop, [&] {
-        if (done())
-            loop.quit();
-    });
-    if (!done())
-        loop.exec();
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -67,11 +57,8 @@ int main(int argc, char** argv) {
         rules.baseName = typed.left(edit);
         model.setRules(rules);
         lastChange = clock.nsecsElapsed();
-        if (edit < 10) {
-            QEventLoop pause;
-            QTimer::singleShot(50, &pause, &QEventLoop::quit);
-            pause.exec();
-        }
+        if (edit < 10)
+            pause(50);
     }
     waitFor(model, &AppModel::previewApplied, [&] { return !model.previewing(); });
     double applied = double(clock.nsecsElapsed() - lastChange) / 1e6;

@@ -8,6 +8,7 @@
 #include "app/url_opener.h"
 
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QObject>
 #include <QTimer>
@@ -24,6 +25,25 @@ inline bool writeEmptyFiles(const QString& folder, int count, const QString& pat
             return false;
     }
     return true;
+}
+
+// Serves events until `done`, asking again each time `object` emits `signal`.
+template <typename Object>
+void waitFor(Object& object, void (Object::*signal)(), const std::function<bool()>& done) {
+    QEventLoop loop;
+    QObject::connect(&object, signal, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    if (!done())
+        loop.exec();
+}
+
+// Serves events for `milliseconds`, as between two keystrokes.
+inline void pause(int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 // The median of `runs` timings of `work`, in milliseconds.

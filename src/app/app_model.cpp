@@ -52,6 +52,10 @@ AppModel::AppModel(const PlatformServices& services, const Startup& startup, QOb
     previewDelay.setSingleShot(true);
     previewDelay.setInterval(previewDelayMilliseconds);
     connect(&previewDelay, &QTimer::timeout, this, [this] {
+        // Rules that name or order by date wait for the dates; the reading's
+        // end refreshes the preview.
+        if (pendingInputs && readingProgress_ && !pendingInputs->facts.isEmpty())
+            return;
         if (pendingInputs)
             startPreviewComputation(previewGeneration, std::move(*pendingInputs));
         pendingInputs.reset();
@@ -102,6 +106,7 @@ void AppModel::makeDemo() {
     }
     assign(files_, FileImport::collect({QUrl::fromLocalFile(folder)}, {}, batchLimit).files,
            &AppModel::filesChanged);
+    readFacts();
     refreshPreview();
     apply(Recipe::builtIn().front());
     setNotice(QStringLiteral("Demo files · safe sample workspace"));
@@ -264,7 +269,8 @@ void AppModel::refreshPreview() {
     ++previewGeneration;
     assign(previewing_, true, &AppModel::previewingChanged);
     pendingInputs = PreviewInputs{
-        files_, rules_, mode_, mappingText_, mappingFormat_, checkWindows_, mappingInputError_};
+        files_,        knownFacts(rules_, mode_), rules_, mode_, mappingText_, mappingFormat_,
+        checkWindows_, mappingInputError_};
     previewDelay.start();
 }
 

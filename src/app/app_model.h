@@ -4,6 +4,7 @@
 #include "app/preview_computation.h"
 #include "app/rename_mode.h"
 
+#include "core/file_facts.h"
 #include "core/file_identity.h"
 #include "core/file_record.h"
 #include "core/import_result.h"
@@ -32,6 +33,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <unordered_map>
 
 // The application's one controller. It holds the batch, the rules or the
 // spreadsheet text, the live preview, the engine's journal state, the saved
@@ -106,6 +108,10 @@ public:
     // How far the running import, rename, undo or recovery has got; empty
     // when none runs. While it is set, the notice shows its text.
     const std::optional<RenameProgress>& progress() const { return progress_; }
+    // How far reading the dates of newly added files has got; empty when no
+    // reading runs. It runs beside everything else, and a preview whose rules
+    // name or order by date waits for it.
+    const std::optional<RenameProgress>& readingProgress() const { return readingProgress_; }
 
     // Fields the window writes directly. Mode, format, Windows check and rules
     // refresh the preview when they change.
@@ -231,6 +237,7 @@ signals:
     void errorChanged();
     void importDetailsChanged();
     void progressChanged();
+    void readingProgressChanged();
     // After any of the above.
     void changed();
     // A preview result was applied to `rows`.
@@ -255,8 +262,13 @@ private:
     void makeDemo();
     void startPreviewComputation(quint64 generation, PreviewInputs inputs);
     void setBusy(bool busy, bool mutating);
-    RenameProgress::Observer startProgress(RenameProgress::Phase phase);
+    RenameProgress::Observer
+    startProgress(RenameProgress::Phase phase,
+                  void (AppModel::*show)(const RenameProgress&) = &AppModel::showProgress);
     void showProgress(const RenameProgress& progress);
+    void showReadingProgress(const RenameProgress& progress);
+    void readFacts();
+    QList<std::optional<FileFacts>> knownFacts(const RenameRules& rules, RenameMode mode) const;
     void finishFileOperation(const std::optional<QString>& failure, const QString& successNotice);
     void saveRecipes();
     bool canChangeSpreadsheet() const;
@@ -272,6 +284,9 @@ private:
     QTimer previewDelay;
     quint64 previewGeneration = 0;
     std::optional<PreviewInputs> pendingInputs;
+    // The dates and sizes of every file added in this run, by identity, so a
+    // file added again is never read twice.
+    std::unordered_map<FileIdentity, FileFacts, FileIdentityHash> facts;
 
     QList<FileRecord> files_;
     QList<PreviewRow> rows_;
@@ -307,6 +322,7 @@ private:
     std::optional<QString> error_;
     QString importDetails_;
     std::optional<RenameProgress> progress_;
+    std::optional<RenameProgress> readingProgress_;
 };
 
 // Every published field changes through here, so every change is signalled,

@@ -120,20 +120,21 @@ void AppModel::setBusy(bool busy, bool mutating) {
 // not touch the model: it queues each report to the main thread, dropping
 // those that follow the last queued one too closely. The final count always
 // passes, so the last thing shown is the whole batch.
-RenameProgress::Observer AppModel::startProgress(RenameProgress::Phase phase) {
-    showProgress({phase, 0, 0});
+RenameProgress::Observer AppModel::startProgress(RenameProgress::Phase phase,
+                                                 void (AppModel::*show)(const RenameProgress&)) {
+    (this->*show)({phase, 0, 0});
     QPointer<AppModel> model(this);
     std::chrono::steady_clock::time_point queued;
-    return [model, queued](const RenameProgress& progress) mutable {
+    return [model, queued, show](const RenameProgress& progress) mutable {
         auto now = std::chrono::steady_clock::now();
         if (progress.done < progress.total && now - queued < progressInterval)
             return;
         queued = now;
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [model, progress] {
+            [model, progress, show] {
                 if (model)
-                    model->showProgress(progress);
+                    (model.data()->*show)(progress);
             },
             Qt::QueuedConnection);
     };
@@ -196,6 +197,7 @@ void AppModel::add(const QList<QUrl>& items, const QList<QUrl>& selectedFolders)
         },
         [this](const ImportResult& result) {
             assign(files_, result.files, &AppModel::filesChanged);
+            readFacts();
             refreshPreview();
             setBusy(false, false);
             refreshPreview();

@@ -2,20 +2,15 @@
 
 #include "core/mapping_parser.h"
 #include "core/mapping_preview.h"
-#include "core/rename_preview.h"
+#include "core/rule_preview.h"
 #include "core/volume_note.h"
 
 PreviewResult computePreview(const PreviewInputs& inputs) {
     PreviewResult result;
     result.volumeNote = VolumeNote::forFiles(inputs.files);
     if (inputs.mode == RenameMode::rules) {
-        QList<RenameIntent> intents;
-        intents.reserve(inputs.files.size());
-        for (qsizetype index = 0; index < inputs.files.size(); ++index) {
-            const FileRecord& file = inputs.files[index];
-            intents.append({file, inputs.rules.filename(file.name(), index)});
-        }
-        result.rows = RenamePreview::rows(intents, inputs.checkWindows);
+        result.rows =
+            RulePreview::rows(inputs.files, inputs.facts, inputs.rules, inputs.checkWindows);
         return result;
     }
     MappingDocument document;

@@ -2,6 +2,7 @@
 
 #include "app/rename_mode.h"
 
+#include "core/file_facts.h"
 #include "core/file_record.h"
 #include "core/mapping_document.h"
 #include "core/mapping_format.h"
@@ -17,6 +18,9 @@
 // can change while the preview is computed elsewhere.
 struct PreviewInputs {
     QList<FileRecord> files;
+    // One per file when the rules need them; a file whose facts are still
+    // being read has none.
+    QList<std::optional<FileFacts>> facts;
     RenameRules rules;
     RenameMode mode = RenameMode::rules;
     QString mappingText;

@@ -86,7 +86,10 @@ void add(QCommandLineParser& parser) {
          QStringLiteral("name")},
         {QStringLiteral("rules"), QStringLiteral("Start from rules saved as a JSON object."),
          QStringLiteral("file")},
-        {QStringLiteral("base-name"), QStringLiteral("Replace every stem with this text."),
+        {QStringLiteral("base-name"),
+         QStringLiteral("Replace every stem with this text. The base name, --replace, --prefix "
+                        "and --suffix may hold {taken}, {modified}, {folder} and {name}, the "
+                        "dates with a format: {taken:yyyy-MM-dd}."),
          QStringLiteral("text")},
         {QStringLiteral("find"),
          QStringLiteral("Text to find in each stem (exact, case-sensitive)."),
@@ -108,6 +111,12 @@ void add(QCommandLineParser& parser) {
          QStringLiteral("n")},
         {QStringLiteral("digits"),
          QStringLiteral("Minimum digits of the sequence number (default 3)."), QStringLiteral("n")},
+        {QStringLiteral("order"),
+         QStringLiteral("Order that numbers the files: %1 (default name). Ties keep the "
+                        "natural filename order.")
+             .arg(choices<NameOrder>(allNameOrders)),
+         QStringLiteral("order")},
+        {QStringLiteral("descending"), QStringLiteral("Number the files in descending order.")},
         {QStringLiteral("mapping"),
          QStringLiteral("Take the new names from a two-column CSV or TSV file (old name, new "
                         "name) instead of rules; - reads standard input."),
@@ -163,12 +172,22 @@ RenameRules rules(const QCommandLineParser& parser) {
         rules.sequenceStart = integer(parser, QStringLiteral("start"));
     if (parser.isSet(QStringLiteral("digits")))
         rules.sequencePadding = integer(parser, QStringLiteral("digits"));
+    if (parser.isSet(QStringLiteral("order"))) {
+        auto order = nameOrderFromRaw(parser.value(QStringLiteral("order")));
+        if (!order)
+            throw UsageError(
+                QStringLiteral("--order takes one of %1.").arg(choices<NameOrder>(allNameOrders)));
+        rules.order = *order;
+    }
+    if (parser.isSet(QStringLiteral("descending")))
+        rules.descending = true;
     return rules;
 }
 
 MappingDocument mapping(const QCommandLineParser& parser) {
-    for (const char* option : {"recipe", "rules", "base-name", "find", "replace", "prefix",
-                               "suffix", "case", "separator", "sequence", "start", "digits"}) {
+    for (const char* option :
+         {"recipe", "rules", "base-name", "find", "replace", "prefix", "suffix", "case",
+          "separator", "sequence", "start", "digits", "order", "descending"}) {
         if (parser.isSet(QLatin1String(option)))
             throw UsageError(
                 QStringLiteral("Use either --mapping or naming-rule options, not both."));

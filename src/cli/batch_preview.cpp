@@ -6,7 +6,8 @@
 #include "core/file_import.h"
 #include "core/folder_authorization.h"
 #include "core/mapping_preview.h"
-#include "core/rename_preview.h"
+#include "core/metadata_reader.h"
+#include "core/rule_preview.h"
 #include "core/volume_note.h"
 
 #include <QDir>
@@ -50,10 +51,13 @@ BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool c
         return preview;
     }
     const RenameRules& rules = std::get<RenameRules>(naming);
-    QList<RenameIntent> intents;
-    intents.reserve(files.size());
-    for (qsizetype index = 0; index < files.size(); ++index)
-        intents.append({files[index], rules.filename(files[index].name(), index)});
-    preview.rows = RenamePreview::rows(intents, checkWindows);
+    // Only rules that name or order by date pay for opening every file.
+    QList<std::optional<FileFacts>> facts;
+    if (rules.usesFacts()) {
+        facts.reserve(files.size());
+        for (const FileRecord& file : files)
+            facts.append(MetadataReader::read(file.path));
+    }
+    preview.rows = RulePreview::rows(files, facts, rules, checkWindows);
     return preview;
 }

@@ -8,7 +8,9 @@ namespace {
 QString status(const PreviewRow& row) {
     if (row.problem)
         return *row.problem;
-    return row.changed() ? QStringLiteral("Ready to rename") : QStringLiteral("Unchanged");
+    QString status =
+        row.changed() ? QStringLiteral("Ready to rename") : QStringLiteral("Unchanged");
+    return row.note ? status + QStringLiteral("  ·  ") + *row.note : status;
 }
 
 QString plural(qsizetype count, const char* one, const char* many) {
@@ -71,7 +73,9 @@ void printJson(const BatchPreview& preview, QTextStream& out) {
                         {"proposed", utf8(row.intent.filename)},
                         {"changed", row.changed()},
                         {"problem", row.problem ? nlohmann::ordered_json(utf8(*row.problem))
-                                                : nlohmann::ordered_json(nullptr)}});
+                                                : nlohmann::ordered_json(nullptr)},
+                        {"note", row.note ? nlohmann::ordered_json(utf8(*row.note))
+                                          : nlohmann::ordered_json(nullptr)}});
     }
     auto skipped = nlohmann::ordered_json::array();
     for (const QString& line : preview.import.skipped)

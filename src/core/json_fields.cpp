@@ -9,6 +9,10 @@ JsonFields::JsonFields(const nlohmann::ordered_json& json) : object(json) {
         throw RenameFailure(QStringLiteral("The data is not a JSON object."));
 }
 
+bool JsonFields::has(const char* key) const {
+    return object.contains(key);
+}
+
 const nlohmann::ordered_json& JsonFields::value(const char* key) const {
     auto found = object.find(key);
     if (found == object.end())

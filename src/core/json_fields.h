@@ -15,6 +15,9 @@ public:
     // Throws when `json` is not an object.
     explicit JsonFields(const nlohmann::ordered_json& json);
 
+    // Whether the object holds `key`, for the few keys that later versions
+    // added and earlier data lacks.
+    bool has(const char* key) const;
     const nlohmann::ordered_json& value(const char* key) const;
     QString string(const char* key) const;
     bool boolean(const char* key) const;

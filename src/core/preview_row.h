@@ -11,6 +11,9 @@
 struct PreviewRow {
     RenameIntent intent;
     std::optional<QString> problem;
+    // Something worth knowing about the proposed name that does not block it,
+    // such as a date that came from elsewhere than the user asked.
+    std::optional<QString> note = std::nullopt;
 
     QString id() const { return intent.source.id(); }
 

@@ -8,7 +8,7 @@
 // How far a long operation has got, in terms the person waiting for it knows:
 // what it is doing, and how many of its files it has dealt with.
 struct RenameProgress {
-    enum class Phase { renaming, undoing, recovering, restoring, adding };
+    enum class Phase { renaming, undoing, recovering, restoring, adding, reading };
 
     // Told of every change of `done` or `total`, on the operation's own thread
     // and between two of its steps, so the next step waits for it: it must
@@ -23,8 +23,15 @@ struct RenameProgress {
     qsizetype total = 0;
 
     // "Renaming 1200 of 5000 files…", or "Renaming files…" before the total is
-    // known.
+    // known; "Reading 1200 of 5000 dates…" for the files' dates.
     QString text() const {
+        if (phase == Phase::reading)
+            return total == 0
+                       ? QStringLiteral("Reading dates…")
+                       : QStringLiteral("Reading %1 of %2 %3…")
+                             .arg(done)
+                             .arg(total)
+                             .arg(total == 1 ? QStringLiteral("date") : QStringLiteral("dates"));
         QString verb = phase == Phase::renaming     ? QStringLiteral("Renaming")
                        : phase == Phase::undoing    ? QStringLiteral("Undoing")
                        : phase == Phase::recovering ? QStringLiteral("Recovering")

@@ -96,21 +96,77 @@ QString sequenceNumber(std::int64_t start, std::int64_t index, std::int64_t padd
     return digits;
 }
 
+// Private-use characters, which no case mapping changes and no separator
+// rule touches. A name or rule that holds one of them already keeps its
+// dates inline rather than risk mixing the two.
+constexpr char16_t firstStandIn = 0xE000;
+constexpr char16_t lastStandIn = 0xE0FF;
+
+bool holdsStandIn(const QString& text) {
+    return std::any_of(text.begin(), text.end(), [](QChar unit) {
+        return unit.unicode() >= firstStandIn && unit.unicode() <= lastStandIn;
+    });
+}
+
 } // namespace
 
-QString RenameRules::filename(const QString& name, std::int64_t index) const {
+NameTokens::Expansion RenameRules::proposal(const QString& name, std::int64_t index,
+                                            const QString& folder,
+                                            const std::optional<FileFacts>& facts) const {
     auto [stem, extension] = split(name);
+    const NameTokens::Values values{stem, folder, facts};
+    // A date keeps the format its token asked for: letter case and
+    // separators would turn 2026-05-04 into 2026 05 04. Each distinct date
+    // stands in the name as one private-use character while they apply, and
+    // takes its place again after.
+    QStringList dates;
+    const bool standIns = !holdsStandIn(name + baseName + replacement + prefix + suffix);
+    auto standIn = [&dates](const QString& date) {
+        qsizetype at = dates.indexOf(date);
+        if (at < 0 && dates.size() > lastStandIn - firstStandIn)
+            return date;
+        if (at < 0) {
+            dates.append(date);
+            at = dates.size() - 1;
+        }
+        return QString(QChar(char16_t(firstStandIn + at)));
+    };
+    NameTokens::Expansion proposal;
+    // Tokens are replaced before anything else, so that letter case and
+    // separators treat a folder's name like any other text.
+    auto expanded = [&](const QString& text) {
+        NameTokens::Expansion expansion = NameTokens::expanded(
+            text, values, standIns ? std::function<QString(const QString&)>(standIn) : nullptr);
+        if (!proposal.problem)
+            proposal.problem = expansion.problem;
+        proposal.usedModifiedDate = proposal.usedModifiedDate || expansion.usedModifiedDate;
+        return expansion.text;
+    };
     if (!baseName.isEmpty())
-        stem = baseName;
+        stem = expanded(baseName);
     // Literal, case-sensitive, code unit by code unit, and only in the stem.
     if (!find.isEmpty())
-        stem.replace(find, replacement, Qt::CaseSensitive);
-    QString result = withSeparators(withCase(prefix + stem + suffix, nameCase), separator);
+        stem.replace(find, expanded(replacement), Qt::CaseSensitive);
+    QString result =
+        withSeparators(withCase(expanded(prefix) + stem + expanded(suffix), nameCase), separator);
+    for (qsizetype at = 0; at < dates.size(); ++at)
+        result.replace(QChar(char16_t(firstStandIn + at)), dates[at]);
     if (sequence)
         result += character(separator) + sequenceNumber(sequenceStart, index, sequencePadding);
     if (!extension.isEmpty())
         result += QLatin1Char('.') + extension;
-    return result;
+    proposal.text = result;
+    return proposal;
+}
+
+QString RenameRules::filename(const QString& name, std::int64_t index) const {
+    return proposal(name, index, QString(), std::nullopt).text;
+}
+
+bool RenameRules::usesFacts() const {
+    return order != NameOrder::name || NameTokens::usesDates(baseName) ||
+           NameTokens::usesDates(prefix) || NameTokens::usesDates(suffix) ||
+           (!find.isEmpty() && NameTokens::usesDates(replacement));
 }
 
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {
@@ -123,7 +179,9 @@ void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {
                                   {"separator", rawValue(rules.separator).toStdString()},
                                   {"sequence", rules.sequence},
                                   {"sequenceStart", rules.sequenceStart},
-                                  {"sequencePadding", rules.sequencePadding}};
+                                  {"sequencePadding", rules.sequencePadding},
+                                  {"order", rawValue(rules.order).toStdString()},
+                                  {"descending", rules.descending}};
 }
 
 void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
@@ -145,5 +203,13 @@ void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
     decoded.sequence = fields.boolean("sequence");
     decoded.sequenceStart = fields.int64("sequenceStart");
     decoded.sequencePadding = fields.int64("sequencePadding");
+    if (fields.has("order")) {
+        auto order = nameOrderFromRaw(fields.string("order"));
+        if (!order)
+            throw RenameFailure(QStringLiteral("The key “order” names no order."));
+        decoded.order = *order;
+    }
+    if (fields.has("descending"))
+        decoded.descending = fields.boolean("descending");
     rules = decoded;
 }

@@ -1,13 +1,17 @@
 #pragma once
 
+#include "core/file_facts.h"
 #include "core/name_case.h"
+#include "core/name_order.h"
 #include "core/name_separator.h"
+#include "core/name_tokens.h"
 
 #include <nlohmann/json_fwd.hpp>
 
 #include <QString>
 
 #include <cstdint>
+#include <optional>
 
 // One complete set of naming rules, applied in a fixed order: stem, find and
 // replace, prefix and suffix, letter case, separators, sequence number, and
@@ -24,16 +28,32 @@ struct RenameRules {
     // Not range-checked when stored or decoded; limited each time a name is made.
     std::int64_t sequenceStart = 1;
     std::int64_t sequencePadding = 3;
+    // The order that numbers the batch and lists the preview; equal keys keep
+    // the natural filename order.
+    NameOrder order = NameOrder::name;
+    bool descending = false;
 
     // The proposed name for a file currently called `name` at zero-based
-    // position `index` of the batch. Never fails and never reads the disk: the
-    // preview judges whatever comes out.
+    // position `index` of the batch, in the folder called `folder`, with the
+    // facts read from it. The base name, prefix, suffix and replacement may
+    // hold tokens (NameTokens). Never fails and never reads the disk: the
+    // preview judges whatever comes out, and a token that stands for nothing
+    // is the expansion's problem.
+    NameTokens::Expansion proposal(const QString& name, std::int64_t index, const QString& folder,
+                                   const std::optional<FileFacts>& facts) const;
+    // The proposed name alone, for a name without a file: {folder} stands for
+    // nothing and date tokens stay as written.
     QString filename(const QString& name, std::int64_t index) const;
+    // Whether making names in this order or with these texts needs each
+    // file's facts.
+    bool usesFacts() const;
 
     friend bool operator==(const RenameRules&, const RenameRules&) = default;
 };
 
-// All ten keys are written, and all ten are required when decoding: a missing
-// key, a wrong type or an unknown case throws RenameFailure.
+// All twelve keys are written. The ten that rules always had are required
+// when decoding: a missing key, a wrong type or an unknown case throws
+// RenameFailure. "order" and "descending" came later and take their defaults
+// when absent, so rules and recipes saved before them still load.
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules);
 void from_json(const nlohmann::ordered_json& json, RenameRules& rules);

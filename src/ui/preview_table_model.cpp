@@ -27,7 +27,9 @@ QString PreviewTableModel::pathAt(int row) const {
 QString PreviewTableModel::statusText(const PreviewRow& row) {
     if (row.problem)
         return *row.problem;
-    return row.changed() ? QStringLiteral("Ready to rename") : QStringLiteral("Unchanged");
+    QString status =
+        row.changed() ? QStringLiteral("Ready to rename") : QStringLiteral("Unchanged");
+    return row.note ? status + QStringLiteral(" · ") + *row.note : status;
 }
 
 QVariant PreviewTableModel::data(const QModelIndex& index, int role) const {

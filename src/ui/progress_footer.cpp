@@ -32,6 +32,7 @@ ProgressFooter::ProgressFooter(AppModel& model, QWidget* parent) : QWidget(paren
     // would open as a window of its own.
     hide();
     connect(&model, &AppModel::progressChanged, this, &ProgressFooter::refresh);
+    connect(&model, &AppModel::readingProgressChanged, this, &ProgressFooter::refresh);
 }
 
 QSize ProgressFooter::sizeHint() const {
@@ -41,7 +42,9 @@ QSize ProgressFooter::sizeHint() const {
 }
 
 void ProgressFooter::refresh() {
-    const std::optional<RenameProgress>& progress = model.progress();
+    // Reading dates runs beside the rest; a rename's count comes first.
+    const std::optional<RenameProgress>& progress =
+        model.progress() ? model.progress() : model.readingProgress();
     setVisible(progress.has_value());
     if (!progress)
         return;

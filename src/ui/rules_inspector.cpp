@@ -10,12 +10,14 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QRegularExpressionValidator>
 #include <QScopedValueRollback>
 #include <QSignalBlocker>
 
 #include <algorithm>
 #include <optional>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -48,6 +50,48 @@ QComboBox* choice(const QString& accessibleName) {
     return box;
 }
 
+// The tokens a field can take, as the menu offers them; a date's format can
+// be changed after the colon.
+struct TokenChoice {
+    const char* label;
+    const char* token;
+};
+constexpr TokenChoice tokenChoices[] = {
+    {"Date taken", "{taken:yyyy-MM-dd}"},
+    {"Date modified", "{modified:yyyy-MM-dd}"},
+    {"Folder name", "{folder}"},
+    {"Original name", "{name}"},
+};
+
+// A "{ }" button inside the field that opens the token menu; the chosen token
+// goes in at the cursor, as if typed.
+void addTokenMenu(QLineEdit* line) {
+    auto* menu = new QMenu(line);
+    menu->setAccessibleName(QStringLiteral("Insert a token"));
+    for (const TokenChoice& choice : tokenChoices) {
+        const QString token = QString::fromUtf8(choice.token);
+        QAction* item =
+            menu->addAction(QString::fromUtf8(choice.label) + QLatin1Char('\t') + token);
+        QObject::connect(item, &QAction::triggered, line, [line, token] {
+            line->insert(token);
+            // `insert` signals textChanged only; the rules listen for edits.
+            emit line->textEdited(line->text());
+        });
+    }
+    menu->addSeparator();
+    QAction* help = menu->addAction(
+        QStringLiteral("Dates take Qt's format letters after the colon, e.g. {taken:d MMM yyyy}"));
+    help->setEnabled(false);
+    QAction* open =
+        line->addAction(Symbols::icon(QStringLiteral("curlybraces")), QLineEdit::TrailingPosition);
+    open->setToolTip(QStringLiteral("Insert a token: date taken, date modified, folder or "
+                                    "original name"));
+    QObject::connect(open, &QAction::triggered, line, [line, menu] {
+        menu->popup(
+            line->mapToGlobal(QPoint(line->width() - menu->sizeHint().width(), line->height())));
+    });
+}
+
 } // namespace
 
 RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
@@ -77,9 +121,11 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
 
     auto* replaceRow = new QHBoxLayout;
     replaceRow->setSpacing(6);
+    replaceRow->setAlignment(Qt::AlignTop);
     replaceRow->addWidget(
-        addTextField(QStringLiteral("Find"), QStringLiteral("Find"), &RenameRules::find), 1);
-    replaceRow->addWidget(InspectorText::symbol(QStringLiteral("arrow.right"), 14));
+        addTextField(QStringLiteral("Find"), QStringLiteral("Find"), &RenameRules::find, false), 1);
+    replaceRow->addWidget(InspectorText::symbol(QStringLiteral("arrow.right"), 14), 0,
+                          Qt::AlignTop);
     replaceRow->addWidget(addTextField(QStringLiteral("Replace with"),
                                        QStringLiteral("Replace with"), &RenameRules::replacement),
                           1);
@@ -91,16 +137,17 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
 
     auto* affixes = new QHBoxLayout;
     affixes->setSpacing(10);
-    affixes->addLayout(
-        InspectorText::labelled(QStringLiteral("PREFIX"),
-                                addTextField(QStringLiteral("Prefix"), QStringLiteral("e.g. acme-"),
-                                             &RenameRules::prefix)),
-        1);
-    affixes->addLayout(
-        InspectorText::labelled(QStringLiteral("SUFFIX"),
-                                addTextField(QStringLiteral("Suffix"),
-                                             QStringLiteral("e.g. -final"), &RenameRules::suffix)),
-        1);
+    // Each column keeps its field at the top when the other shows a note.
+    for (auto [section, name, placeholder, field] :
+         {std::tuple(QStringLiteral("PREFIX"), QStringLiteral("Prefix"),
+                     QStringLiteral("e.g. acme-"), &RenameRules::prefix),
+          std::tuple(QStringLiteral("SUFFIX"), QStringLiteral("Suffix"),
+                     QStringLiteral("e.g. -final"), &RenameRules::suffix)}) {
+        QVBoxLayout* column =
+            InspectorText::labelled(section, addTextField(name, placeholder, field));
+        column->addStretch(1);
+        affixes->addLayout(column, 1);
+    }
     layout->addLayout(affixes);
 
     letterCase = choice(QStringLiteral("Letter case"));
@@ -122,6 +169,22 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     choices->addLayout(InspectorText::labelled(QStringLiteral("LETTER CASE"), letterCase), 1);
     choices->addLayout(InspectorText::labelled(QStringLiteral("SEPARATORS"), separators), 1);
     layout->addLayout(choices);
+
+    order = choice(QStringLiteral("Order"));
+    order->setToolTip(QStringLiteral("The order of the preview and of the sequence numbers. "
+                                     "Equal dates or sizes keep the natural filename order."));
+    order->addItem(QStringLiteral("Natural filename order"), static_cast<int>(NameOrder::name));
+    order->addItem(QStringLiteral("Date taken"), static_cast<int>(NameOrder::taken));
+    order->addItem(QStringLiteral("Date modified"), static_cast<int>(NameOrder::modified));
+    order->addItem(QStringLiteral("Size"), static_cast<int>(NameOrder::size));
+    direction = choice(QStringLiteral("Order direction"));
+    direction->addItem(QStringLiteral("Ascending"), 0);
+    direction->addItem(QStringLiteral("Descending"), 1);
+    auto* ordering = new QHBoxLayout;
+    ordering->setSpacing(10);
+    ordering->addLayout(InspectorText::labelled(QStringLiteral("ORDER"), order), 4);
+    ordering->addLayout(InspectorText::labelled(QStringLiteral("DIRECTION"), direction), 3);
+    layout->addLayout(ordering);
 
     sequence = new ToggleSwitch(QStringLiteral("Add a sequence"));
     sequence->setToolTip(QStringLiteral("Uses the natural filename order in the preview."));
@@ -165,6 +228,14 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
         NameSeparator chosen = static_cast<NameSeparator>(separators->currentData().toInt());
         edit([chosen](RenameRules& rules) { rules.separator = chosen; });
     });
+    connect(order, &QComboBox::activated, this, [this] {
+        NameOrder chosen = static_cast<NameOrder>(order->currentData().toInt());
+        edit([chosen](RenameRules& rules) { rules.order = chosen; });
+    });
+    connect(direction, &QComboBox::activated, this, [this] {
+        bool descending = direction->currentData().toInt() == 1;
+        edit([descending](RenameRules& rules) { rules.descending = descending; });
+    });
     connect(sequence, &QCheckBox::clicked, this,
             [this](bool on) { edit([on](RenameRules& rules) { rules.sequence = on; }); });
     connect(start, &QLineEdit::textEdited, this, &RulesInspector::editStart);
@@ -189,8 +260,8 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     showTitle();
 }
 
-QLineEdit* RulesInspector::addTextField(const QString& name, const QString& placeholder,
-                                        QString RenameRules::*field) {
+QWidget* RulesInspector::addTextField(const QString& name, const QString& placeholder,
+                                      QString RenameRules::*field, bool tokens) {
     auto* line = new QLineEdit;
     line->setFixedHeight(fieldHeight);
     line->setAccessibleName(name);
@@ -199,8 +270,22 @@ QLineEdit* RulesInspector::addTextField(const QString& name, const QString& plac
     connect(line, &QLineEdit::textEdited, this, [this, field](const QString& text) {
         edit([field, &text](RenameRules& rules) { rules.*field = text; });
     });
-    textFields.append({line, field});
-    return line;
+    if (!tokens) {
+        textFields.append({line, field});
+        return line;
+    }
+    addTokenMenu(line);
+    auto* unknown = InspectorText::note(QString());
+    unknown->setAccessibleName(name + QStringLiteral(" tokens"));
+    unknown->hide();
+    textFields.append({line, field, unknown});
+    auto* column = new QWidget;
+    auto* stack = new QVBoxLayout(column);
+    stack->setContentsMargins(0, 0, 0, 0);
+    stack->setSpacing(3);
+    stack->addWidget(line);
+    stack->addWidget(unknown);
+    return column;
 }
 
 void RulesInspector::edit(const std::function<void(RenameRules&)>& change) {
@@ -226,9 +311,20 @@ void RulesInspector::showRules() {
     for (const TextField& text : std::as_const(textFields)) {
         if (text.edit->text() != rules.*text.field)
             text.edit->setText(rules.*text.field);
+        if (!text.unknownTokens)
+            continue;
+        // Braces that hold no token stay in the name as typed, as they always
+        // did; a mistyped token must still not pass unnoticed.
+        QStringList lines;
+        for (const QString& unknown : NameTokens::unknown(rules.*text.field))
+            lines.append(unknown + QStringLiteral(" is not a token; kept as text"));
+        text.unknownTokens->setText(lines.join(QLatin1Char('\n')));
+        text.unknownTokens->setVisible(!lines.isEmpty());
     }
     selectData(letterCase, static_cast<int>(rules.nameCase));
     selectData(separators, static_cast<int>(rules.separator));
+    selectData(order, static_cast<int>(rules.order));
+    selectData(direction, rules.descending ? 1 : 0);
     {
         QSignalBlocker blocker(sequence);
         sequence->setChecked(rules.sequence);

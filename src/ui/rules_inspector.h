@@ -27,10 +27,14 @@ private:
     struct TextField {
         QLineEdit* edit;
         QString RenameRules::*field;
+        // Says which texts in braces are no tokens; absent for the find
+        // field, whose text is always literal.
+        QLabel* unknownTokens = nullptr;
     };
 
-    QLineEdit* addTextField(const QString& name, const QString& placeholder,
-                            QString RenameRules::*field);
+    // The field, with a token menu and a note under it when `tokens`.
+    QWidget* addTextField(const QString& name, const QString& placeholder,
+                          QString RenameRules::*field, bool tokens = true);
     void edit(const std::function<void(RenameRules&)>& change);
     void editStart(const QString& text);
     void showRules();
@@ -44,6 +48,8 @@ private:
     QList<TextField> textFields;
     QComboBox* letterCase;
     QComboBox* separators;
+    QComboBox* order;
+    QComboBox* direction;
     ToggleSwitch* sequence;
     QLineEdit* start;
     QComboBox* digits;

@@ -103,6 +103,7 @@ private slots:
     void burstOfEditsComputesOnePreviewWithTheLastInputs();
     void supersededPreviewIsNeverApplied();
     void renameIsOfferedOnlyForACurrentCleanPreview();
+    void namesByDateWaitForTheDatesReadOnceEach();
     void renameUndoAndRecoveryAcrossARestart();
     void longOperationsShowProgressWithoutFloodingTheWindow();
     void recoveryThatCannotFindFilesOffersToRestoreTheOthers();
@@ -239,6 +240,43 @@ void AppModelTest::renameIsOfferedOnlyForACurrentCleanPreview() {
     model->updateMappingText("a.txt,x.txt\nb.txt,y.txt\n");
     QVERIFY(settled(*model));
     QVERIFY(model->canRename());
+}
+
+void AppModelTest::namesByDateWaitForTheDatesReadOnceEach() {
+    for (auto [name, month] :
+         {std::pair("a.txt", 3), std::pair("b.txt", 1), std::pair("c.txt", 2)}) {
+        QFile file(disk->file(u"in/"_s + QLatin1String(name)));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime(QDate(2026, month, 1), QTime(12, 0)),
+                                 QFileDevice::FileModificationTime));
+    }
+    RenameRules byMonth;
+    byMonth.baseName = u"{modified:yyyy-MM}"_s;
+    byMonth.sequence = true;
+    byMonth.order = NameOrder::modified;
+    model->setRules(byMonth);
+    QList<RenameProgress> reports;
+    QObject listener;
+    connect(model.get(), &AppModel::readingProgressChanged, &listener, [&] {
+        if (model->readingProgress())
+            reports.append(*model->readingProgress());
+    });
+
+    QVERIFY(load(disk->at("in")));
+    QVERIFY(!model->readingProgress());
+    QVERIFY(!reports.isEmpty());
+    QCOMPARE(reports.last(), (RenameProgress{RenameProgress::Phase::reading, 3, 3}));
+    QCOMPARE(proposedNames(*model),
+             (QStringList{"2026-01-001.txt", "2026-02-002.txt", "2026-03-003.txt"}));
+    QVERIFY(model->canRename());
+
+    // Files added again are not read again.
+    reports.clear();
+    disk->file("in/d.txt");
+    QVERIFY(load(disk->at("in")));
+    QCOMPARE(reports.size(), 2);
+    QCOMPARE(reports.last(), (RenameProgress{RenameProgress::Phase::reading, 1, 1}));
+    QCOMPARE(model->rows().size(), 4);
 }
 
 void AppModelTest::renameUndoAndRecoveryAcrossARestart() {

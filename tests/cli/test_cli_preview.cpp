@@ -25,6 +25,7 @@ private slots:
     void previewsAFolderWithARecipe();
     void reportsConflictsAsJsonAndExitsOne();
     void rulesFileIsTheBaseOfExplicitOptions();
+    void numbersInTheChosenOrderWithTokens();
     void refusesWhatCannotBeCarriedOut_data();
     void refusesWhatCannotBeCarriedOut();
 
@@ -105,6 +106,24 @@ void CliPreviewTest::rulesFileIsTheBaseOfExplicitOptions() {
     QCOMPARE(json["rows"][0]["path"].get<std::string>(), at("shoot/Notes.txt").toStdString());
 }
 
+void CliPreviewTest::numbersInTheChosenOrderWithTokens() {
+    for (auto [name, size] : {std::pair("IMG_9.jpg", 10), std::pair("Notes.txt", 30)}) {
+        QFile file(at(QStringLiteral("shoot/") + QLatin1String(name)));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(size, 'x'));
+    }
+    CliOutcome run = cli({"preview", "--json", "--base-name", "{folder} {name}", "--sequence",
+                          "--order", "size", "--descending", "shoot"},
+                         folder->path());
+    QCOMPARE(run.exitCode, 0);
+    auto rows = nlohmann::json::parse(run.out.toStdString())["rows"];
+    QStringList proposed;
+    for (const auto& row : rows)
+        proposed.append(QString::fromStdString(row["proposed"].get<std::string>()));
+    QCOMPARE(proposed,
+             (QStringList{"shoot Notes-001.txt", "shoot IMG_9-002.jpg", "shoot IMG_10-003.jpg"}));
+}
+
 void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("sentence");
@@ -119,6 +138,8 @@ void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
         << QStringList{"preview", "--recipe", "Holiday", "shoot"}
         << "There is no recipe called “Holiday”. Choose one of “Client handoff”, “Photo "
            "sequence”, “Web-friendly”.";
+    QTest::newRow("unknown order") << QStringList{"preview", "--order", "date", "shoot"}
+                                   << "--order takes one of name, taken, modified, size.";
     QTest::newRow("bad number") << QStringList{"preview", "--digits", "three", "shoot"}
                                 << "--digits takes a whole number.";
     QTest::newRow("no path") << QStringList{"preview"}

@@ -11,9 +11,12 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
+// The keys rules always had, all required, then the two added later, which
+// rules saved before them lack.
 const char* const ruleKeys[] = {"baseName",      "find",           "replacement", "prefix",
                                 "suffix",        "nameCase",       "separator",   "sequence",
                                 "sequenceStart", "sequencePadding"};
+const char* const laterKeys[] = {"order", "descending"};
 
 Json parsed(const QString& text) {
     return Json::parse(text.toStdString());
@@ -43,6 +46,8 @@ class RenameRulesTest : public QObject {
 private slots:
     void filename_data();
     void filename();
+    void tokens_data();
+    void tokens();
     void rulesJsonRoundTrip();
     void rulesJsonRefused_data();
     void rulesJsonRefused();
@@ -142,19 +147,78 @@ void RenameRulesTest::filename() {
     QCOMPARE(rules(changes).filename(name, index), expected);
 }
 
+void RenameRulesTest::tokens_data() {
+    QTest::addColumn<QString>("changes");
+    QTest::addColumn<bool>("hasTaken");
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<QString>("problem");
+    QTest::addColumn<bool>("usedModifiedDate");
+    const char* photo = R"({"baseName":"{taken} {folder}","separator":"space","sequence":true})";
+
+    QTest::newRow("taken, folder, sequence")
+        << photo << true << "2026-05-04 Lisbon 001.JPG" << QString() << false;
+    QTest::newRow("no date taken: the modified date")
+        << photo << false << "2026-06-01 Lisbon 001.JPG" << QString() << true;
+    QTest::newRow("dates keep their format under case and separators")
+        << R"({"baseName":"{modified:d MMM yy} {name}","nameCase":"upper","separator":"hyphen"})"
+        << true << "1 Jun 26-IMG-4821.JPG" << QString() << false;
+    QTest::newRow("prefix, suffix and replacement")
+        << R"({"prefix":"{folder}_","suffix":"_{taken:yyyy}","find":"IMG","replacement":"{name}"})"
+        << true << "Lisbon_IMG_4821_4821_2026.JPG" << QString() << false;
+    QTest::newRow("unknown token stays text")
+        << R"({"baseName":"{draft} {Name} {{name}} {name"})" << true
+        << "{draft} {Name} {IMG_4821} {name.JPG" << QString() << false;
+    QTest::newRow("format without a date")
+        << R"({"baseName":"{taken:Rio}"})" << true << "{taken:Rio}.JPG"
+        << "The format in {taken:Rio} shows no part of a date; use letters such as yyyy-MM-dd."
+        << false;
+    QTest::newRow("format on a token that takes none")
+        << R"({"suffix":"{folder:yyyy}"})" << true << "IMG_4821{folder:yyyy}.JPG"
+        << "{folder} takes no format; remove what follows its colon." << false;
+    QTest::newRow("tokens in find stay literal")
+        << R"({"find":"{name}","replacement":"x"})" << true << "IMG_4821.JPG" << QString() << false;
+}
+
+void RenameRulesTest::tokens() {
+    QFETCH(QString, changes);
+    QFETCH(bool, hasTaken);
+    QFETCH(QString, expected);
+    QFETCH(QString, problem);
+    QFETCH(bool, usedModifiedDate);
+    FileFacts facts;
+    if (hasTaken)
+        facts.taken = QDateTime(QDate(2026, 5, 4), QTime(9, 30));
+    facts.modified = QDateTime(QDate(2026, 6, 1), QTime(18, 5));
+    NameTokens::Expansion proposal = rules(changes).proposal("IMG_4821.JPG", 0, "Lisbon", facts);
+    QCOMPARE(proposal.text, expected);
+    QCOMPARE(proposal.problem.value_or(QString()), problem);
+    QCOMPARE(proposal.usedModifiedDate, usedModifiedDate);
+    QCOMPARE(NameTokens::unknown("{draft} {name} {draft} {x:y}"),
+             QStringList({"{draft}", "{x:y}"}));
+}
+
 void RenameRulesTest::rulesJsonRoundTrip() {
     RenameRules original = rules(R"({"baseName":"B\u00e4se","prefix":"p/","suffix":"\"s\"",
         "nameCase":"title","separator":"space","sequence":true,
-        "sequenceStart":-9223372036854775808,"sequencePadding":-7})");
+        "sequenceStart":-9223372036854775808,"sequencePadding":-7,
+        "order":"taken","descending":true})");
     Json json = original;
     std::vector<std::string> keys;
     for (const auto& item : json.items())
         keys.push_back(item.key());
-    QCOMPARE(keys, std::vector<std::string>(std::begin(ruleKeys), std::end(ruleKeys)));
+    std::vector<std::string> expected(std::begin(ruleKeys), std::end(ruleKeys));
+    expected.insert(expected.end(), std::begin(laterKeys), std::end(laterKeys));
+    QCOMPARE(keys, expected);
     QCOMPARE(json.get<RenameRules>(), original);
     // Keys written by a newer version are ignored, not refused.
     json["comment"] = 1;
     QCOMPARE(json.get<RenameRules>(), original);
+    // Rules saved before the order existed load in natural filename order.
+    for (const char* key : laterKeys)
+        json.erase(key);
+    RenameRules older = json.get<RenameRules>();
+    QCOMPARE(older.order, NameOrder::name);
+    QCOMPARE(older.descending, false);
 }
 
 void RenameRulesTest::rulesJsonRefused_data() {
@@ -174,6 +238,10 @@ void RenameRulesTest::rulesJsonRefused_data() {
                                   << "\"Lower\"";
     QTest::newRow("unknown separator") << "/separator"
                                        << "\"dash\"";
+    QTest::newRow("unknown order") << "/order"
+                                   << "\"date\"";
+    QTest::newRow("string for descending") << "/descending"
+                                           << "\"true\"";
 }
 
 void RenameRulesTest::rulesJsonRefused() {
@@ -206,7 +274,8 @@ void RenameRulesTest::builtInRecipes() {
 }
 
 void RenameRulesTest::recipeJsonRoundTrip() {
-    Recipe recipe{QUuid::createUuid(), "Same name", "", rules(R"({"sequence":true})")};
+    Recipe recipe{QUuid::createUuid(), "Same name", "",
+                  rules(R"({"baseName":"{taken} {folder}","sequence":true,"order":"size"})")};
     Recipe twin{QUuid::createUuid(), "Same name", "", rules(R"({"sequence":true})")};
     Json list = Json::array({recipe, twin});
     QCOMPARE(QString::fromStdString(list[0]["id"].get<std::string>()),

@@ -16,6 +16,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -117,6 +118,7 @@ private slots:
     void startNumberIsClampedBeforeItIsStored_data();
     void startNumberIsClampedBeforeItIsStored();
     void choicesStoreTheirValues();
+    void tokenMenuInsertsAndMistypedTokensAreNamed();
     void rulesFromElsewhereFillTheFieldsWithoutEditing();
     void saveRecipeAndWindowsCheck();
     void spreadsheetCardFollowsTheList();
@@ -265,6 +267,35 @@ void InspectorsTest::choicesStoreTheirValues() {
     QVERIFY(choose(separators, u"Underscores"_s));
     QCOMPARE(model->rules().separator, NameSeparator::underscore);
     QCOMPARE(model->recipeTitle(), u"Custom rules"_s);
+
+    auto* order = named<QComboBox>(&inspector, u"Order"_s);
+    QVERIFY(order);
+    QCOMPARE(order->currentText(), u"Natural filename order"_s);
+    QVERIFY(choose(order, u"Date taken"_s));
+    QCOMPARE(model->rules().order, NameOrder::taken);
+    QVERIFY(choose(named<QComboBox>(&inspector, u"Order direction"_s), u"Descending"_s));
+    QVERIFY(model->rules().descending);
+}
+
+void InspectorsTest::tokenMenuInsertsAndMistypedTokensAreNamed() {
+    RulesInspector inspector(*model);
+    inspector.show();
+    QLineEdit* base = named<QLineEdit>(&inspector, u"Base name"_s);
+    typeInto(base, u"{draft} "_s);
+    QVERIFY(shows(&inspector, u"{draft} is not a token; kept as text"_s));
+
+    base->actions().constFirst()->trigger();
+    auto* menu = base->findChild<QMenu*>();
+    QVERIFY(menu && menu->isVisible());
+    for (QAction* item : menu->actions()) {
+        if (item->text().startsWith(u"Date taken"_s))
+            item->trigger();
+    }
+    QCOMPARE(model->rules().baseName, u"{draft} {taken:yyyy-MM-dd}"_s);
+    typeInto(base, u"{folder}"_s);
+    QVERIFY(!shows(&inspector, u"{draft} is not a token; kept as text"_s));
+    // What is found is always literal, so its field offers no tokens.
+    QVERIFY(named<QLineEdit>(&inspector, u"Find"_s)->actions().isEmpty());
 }
 
 void InspectorsTest::rulesFromElsewhereFillTheFieldsWithoutEditing() {

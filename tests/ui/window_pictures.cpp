@@ -2,8 +2,8 @@
 // first run, the demo preview, a conflict with its details open, the
 // spreadsheet editor with an issue, each tutorial step, the recovery
 // banner, and a recovery that cannot find a file: the offer to restore the
-// others, its confirmation and the set-aside record afterwards. Run by
-// scripts/render-window; look at every picture.
+// others, its confirmation and the set-aside record afterwards, and photos named by the day they
+// were taken with the token menu open. Run by scripts/render-window; look at every picture.
 //
 //   window-pictures OUTPUT_DIR
 
@@ -17,12 +17,15 @@
 #include "ui/sheen.h"
 #include "ui/tutorial_view.h"
 
+#include <exiv2/exiv2.hpp>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QStyleFactory>
@@ -225,6 +228,47 @@ int main(int argc, char** argv) {
             qobject_cast<QDialog*>(frame)->reject();
         });
         dialogs.open(request);
+    }
+    {
+        // A card of photos named by the day they were taken and numbered in
+        // that order; one has no date taken, and one field holds a mistyped
+        // token. Then the token menu, open.
+        QString folder = work.path() + "/photos/Lisbon";
+        QDir().mkpath(folder);
+        const char* photos[][2] = {{"IMG_4821.JPG", "2026:05:04 18:02:11"},
+                                   {"IMG_4822.JPG", "2026:05:04 09:15:40"},
+                                   {"IMG_4823.JPG", ""},
+                                   {"IMG_4830.JPG", "2026:05:05 11:20:00"}};
+        for (const auto& [name, taken] : photos) {
+            auto image = Exiv2::ImageFactory::create(Exiv2::ImageType::jpeg,
+                                                     QString(folder + "/" + name).toStdString());
+            Exiv2::ExifData exif;
+            if (*taken)
+                exif["Exif.Photo.DateTimeOriginal"] = taken;
+            image->setExifData(exif);
+            image->writeMetadata();
+        }
+        Session dated(work.path() + "/photos-session");
+        dated.dialogs.openAnswers.append({QUrl::fromLocalFile(folder)});
+        dated.model.openFiles(true);
+        waitUntil([&] { return !dated.model.busy() && !dated.model.readingProgress(); });
+        RenameRules rules;
+        rules.baseName = "{taken} {folder}";
+        rules.suffix = "{draft}";
+        rules.separator = NameSeparator::space;
+        rules.sequence = true;
+        rules.order = NameOrder::taken;
+        dated.model.setRules(rules);
+        waitForPreview(dated.model);
+        save(&dated.window, "19-photo-dates");
+        for (QLineEdit* field : dated.window.findChildren<QLineEdit*>()) {
+            if (field->accessibleName() != "Base name")
+                continue;
+            field->actions().constFirst()->trigger();
+            QMenu* menu = field->findChild<QMenu*>();
+            save(menu, "20-token-menu");
+            menu->hide();
+        }
     }
     {
         // A long rename while it runs, drawn the moment its count passes
