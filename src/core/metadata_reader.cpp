@@ -1,11 +1,14 @@
 #include "core/metadata_reader.h"
 
+#include "core/posix_file_system.h"
+
 #include <exiv2/exiv2.hpp>
 
 #include <QFileInfo>
 
 #include <exception>
 #include <memory>
+#include <string>
 
 namespace {
 
@@ -105,15 +108,22 @@ namespace MetadataReader {
 FileFacts read(const QString& path) {
     prepareExiv2();
     FileFacts facts;
+    // Opened without blocking and read only as a regular file: a FIFO put
+    // under the name since the file was added would otherwise hold this
+    // thread, and every preview waiting for dates, for ever. Exiv2 then reads
+    // the very file that was checked, through its descriptor's name.
+    auto opened = PosixFileSystem::openPathForReading(QFile::encodeName(path));
+    auto status = opened ? PosixFileSystem::statDescriptor(opened.value->get())
+                         : PosixFileSystem::Result<PosixFileSystem::Status>{};
     QFileInfo info(path);
-    if (!info.exists()) {
+    if (!status || !status.value->isRegular || !info.exists()) {
         facts.problem = QStringLiteral("This file is missing or no longer accessible.");
         return facts;
     }
     facts.modified = wallClock(info.lastModified());
-    facts.size = info.size();
-    const std::string local = QFile::encodeName(path).toStdString();
-    readTaken(facts, [&] { return Exiv2::ImageFactory::open(local); });
+    facts.size = std::int64_t(status.value->size);
+    const std::string own = "/proc/self/fd/" + std::to_string(opened.value->get());
+    readTaken(facts, [&] { return Exiv2::ImageFactory::open(own); });
     return facts;
 }
 

@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QTest>
 
+#include <sys/stat.h>
+
 namespace {
 
 // Dates come back as the clock on the wall showed them, held as UTC.
@@ -84,6 +86,10 @@ void PhotoDatesTest::readsDates() {
     QCOMPARE(cut.taken, std::nullopt);
     QCOMPARE(cut.problem, "This file's metadata cannot be read; its header is damaged.");
     QCOMPARE(MetadataReader::read(folder.at("gone.jpg")).problem,
+             "This file is missing or no longer accessible.");
+    // A FIFO put under a photo's name is not waited on.
+    QCOMPARE(::mkfifo(QFile::encodeName(folder.at("pipe.jpg")).constData(), 0600), 0);
+    QCOMPARE(MetadataReader::read(folder.at("pipe.jpg")).problem,
              "This file is missing or no longer accessible.");
 }
 
