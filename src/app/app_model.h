@@ -272,6 +272,7 @@ private:
     void finishFileOperation(const std::optional<QString>& failure, const QString& successNotice);
     void saveRecipes();
     bool canChangeSpreadsheet() const;
+    QString sortedBy() const;
 
     const PlatformServices services;
     std::shared_ptr<RenameEngine> engine;

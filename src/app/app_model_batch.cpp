@@ -210,9 +210,20 @@ void AppModel::add(const QList<QUrl>& items, const QList<QUrl>& selectedFolders)
                 setNotice(counted(count, "file", "files") +
                           QStringLiteral(" added. Some unsupported items were skipped."));
             else
-                setNotice(counted(count, "file", "files") +
-                          QStringLiteral(" · naturally sorted by name"));
+                setNotice(counted(count, "file", "files") + sortedBy());
         });
+}
+
+// The order the preview lists the batch in: natural filename order unless
+// the rules number it by a date or by size.
+QString AppModel::sortedBy() const {
+    if (mode_ != RenameMode::rules || rules_.order == NameOrder::name)
+        return QStringLiteral(" · naturally sorted by name");
+    QString key = rules_.order == NameOrder::taken      ? QStringLiteral("date taken")
+                  : rules_.order == NameOrder::modified ? QStringLiteral("date modified")
+                                                        : QStringLiteral("size");
+    return QStringLiteral(" · sorted by ") + key +
+           (rules_.descending ? QStringLiteral(", descending") : QString());
 }
 
 bool AppModel::receiveDrop(const QMimeData& data) {

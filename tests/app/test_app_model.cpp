@@ -541,6 +541,16 @@ void AppModelTest::addingAsksForUngrantedFoldersAndSummarises() {
     QCOMPARE(dialogs->openRequests.size(), 2);
     QCOMPARE(model->notice(), "5 files added. Some unsupported items were skipped.");
     QVERIFY(model->importDetails().startsWith("Sub: "));
+
+    // Numbered by date, the batch says so.
+    RenameRules byDate = model->rules();
+    byDate.order = NameOrder::taken;
+    byDate.descending = true;
+    model->setRules(byDate);
+    disk->file("Loose/4.txt");
+    model->add({disk->url("Loose/4.txt")}, {});
+    QVERIFY(settled(*model));
+    QCOMPARE(model->notice(), u"6 files · sorted by date taken, descending"_s);
 }
 
 void AppModelTest::folderGrantsNeedTheExactUnchangedFolder() {
