@@ -219,6 +219,16 @@ void interruptEveryUndoStep(const QStringList& files, const QStringList& newName
     }
 }
 
+// Each file of `files` under `root`, with its content.
+void writeFiles(const QString& root, const Layout& files) {
+    for (auto it = files.begin(); it != files.end(); ++it) {
+        QDir().mkpath(QFileInfo(root + "/" + it.key()).path());
+        QFile file(root + "/" + it.key());
+        if (!file.open(QIODevice::WriteOnly) || file.write(it.value().toUtf8()) < 0)
+            qFatal("cannot write a test file");
+    }
+}
+
 // Whether the folder's file system refuses RENAME_NOREPLACE, as NFS does.
 bool refusesExclusiveRename(const QString& folder) {
     QFile probe(folder + "/probe");
@@ -570,11 +580,7 @@ void CrashRecoveryTest::aNameTakenOnAFuseVolumeIsNeverReplaced() {
         QSKIP(qPrintable(whyNot));
     TemporaryFolder disk;
     const QString root = volume->path();
-    QDir().mkpath(root + "/d");
-    for (const char* name : {"a", "b"}) {
-        QFile file(root + "/d/" + name + ".txt");
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(name) == 1);
-    }
+    writeFiles(root, {{"d/a.txt", "a"}, {"d/b.txt", "b"}});
     // linkat calls: 1 the journal, 2 the probe, 3-4 phase one, 5 phase two:
     // another program takes x.txt after the probe found the volume usable.
     Run run =
@@ -597,10 +603,7 @@ void CrashRecoveryTest::anotherVolumeMountedInAFuseVolumesPlaceIsNotTakenForIt()
         QSKIP(qPrintable(whyNot));
     TemporaryFolder disk;
     const QString root = volume->path();
-    QDir().mkpath(root + "/d");
-    QFile file(root + "/d/a.txt");
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("a") == 1);
-    file.close();
+    writeFiles(root, {{"d/a.txt", "a"}});
     QCOMPARE(drive(disk.at("journal"), {"execute", root + "/d/a.txt=x.txt"}).exitCode, 0);
     const QString source = QFileInfo(root).path() + "/source";
     const QString other = disk.at("other");
