@@ -50,6 +50,9 @@ AppModel::AppModel(const PlatformServices& services, const Startup& startup, QOb
     : QObject(parent), services(services),
       demo(startup.arguments.contains(QStringLiteral("--demo"))), environment(startup.environment) {
     previewDelay.setSingleShot(true);
+    // A coarse timer may fire 5% early or late; the preview is owed exactly
+    // its wait, and every late millisecond shows while typing.
+    previewDelay.setTimerType(Qt::PreciseTimer);
     previewDelay.setInterval(previewDelayMilliseconds);
     connect(&previewDelay, &QTimer::timeout, this, [this] {
         // Rules that name or order by date wait for the dates; the reading's

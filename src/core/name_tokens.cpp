@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QStringView>
+#include <QVarLengthArray>
 
 namespace {
 
@@ -18,8 +19,12 @@ enum class Token { none, taken, modified, folder, name };
 
 // A "{" that another "{" follows before any "}" is plain text, so "{{name}"
 // is a brace and a token.
-QList<Braced> bracedRuns(QStringView text) {
-    QList<Braced> runs;
+// Rules hold a few tokens at most, and every file of every preview parses
+// them, so the runs stay on the stack.
+using BracedRuns = QVarLengthArray<Braced, 4>;
+
+BracedRuns bracedRuns(QStringView text) {
+    BracedRuns runs;
     qsizetype open = -1;
     for (qsizetype index = 0; index < text.size(); ++index) {
         if (text[index] == QLatin1Char('{')) {

@@ -120,7 +120,9 @@ NameTokens::Expansion RenameRules::proposal(const QString& name, std::int64_t in
     // stands in the name as one private-use character while they apply, and
     // takes its place again after.
     QStringList dates;
-    const bool standIns = !holdsStandIn(name + baseName + replacement + prefix + suffix);
+    const bool standIns = !holdsStandIn(name) && !holdsStandIn(baseName) &&
+                          !holdsStandIn(replacement) && !holdsStandIn(prefix) &&
+                          !holdsStandIn(suffix);
     auto standIn = [&dates](const QString& date) {
         qsizetype at = dates.indexOf(date);
         if (at < 0 && dates.size() > lastStandIn - firstStandIn)

@@ -1,5 +1,6 @@
 #include "core/rule_preview.h"
 
+#include "core/parallel_ranges.h"
 #include "core/rename_preview.h"
 
 #include <algorithm>
@@ -62,18 +63,25 @@ QList<qsizetype> order(const QList<FileRecord>& files, const QList<std::optional
 
 QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional<FileFacts>>& facts,
                        const RenameRules& rules, bool checkWindows) {
-    QList<qsizetype> positions = order(files, facts, rules);
-    QList<RenameIntent> intents;
-    QList<NameTokens::Expansion> proposals;
-    intents.reserve(files.size());
-    proposals.reserve(files.size());
-    for (qsizetype index = 0; index < positions.size(); ++index) {
-        const FileRecord& file = files[positions[index]];
-        proposals.append(rules.proposal(file.name(), index,
-                                        FilePath::lastComponent(file.folderPath()),
-                                        factsAt(facts, positions[index])));
-        intents.append({file, proposals.back().text});
-    }
+    const QList<qsizetype> positions = order(files, facts, rules);
+    QList<RenameIntent> intents(positions.size());
+    QList<NameTokens::Expansion> proposals(positions.size());
+    ParallelRanges::run(positions.size(), [&, made = proposals.data(),
+                                           named = intents.data()](qsizetype begin, qsizetype end) {
+        QString folderPath;
+        QString folder;
+        for (qsizetype index = begin; index < end; ++index) {
+            const FileRecord& file = files[positions[index]];
+            // Neighbours mostly share a folder; its name is worked out once.
+            if (QString path = file.folderPath(); path != folderPath) {
+                folder = FilePath::lastComponent(path);
+                folderPath = path;
+            }
+            made[index] =
+                rules.proposal(file.name(), index, folder, factsAt(facts, positions[index]));
+            named[index] = {file, made[index].text};
+        }
+    });
     QList<PreviewRow> rows = RenamePreview::rows(intents, checkWindows);
     for (qsizetype index = 0; index < rows.size(); ++index) {
         // A token that stands for nothing made a name nobody asked for; that
