@@ -90,6 +90,7 @@ AppModel::AppModel(const PlatformServices& services, const Startup& startup, QOb
 
 AppModel::~AppModel() {
     previewDelay.stop();
+    abandonObservation(pendingInputs);
 }
 
 QString AppModel::demoRoot(const QProcessEnvironment& environment) {
@@ -271,9 +272,11 @@ void AppModel::refreshPreview() {
     previewDelay.stop();
     ++previewGeneration;
     assign(previewing_, true, &AppModel::previewingChanged);
+    abandonObservation(pendingInputs);
     pendingInputs = PreviewInputs{
         files_,        knownFacts(rules_, mode_), rules_, mode_, mappingText_, mappingFormat_,
-        checkWindows_, mappingInputError_};
+        checkWindows_, mappingInputError_,        {},     {}};
+    startObservation(*pendingInputs);
     previewDelay.start();
 }
 

@@ -271,6 +271,7 @@ void AppModel::clear() {
     setMappingFormat(MappingFormat::automatic);
     // Nothing is left to preview: the pending computation is dropped for good.
     previewDelay.stop();
+    abandonObservation(pendingInputs);
     pendingInputs.reset();
     ++previewGeneration;
     assign(previewing_, false, &AppModel::previewingChanged);

@@ -5,12 +5,17 @@
 #include "core/rule_preview.h"
 #include "core/volume_note.h"
 
+#include <QtConcurrent/QtConcurrentRun>
+
 PreviewResult computePreview(const PreviewInputs& inputs) {
     PreviewResult result;
     result.volumeNote = VolumeNote::forFiles(inputs.files);
     if (inputs.mode == RenameMode::rules) {
         result.rows =
-            RulePreview::rows(inputs.files, inputs.facts, inputs.rules, inputs.checkWindows);
+            inputs.observation.isValid()
+                ? RulePreview::rows(inputs.files, inputs.facts, inputs.rules, inputs.checkWindows,
+                                    inputs.observation.result())
+                : RulePreview::rows(inputs.files, inputs.facts, inputs.rules, inputs.checkWindows);
         return result;
     }
     MappingDocument document;
@@ -23,4 +28,19 @@ PreviewResult computePreview(const PreviewInputs& inputs) {
     result.diagnostics = preview.diagnostics;
     result.mappingCount = document.entries.size();
     return result;
+}
+
+void startObservation(PreviewInputs& inputs) {
+    if (inputs.mode != RenameMode::rules || inputs.files.isEmpty())
+        return;
+    inputs.observationSuperseded = std::make_shared<std::atomic<bool>>(false);
+    inputs.observation =
+        QtConcurrent::run([files = inputs.files, superseded = inputs.observationSuperseded] {
+            return BatchObservation::take(files, superseded.get());
+        });
+}
+
+void abandonObservation(const std::optional<PreviewInputs>& inputs) {
+    if (inputs && inputs->observationSuperseded)
+        inputs->observationSuperseded->store(true);
 }

@@ -9,9 +9,14 @@
 #include "core/preview_row.h"
 #include "core/rename_rules.h"
 
+#include "core/batch_observation.h"
+
+#include <QFuture>
 #include <QList>
 #include <QString>
 
+#include <atomic>
+#include <memory>
 #include <optional>
 
 // A snapshot of everything a preview depends on, taken by value so the model
@@ -27,6 +32,10 @@ struct PreviewInputs {
     MappingFormat mappingFormat = MappingFormat::automatic;
     bool checkWindows = false;
     std::optional<QString> mappingInputError;
+    // The disk as found after the last change, taken while the preview waits
+    // out its delay; invalid when the computation takes it itself.
+    QFuture<BatchObservation> observation;
+    std::shared_ptr<std::atomic<bool>> observationSuperseded;
 };
 
 struct PreviewResult {
@@ -39,3 +48,11 @@ struct PreviewResult {
 // The rows of the batch by the rules, or by the spreadsheet text (or the one
 // problem that kept the text from loading). Never fails; reads the disk.
 PreviewResult computePreview(const PreviewInputs& inputs);
+
+// Starts taking, on the thread pool, the observation that rules-mode `inputs`
+// will be judged against. Reading the disk is most of a preview's work and
+// needs no name, so it runs during the wait that lets typing settle.
+void startObservation(PreviewInputs& inputs);
+
+// Tells the observation of inputs that will never be computed to stop.
+void abandonObservation(const std::optional<PreviewInputs>& inputs);

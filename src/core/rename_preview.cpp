@@ -1,5 +1,6 @@
 #include "core/rename_preview.h"
 
+#include "core/batch_observation.h"
 #include "core/file_safety.h"
 #include "core/filename.h"
 #include "core/natural_order.h"
@@ -35,58 +36,35 @@ struct DestinationKeyHash {
     }
 };
 
-// What every row needs more than once, worked out once: the names a file is
-// known by and the key its proposal collides under.
-struct RowNames {
-    QString name;
-    QString folderPath;
-    QString proposedKey;
-};
-
 struct Tally {
     std::unordered_map<DestinationKey, int, DestinationKeyHash> destinationCount;
     std::unordered_map<FileIdentity, int, FileIdentityHash> identityCount;
 };
 
-Tally tally(const QList<RenameIntent>& intents, const QList<RowNames>& names) {
+Tally tally(const QList<RenameIntent>& intents, const QList<QString>& proposedKeys) {
     Tally counts;
     counts.destinationCount.reserve(std::size_t(intents.size()));
     counts.identityCount.reserve(std::size_t(intents.size()));
     for (qsizetype index = 0; index < intents.size(); ++index) {
         const FileRecord& source = intents[index].source;
-        ++counts.destinationCount[{source.parentIdentity, names[index].proposedKey}];
+        ++counts.destinationCount[{source.parentIdentity, proposedKeys[index]}];
         ++counts.identityCount[source.identity];
     }
     return counts;
 }
 
 // The collision keys of a folder's entries that are not themselves in the
-// batch, or nothing when the folder cannot be listed. `members` holds the
+// batch, or nothing when the folder could not be listed. `members` holds the
 // names of the batch's files in this folder.
-std::optional<QSet<QString>> takenNames(const FileSafety::OpenFolder& folder,
+std::optional<QSet<QString>> takenNames(const BatchObservation::Folder& folder,
                                         const QSet<QString>& members) {
-    auto listing = PosixFileSystem::listFolder(folder.fd.get());
-    if (!listing)
+    if (!folder.entries)
         return std::nullopt;
-    const std::vector<QByteArray>& entries = *listing.value;
-    QList<std::optional<QString>> entryKeys(qsizetype(entries.size()));
-    ParallelRanges::run(
-        entryKeys.size(), [&, keys = entryKeys.data()](qsizetype begin, qsizetype end) {
-            for (qsizetype index = begin; index < end; ++index) {
-                const QByteArray& bytes = entries[std::size_t(index)];
-                // A name that is not UTF-8 still takes its lossy spelling, which is
-                // the cautious side: it can only block a proposal, never let one
-                // through.
-                QString name = FilePath::decodedName(bytes).value_or(QString::fromUtf8(bytes));
-                if (!members.contains(name))
-                    keys[index] = Filename::collisionKey(name);
-            }
-        });
     QSet<QString> keys;
-    keys.reserve(entryKeys.size());
-    for (const std::optional<QString>& key : entryKeys) {
-        if (key)
-            keys.insert(*key);
+    keys.reserve(folder.entries->size());
+    for (const auto& [name, key] : *folder.entries) {
+        if (!members.contains(name))
+            keys.insert(key);
     }
     return keys;
 }
@@ -106,17 +84,11 @@ bool tooLongToJournal(qsizetype folderBytes, const QString& filename) {
            RenameJournal::maximumPathBytes;
 }
 
-// The folder of a group of rows, opened once for all of them.
-struct Folder {
-    std::optional<FileSafety::OpenFolder> open;
-    QString failure;
-    qsizetype pathBytes = 0;
-};
-
 // Checks 1 to 5 of a row: everything but the folder listing.
-std::optional<QString> problemBeforeListing(const RenameIntent& intent, const RowNames& names,
-                                            const Tally& counts, const Folder& folder,
-                                            bool checkWindows) {
+std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QString& proposedKey,
+                                            const BatchObservation::File& file,
+                                            const BatchObservation::Folder& folder,
+                                            const Tally& counts, bool checkWindows) {
     const FileRecord& source = intent.source;
     if (counts.identityCount.at(source.identity) >= 2)
         return QStringLiteral("The same file was included more than once.");
@@ -124,30 +96,27 @@ std::optional<QString> problemBeforeListing(const RenameIntent& intent, const Ro
         return problem;
 
     // The file must still be the very file, in the very folder, that was added.
-    if (auto problem = Filename::problem(names.name))
+    if (auto problem = Filename::problem(file.name))
         return problem;
-    if (!folder.open)
+    if (folder.failure)
         return folder.failure;
-    try {
-        auto now = FileSafety::lookup(*folder.open, names.name);
-        if (!FileIdentity::sameFile(source.identity, now.file) ||
-            !FileIdentity::sameFile(source.parentIdentity, now.folder))
-            return QStringLiteral("This file changed or moved. Remove it and add it again.");
-        bool changes = Filename::canonical(intent.filename) != Filename::canonical(names.name);
-        if (changes && now.renameRefusal)
-            return now.renameRefusal;
-        if (changes && tooLongToJournal(folder.pathBytes, intent.filename))
-            return QStringLiteral("The complete path would be too long to journal safely. Shorten "
-                                  "the folder path or filename.");
-    } catch (const RenameFailure& failure) {
-        return failure.message;
-    }
+    if (!file.now)
+        return file.failure.value_or(QStringLiteral("Cannot inspect the folder."));
+    if (!FileIdentity::sameFile(source.identity, file.now->file) ||
+        !FileIdentity::sameFile(source.parentIdentity, file.now->folder))
+        return QStringLiteral("This file changed or moved. Remove it and add it again.");
+    bool changes = Filename::canonical(intent.filename) != Filename::canonical(file.name);
+    if (changes && file.now->renameRefusal)
+        return file.now->renameRefusal;
+    if (changes && tooLongToJournal(folder.pathBytes, intent.filename))
+        return QStringLiteral("The complete path would be too long to journal safely. Shorten "
+                              "the folder path or filename.");
 
     if (checkWindows) {
         if (auto problem = WindowsFilename::problem(intent.filename))
             return problem;
     }
-    if (counts.destinationCount.at({source.parentIdentity, names.proposedKey}) >= 2)
+    if (counts.destinationCount.at({source.parentIdentity, proposedKey}) >= 2)
         return QStringLiteral(
             "Two files would have the same name (ignoring case and Unicode form).");
     return std::nullopt;
@@ -156,27 +125,37 @@ std::optional<QString> problemBeforeListing(const RenameIntent& intent, const Ro
 } // namespace
 
 QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows) {
+    QList<FileRecord> sources;
+    sources.reserve(intents.size());
+    for (const RenameIntent& intent : intents)
+        sources.append(intent.source);
+    QList<qsizetype> observedAt(intents.size());
+    std::iota(observedAt.begin(), observedAt.end(), 0);
+    return rows(intents, checkWindows, BatchObservation::take(sources), observedAt);
+}
+
+QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
+                       const BatchObservation& observed, const QList<qsizetype>& observedAt) {
+    auto fileOf = [&](qsizetype index) -> const BatchObservation::File& {
+        return observed.files[observedAt[index]];
+    };
     // Between two keystrokes the whole batch is judged again, so the work
     // that needs no order is spread over the processors.
-    QList<RowNames> names(intents.size());
-    ParallelRanges::run(intents.size(), [&, rows = names.data()](qsizetype begin, qsizetype end) {
-        for (qsizetype index = begin; index < end; ++index) {
-            const FileRecord& source = intents[index].source;
-            rows[index] = {source.name(), source.folderPath(),
-                           Filename::collisionKey(intents[index].filename)};
-        }
-    });
-    const Tally counts = tally(intents, names);
+    QList<QString> proposedKeys(intents.size());
+    ParallelRanges::run(intents.size(),
+                        [&, keys = proposedKeys.data()](qsizetype begin, qsizetype end) {
+                            for (qsizetype index = begin; index < end; ++index)
+                                keys[index] = Filename::collisionKey(intents[index].filename);
+                        });
+    const Tally counts = tally(intents, proposedKeys);
 
-    // Rows are judged folder by folder so that each folder is opened once, for
-    // every lookup and its one listing, and only one descriptor is open at a
-    // time however many folders the batch spans.
     QHash<QString, QList<qsizetype>> rowsByFolder;
     QList<QString> folderOrder;
     for (qsizetype index = 0; index < intents.size(); ++index) {
-        auto& members = rowsByFolder[names[index].folderPath];
+        const QString& folderPath = fileOf(index).folderPath;
+        auto& members = rowsByFolder[folderPath];
         if (members.isEmpty())
-            folderOrder.append(names[index].folderPath);
+            folderOrder.append(folderPath);
         members.append(index);
     }
 
@@ -186,39 +165,34 @@ QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows) {
         result.append(PreviewRow{intent, std::nullopt});
 
     for (const QString& folderPath : folderOrder) {
-        Folder folder{std::nullopt, {}, folderPath.toUtf8().size() + 1};
-        try {
-            folder.open = FileSafety::openFolder(folderPath);
-        } catch (const RenameFailure& failure) {
-            folder.failure = failure.message;
-        }
-
+        const BatchObservation::Folder folder = observed.folders.value(folderPath);
         const QList<qsizetype>& members = rowsByFolder[folderPath];
-        ParallelRanges::run(members.size(),
-                            [&, rows = result.data()](qsizetype begin, qsizetype end) {
-                                for (qsizetype member = begin; member < end; ++member) {
-                                    qsizetype index = members[member];
-                                    rows[index].problem = problemBeforeListing(
-                                        intents[index], names[index], counts, folder, checkWindows);
-                                }
-                            });
+        ParallelRanges::run(
+            members.size(), [&, rows = result.data()](qsizetype begin, qsizetype end) {
+                for (qsizetype member = begin; member < end; ++member) {
+                    qsizetype index = members[member];
+                    rows[index].problem =
+                        problemBeforeListing(intents[index], proposedKeys[index], fileOf(index),
+                                             folder, counts, checkWindows);
+                }
+            });
         QList<qsizetype> reachListing;
         QSet<QString> memberNames;
         memberNames.reserve(members.size());
         for (qsizetype index : members) {
-            memberNames.insert(names[index].name);
+            memberNames.insert(fileOf(index).name);
             if (!result[index].problem)
                 reachListing.append(index);
         }
         if (reachListing.isEmpty())
             continue;
 
-        auto taken = takenNames(*folder.open, memberNames);
+        auto taken = takenNames(folder, memberNames);
         for (qsizetype index : reachListing) {
             if (!taken)
                 result[index].problem =
                     QStringLiteral("Cannot read this folder. Check its permissions.");
-            else if (taken->contains(names[index].proposedKey))
+            else if (taken->contains(proposedKeys[index]))
                 result[index].problem =
                     QStringLiteral("A file or folder with this name already exists.");
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/batch_observation.h"
 #include "core/file_record.h"
 #include "core/preview_row.h"
 #include "core/rename_intent.h"
@@ -15,6 +16,12 @@ namespace RenamePreview {
 // becomes a row's sentence. Reads the disk (one lookup per file, at most one
 // listing per folder) and writes nothing.
 QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows);
+
+// The same rows judged against a batch observation taken earlier, which
+// reads nothing more from the disk. The intent at position i is about the
+// observed file at `observedAt[i]`.
+QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
+                       const BatchObservation& observed, const QList<qsizetype>& observedAt);
 
 // The records in natural filename order; equal names (in different folders)
 // by full path. Never touches the disk.

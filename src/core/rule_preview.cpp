@@ -63,6 +63,14 @@ QList<qsizetype> order(const QList<FileRecord>& files, const QList<std::optional
 
 QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional<FileFacts>>& facts,
                        const RenameRules& rules, bool checkWindows) {
+    return rows(files, facts, rules, checkWindows, BatchObservation::take(files));
+}
+
+QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional<FileFacts>>& facts,
+                       const RenameRules& rules, bool checkWindows,
+                       const BatchObservation& observed) {
+    if (observed.abandoned || observed.files.size() != files.size())
+        return rows(files, facts, rules, checkWindows);
     const QList<qsizetype> positions = order(files, facts, rules);
     QList<RenameIntent> intents(positions.size());
     QList<NameTokens::Expansion> proposals(positions.size());
@@ -82,7 +90,7 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
             named[index] = {file, made[index].text};
         }
     });
-    QList<PreviewRow> rows = RenamePreview::rows(intents, checkWindows);
+    QList<PreviewRow> rows = RenamePreview::rows(intents, checkWindows, observed, positions);
     for (qsizetype index = 0; index < rows.size(); ++index) {
         // A token that stands for nothing made a name nobody asked for; that
         // comes before anything the preview found wrong with the name.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/batch_observation.h"
 #include "core/file_facts.h"
 #include "core/file_record.h"
 #include "core/preview_row.h"
@@ -26,5 +27,11 @@ QList<qsizetype> order(const QList<FileRecord>& files, const QList<std::optional
 // RenamePreview::rows does; never fails.
 QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional<FileFacts>>& facts,
                        const RenameRules& rules, bool checkWindows);
+
+// The same rows judged against an observation of `files` taken earlier; one
+// that was abandoned, or is of other files, is taken again.
+QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional<FileFacts>>& facts,
+                       const RenameRules& rules, bool checkWindows,
+                       const BatchObservation& observed);
 
 } // namespace RulePreview
