@@ -1,5 +1,6 @@
 #include "core/rule_preview.h"
 
+#include "core/duplicate_suffix.h"
 #include "core/rename_preview.h"
 
 #include <algorithm>
@@ -74,6 +75,8 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
                                         factsAt(facts, positions[index])));
         intents.append({file, proposals.back().text});
     }
+    if (rules.numberDuplicates)
+        intents = DuplicateSuffix::numbered(intents, rules.duplicateFormat);
     QList<PreviewRow> rows = RenamePreview::rows(intents, checkWindows);
     for (qsizetype index = 0; index < rows.size(); ++index) {
         // A token that stands for nothing made a name nobody asked for; that
