@@ -63,7 +63,9 @@ QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format
         bool listed = false;
         for (auto group = groups.begin(); group != groups.end(); ++group) {
             QList<qsizetype> members = group.value();
-            if (members.size() < 2)
+            // A name no file may have stays refused rather than numbered
+            // into one that passes, as " (2)" would for an empty name.
+            if (members.size() < 2 || Filename::problem(intents[members.front()].filename))
                 continue;
             if (!listed) {
                 onDisk = namesOnDisk(intents[members.front()].source.folderPath(), batchPaths);

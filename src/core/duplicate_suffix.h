@@ -13,8 +13,9 @@ namespace DuplicateSuffix {
 // 2, 3, and so on before the extension, in the order given. The first keeps
 // its name; so does a file whose proposal is its own current name, which then
 // counts as the first. A name that a file outside the batch already holds is
-// left alone, as is a folder that cannot be read: nothing is ever worked
-// around a name on disk, so the preview refuses them. A numbered name may
+// left alone, as is a folder that cannot be read and a name no file may
+// have: nothing is ever worked around a name on disk or a refused name, so
+// the preview refuses them. A numbered name may
 // still collide, and the preview judges it like any other. Lists each folder
 // that has such duplicates; writes nothing.
 QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format);

@@ -260,6 +260,10 @@ void RenamePreviewTest::numberedDuplicates_data() {
     QTest::newRow("a numbered name taken on disk stays a problem")
         << QStringList{"x (2).jpg"} << QStringList{"a.jpg", "b.jpg"} << studio
         << QStringList{"x.jpg", "x (2).jpg|" + taken};
+    QTest::newRow("a name no file may have is not numbered")
+        << none << QStringList{"ab", "ac"}
+        << R"({"regex":true,"find":"a.","numberDuplicates":true})"
+        << QStringList{"|The filename is empty.", "|The filename is empty."};
     QTest::newRow("a numbered name another file gets stays a problem")
         << none << QStringList{"a.jpg", "b.jpg", "x (2).jpg"}
         << R"({"regex":true,"find":"^[ab]$","replacement":"x","numberDuplicates":true})"
