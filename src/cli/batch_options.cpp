@@ -92,7 +92,8 @@ void add(QCommandLineParser& parser) {
                         "dates with a format: {taken:yyyy-MM-dd}."),
          QStringLiteral("text")},
         {QStringLiteral("find"),
-         QStringLiteral("Text to find in each stem (exact, case-sensitive)."),
+         QStringLiteral(
+             "Text to find in each stem (exact, case-sensitive; a pattern with --regex)."),
          QStringLiteral("text")},
         {QStringLiteral("replace"), QStringLiteral("Replacement for every occurrence of --find."),
          QStringLiteral("text")},

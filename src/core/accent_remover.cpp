@@ -33,7 +33,7 @@ AccentRemover::~AccentRemover() = default;
 
 QString AccentRemover::removed(const QString& text) const {
     // Most names are plain ASCII, which has nothing to remove, and the
-    // transliteration costs tens of microseconds a name.
+    // transliteration costs about ten microseconds a name.
     bool ascii =
         std::all_of(text.begin(), text.end(), [](QChar unit) { return unit.unicode() < 0x80; });
     if (ascii || !transliterator->icu)
