@@ -1,7 +1,8 @@
 // How long the preview's three steps take for a full batch of 5,000 files in
 // one folder: importing the folder, judging the rows, sorting the records;
 // then the rules' preview with a regular expression, whole and its names
-// alone, and with a pattern that backtracks without end. Prints the median
+// alone, and with a pattern that backtracks without end, and names without
+// their accents. Prints the median
 // of several runs in milliseconds.
 
 #include "bench_support.h"
@@ -62,6 +63,15 @@ int main(int argc, char** argv) {
         for (qsizetype index = 0; index < imported.files.size(); ++index)
             intents[index].filename = pattern.filename(imported.files[index].name(), index);
     });
+    RenameRules accents;
+    accents.removeAccents = true;
+    QStringList accented;
+    for (int index = 0; index < fileCount; ++index)
+        accented.append(QStringLiteral("Café Ærø Łódź %1.jpg").arg(index));
+    double accentNames = medianMilliseconds([&] {
+        for (qsizetype index = 0; index < accented.size(); ++index)
+            (void)accents.filename(accented[index], index);
+    });
     QList<PreviewRow> patternRows;
     double patternPreview = medianMilliseconds(
         [&] { patternRows = RulePreview::rows(imported.files, {}, pattern, false); });
@@ -84,6 +94,8 @@ int main(int argc, char** argv) {
     out << QStringLiteral("RenamePreview::sorted    %1 ms\n").arg(sort, 0, 'f', 2);
     out << QStringLiteral("RenameRules::filename    %1 ms (regular expression, 5000 names)\n")
                .arg(names, 0, 'f', 2);
+    out << QStringLiteral("RenameRules::filename    %1 ms (remove accents, 5000 accented names)\n")
+               .arg(accentNames, 0, 'f', 2);
     out << QStringLiteral(
                "RulePreview::rows        %1 ms (regular expression, %2 with a problem)\n")
                .arg(patternPreview, 0, 'f', 2)

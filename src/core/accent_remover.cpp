@@ -3,19 +3,49 @@
 #include <unicode/translit.h>
 #include <unicode/unistr.h>
 
-#include <algorithm>
+#include <QList>
 
-// Marks are removed only where they follow a Latin letter once decomposed;
-// ICU's Latin-ASCII then spells the remaining Latin letters, and only those,
-// in ASCII.
+#include <algorithm>
+#include <string>
+
 struct AccentRemover::Transliterator {
     std::unique_ptr<icu::Transliterator> icu;
 };
 
 namespace {
 
-const char16_t rules[] =
-    u"::NFD; ([:Latin:]) [:Mn:]+ > $1; ::NFC; ::[[:Latin:]-[:ASCII:]] Latin-ASCII;";
+// ICU's Latin-ASCII, on Latin letters outside ASCII only: "Æ" to "AE", "ß" to
+// "ss", "Ł" to "L". It costs about ten microseconds a name, so the marks,
+// the common case, come off before it without it.
+const char16_t rules[] = u"::[[:Latin:]-[:ASCII:]] Latin-ASCII;";
+
+bool isAscii(const QString& text) {
+    return std::all_of(text.begin(), text.end(), [](QChar unit) { return unit.unicode() < 0x80; });
+}
+
+// The text decomposed without the nonspacing marks that follow a Latin
+// letter, composed again. Marks on the letters of other scripts stay.
+QString withoutLatinMarks(const QString& text) {
+    std::u32string kept;
+    bool afterLatin = false;
+    for (uint character : text.normalized(QString::NormalizationForm_D).toUcs4()) {
+        bool mark = QChar::category(character) == QChar::Mark_NonSpacing;
+        if (mark && afterLatin)
+            continue;
+        if (!mark)
+            afterLatin = QChar::script(character) == QChar::Script_Latin;
+        kept.push_back(char32_t(character));
+    }
+    return QString::fromUcs4(kept.data(), qsizetype(kept.size()))
+        .normalized(QString::NormalizationForm_C);
+}
+
+bool holdsLatinBeyondAscii(const QString& text) {
+    const QList<uint> characters = text.toUcs4();
+    return std::any_of(characters.begin(), characters.end(), [](uint character) {
+        return character >= 0x80 && QChar::script(character) == QChar::Script_Latin;
+    });
+}
 
 } // namespace
 
@@ -23,8 +53,8 @@ AccentRemover::AccentRemover() : transliterator(std::make_unique<Transliterator>
     UErrorCode status = U_ZERO_ERROR;
     UParseError error;
     transliterator->icu.reset(icu::Transliterator::createFromRules(
-        "Tessary-RemoveAccents", icu::UnicodeString(rules), UTRANS_FORWARD, error, status));
-    // Without ICU's data the names keep their accents rather than fail.
+        "Tessary-LatinASCII", icu::UnicodeString(rules), UTRANS_FORWARD, error, status));
+    // Without ICU's data such letters keep their spelling rather than fail.
     if (U_FAILURE(status))
         transliterator->icu.reset();
 }
@@ -32,14 +62,13 @@ AccentRemover::AccentRemover() : transliterator(std::make_unique<Transliterator>
 AccentRemover::~AccentRemover() = default;
 
 QString AccentRemover::removed(const QString& text) const {
-    // Most names are plain ASCII, which has nothing to remove, and the
-    // transliteration costs about ten microseconds a name.
-    bool ascii =
-        std::all_of(text.begin(), text.end(), [](QChar unit) { return unit.unicode() < 0x80; });
-    if (ascii || !transliterator->icu)
+    if (isAscii(text))
         return text;
-    icu::UnicodeString converted(reinterpret_cast<const char16_t*>(text.utf16()),
-                                 int32_t(text.size()));
+    QString result = withoutLatinMarks(text);
+    if (!transliterator->icu || !holdsLatinBeyondAscii(result))
+        return result;
+    icu::UnicodeString converted(reinterpret_cast<const char16_t*>(result.utf16()),
+                                 int32_t(result.size()));
     {
         QMutexLocker lock(&mutex);
         transliterator->icu->transliterate(converted);
