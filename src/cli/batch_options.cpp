@@ -92,10 +92,27 @@ void add(QCommandLineParser& parser) {
                         "dates with a format: {taken:yyyy-MM-dd}."),
          QStringLiteral("text")},
         {QStringLiteral("find"),
-         QStringLiteral("Text to find in each stem (exact, case-sensitive)."),
+         QStringLiteral(
+             "Text to find in each stem (exact, case-sensitive; a pattern with --regex)."),
          QStringLiteral("text")},
         {QStringLiteral("replace"), QStringLiteral("Replacement for every occurrence of --find."),
          QStringLiteral("text")},
+        {QStringLiteral("regex"),
+         QStringLiteral("Read --find as a regular expression; --replace may then hold $1 to $9 "
+                        "and ${name} for its groups, and \\U or \\L up to \\E for upper or "
+                        "lower case.")},
+        {QStringLiteral("remove-accents"),
+         QStringLiteral("Take the accents off Latin letters after --find (café becomes cafe, "
+                        "Ærø AEro).")},
+        {QStringLiteral("number-duplicates"),
+         QStringLiteral("Number the files of the batch that would get the same name, all but "
+                        "the first: a.jpg, a (2).jpg. A name already on disk is never numbered "
+                        "around.")},
+        {QStringLiteral("duplicate-format"),
+         QStringLiteral("How --number-duplicates numbers: %1 (default parentheses); implies "
+                        "--number-duplicates.")
+             .arg(choices<DuplicateFormat>(allDuplicateFormats)),
+         QStringLiteral("format")},
         {QStringLiteral("prefix"), QStringLiteral("Text put before the stem."),
          QStringLiteral("text")},
         {QStringLiteral("suffix"), QStringLiteral("Text put after the stem."),
@@ -181,13 +198,32 @@ RenameRules rules(const QCommandLineParser& parser) {
     }
     if (parser.isSet(QStringLiteral("descending")))
         rules.descending = true;
+    if (parser.isSet(QStringLiteral("regex")))
+        rules.regex = true;
+    if (rules.regex && !rules.find.isEmpty()) {
+        if (auto problem = rules.compiled.find(rules.find).problem)
+            throw UsageError(*problem);
+    }
+    if (parser.isSet(QStringLiteral("remove-accents")))
+        rules.removeAccents = true;
+    if (parser.isSet(QStringLiteral("number-duplicates")))
+        rules.numberDuplicates = true;
+    if (parser.isSet(QStringLiteral("duplicate-format"))) {
+        auto format = duplicateFormatFromRaw(parser.value(QStringLiteral("duplicate-format")));
+        if (!format)
+            throw UsageError(QStringLiteral("--duplicate-format takes one of %1.")
+                                 .arg(choices<DuplicateFormat>(allDuplicateFormats)));
+        rules.numberDuplicates = true;
+        rules.duplicateFormat = *format;
+    }
     return rules;
 }
 
 MappingDocument mapping(const QCommandLineParser& parser) {
     for (const char* option :
          {"recipe", "rules", "base-name", "find", "replace", "prefix", "suffix", "case",
-          "separator", "sequence", "start", "digits", "order", "descending"}) {
+          "separator", "sequence", "start", "digits", "order", "descending", "regex",
+          "remove-accents", "number-duplicates", "duplicate-format"}) {
         if (parser.isSet(QLatin1String(option)))
             throw UsageError(
                 QStringLiteral("Use either --mapping or naming-rule options, not both."));

@@ -108,4 +108,11 @@ QString canonical(const QString& name) {
     return name.normalized(QString::NormalizationForm_C);
 }
 
+qsizetype extensionPeriod(const QString& name) {
+    auto period = name.lastIndexOf(QLatin1Char('.'));
+    if (period <= 0 || period == name.size() - 1)
+        return name.size();
+    return period;
+}
+
 } // namespace Filename

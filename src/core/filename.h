@@ -23,4 +23,9 @@ QString collisionKey(const QString& name);
 // Composed form, for deciding whether a name changes at all.
 QString canonical(const QString& name);
 
+// The position of the period that starts the extension, or the length of
+// `name` when it has none. A name whose only period is its first or last
+// character has no extension: "Report." and ".profile" stay whole.
+qsizetype extensionPeriod(const QString& name);
+
 } // namespace Filename

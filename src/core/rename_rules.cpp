@@ -1,5 +1,6 @@
 #include "core/rename_rules.h"
 
+#include "core/filename.h"
 #include "core/json_fields.h"
 #include "core/rename_failure.h"
 
@@ -15,12 +16,10 @@ struct SplitName {
     QString extension;
 };
 
-// A name whose only period is its first or last character has no extension:
-// "Report." and ".profile" stay whole, so the default rules change nothing.
+// "Report." and ".profile" have no extension, so the default rules change
+// nothing.
 SplitName split(const QString& name) {
-    auto period = name.lastIndexOf(QLatin1Char('.'));
-    if (period <= 0 || period == name.size() - 1)
-        return {name, {}};
+    qsizetype period = Filename::extensionPeriod(name);
     return {name.left(period), name.mid(period + 1)};
 }
 
@@ -147,10 +146,22 @@ NameTokens::Expansion RenameRules::proposal(const QString& name, std::int64_t in
     if (!baseName.isEmpty())
         stem = expanded(baseName);
     // Literal, case-sensitive, code unit by code unit, and only in the stem.
-    if (!find.isEmpty())
+    if (!find.isEmpty() && !regex)
         stem.replace(find, expanded(replacement), Qt::CaseSensitive);
-    QString result =
-        withSeparators(withCase(expanded(prefix) + stem + expanded(suffix), nameCase), separator);
+    if (!find.isEmpty() && regex) {
+        // Tokens first: the groups of a match then fill what they left.
+        FindPattern::Compiled pattern = compiled.find(find);
+        FindPattern::Replaced replaced =
+            pattern.problem ? FindPattern::Replaced{stem, pattern.problem}
+                            : FindPattern::replaced(stem, pattern.regex, expanded(replacement));
+        stem = replaced.text;
+        if (!proposal.problem)
+            proposal.problem = replaced.problem;
+    }
+    QString assembled = expanded(prefix) + stem + expanded(suffix);
+    if (removeAccents)
+        assembled = compiled.withoutAccents(assembled);
+    QString result = withSeparators(withCase(assembled, nameCase), separator);
     for (qsizetype at = 0; at < dates.size(); ++at)
         result.replace(QChar(char16_t(firstStandIn + at)), dates[at]);
     if (sequence)
@@ -172,18 +183,23 @@ bool RenameRules::usesFacts() const {
 }
 
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {
-    json = nlohmann::ordered_json{{"baseName", rules.baseName.toStdString()},
-                                  {"find", rules.find.toStdString()},
-                                  {"replacement", rules.replacement.toStdString()},
-                                  {"prefix", rules.prefix.toStdString()},
-                                  {"suffix", rules.suffix.toStdString()},
-                                  {"nameCase", rawValue(rules.nameCase).toStdString()},
-                                  {"separator", rawValue(rules.separator).toStdString()},
-                                  {"sequence", rules.sequence},
-                                  {"sequenceStart", rules.sequenceStart},
-                                  {"sequencePadding", rules.sequencePadding},
-                                  {"order", rawValue(rules.order).toStdString()},
-                                  {"descending", rules.descending}};
+    json =
+        nlohmann::ordered_json{{"baseName", rules.baseName.toStdString()},
+                               {"find", rules.find.toStdString()},
+                               {"replacement", rules.replacement.toStdString()},
+                               {"prefix", rules.prefix.toStdString()},
+                               {"suffix", rules.suffix.toStdString()},
+                               {"nameCase", rawValue(rules.nameCase).toStdString()},
+                               {"separator", rawValue(rules.separator).toStdString()},
+                               {"sequence", rules.sequence},
+                               {"sequenceStart", rules.sequenceStart},
+                               {"sequencePadding", rules.sequencePadding},
+                               {"order", rawValue(rules.order).toStdString()},
+                               {"descending", rules.descending},
+                               {"regex", rules.regex},
+                               {"removeAccents", rules.removeAccents},
+                               {"numberDuplicates", rules.numberDuplicates},
+                               {"duplicateFormat", rawValue(rules.duplicateFormat).toStdString()}};
 }
 
 void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
@@ -213,5 +229,17 @@ void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
     }
     if (fields.has("descending"))
         decoded.descending = fields.boolean("descending");
+    if (fields.has("regex"))
+        decoded.regex = fields.boolean("regex");
+    if (fields.has("removeAccents"))
+        decoded.removeAccents = fields.boolean("removeAccents");
+    if (fields.has("numberDuplicates"))
+        decoded.numberDuplicates = fields.boolean("numberDuplicates");
+    if (fields.has("duplicateFormat")) {
+        auto format = duplicateFormatFromRaw(fields.string("duplicateFormat"));
+        if (!format)
+            throw RenameFailure(QStringLiteral("The key “duplicateFormat” names no format."));
+        decoded.duplicateFormat = *format;
+    }
     rules = decoded;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/compiled_patterns.h"
+#include "core/duplicate_format.h"
 #include "core/file_facts.h"
 #include "core/name_case.h"
 #include "core/name_order.h"
@@ -32,6 +34,15 @@ struct RenameRules {
     // the natural filename order.
     NameOrder order = NameOrder::name;
     bool descending = false;
+    // `find` is a regular expression (FindPattern) rather than literal text.
+    bool regex = false;
+    // Accents come off after find and replace, from the prefix, stem and
+    // suffix (AccentRemover).
+    bool removeAccents = false;
+    // Files of the batch that would get the same name are numbered
+    // (DuplicateSuffix) rather than refused.
+    bool numberDuplicates = false;
+    DuplicateFormat duplicateFormat = DuplicateFormat::parentheses;
 
     // The proposed name for a file currently called `name` at zero-based
     // position `index` of the batch, in the folder called `folder`, with the
@@ -48,12 +59,16 @@ struct RenameRules {
     // file's facts.
     bool usesFacts() const;
 
+    // Shared by copies and never part of a comparison.
+    CompiledPatterns compiled;
+
     friend bool operator==(const RenameRules&, const RenameRules&) = default;
 };
 
-// All twelve keys are written. The ten that rules always had are required
+// All sixteen keys are written. The ten that rules always had are required
 // when decoding: a missing key, a wrong type or an unknown case throws
-// RenameFailure. "order" and "descending" came later and take their defaults
+// RenameFailure. "order", "descending", "regex", "removeAccents",
+// "numberDuplicates" and "duplicateFormat" came later and take their defaults
 // when absent, so rules and recipes saved before them still load.
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules);
 void from_json(const nlohmann::ordered_json& json, RenameRules& rules);

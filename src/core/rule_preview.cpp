@@ -1,5 +1,6 @@
 #include "core/rule_preview.h"
 
+#include "core/duplicate_suffix.h"
 #include "core/parallel_ranges.h"
 #include "core/rename_preview.h"
 
@@ -90,6 +91,8 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
             named[index] = {file, made[index].text};
         }
     });
+    if (rules.numberDuplicates)
+        intents = DuplicateSuffix::numbered(intents, rules.duplicateFormat);
     QList<PreviewRow> rows = RenamePreview::rows(intents, checkWindows, observed, positions);
     for (qsizetype index = 0; index < rows.size(); ++index) {
         // A token that stands for nothing made a name nobody asked for; that

@@ -7,6 +7,7 @@
 #include "ui/toggle_switch.h"
 #include "ui/windows_check_control.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -133,6 +134,18 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     replaceSection->setSpacing(5);
     replaceSection->addWidget(InspectorText::section(QStringLiteral("FIND & REPLACE")));
     replaceSection->addLayout(replaceRow);
+    // Under both fields, as a long sentence would not fit under one.
+    patternProblem = InspectorText::note(QString());
+    patternProblem->setAccessibleName(QStringLiteral("Find pattern problem"));
+    // The red of a problem in the preview.
+    patternProblem->setStyleSheet(QStringLiteral("color: #b42b2b;"));
+    patternProblem->hide();
+    replaceSection->addWidget(patternProblem);
+    regex = new QCheckBox(QStringLiteral("Regular expression"));
+    regex->setToolTip(QStringLiteral(
+        "Find by pattern. The replacement takes the pattern's groups as $1 to $9 or ${name}, "
+        "and \\U or \\L up to \\E for upper or lower case."));
+    replaceSection->addWidget(regex, 0, Qt::AlignLeft);
     layout->addLayout(replaceSection);
 
     auto* affixes = new QHBoxLayout;
@@ -169,6 +182,11 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     choices->addLayout(InspectorText::labelled(QStringLiteral("LETTER CASE"), letterCase), 1);
     choices->addLayout(InspectorText::labelled(QStringLiteral("SEPARATORS"), separators), 1);
     layout->addLayout(choices);
+
+    removeAccents = new ToggleSwitch(QStringLiteral("Remove accents"));
+    removeAccents->setToolTip(
+        QStringLiteral("café becomes cafe, Ærø becomes AEro. Other scripts keep their letters."));
+    layout->addWidget(removeAccents);
 
     order = choice(QStringLiteral("Order"));
     order->setToolTip(QStringLiteral("The order of the preview and of the sequence numbers. "
@@ -208,6 +226,23 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     numbering->addLayout(InspectorText::labelled(QStringLiteral("START AT"), start), 1);
     numbering->addLayout(InspectorText::labelled(QStringLiteral("DIGITS"), digits), 1);
     layout->addLayout(numbering);
+
+    numberDuplicates = new ToggleSwitch(QStringLiteral("Number duplicates"));
+    numberDuplicates->setToolTip(
+        QStringLiteral("Files that would get the same name are numbered in the preview's order, "
+                       "all but the first. A name already taken on disk stays a conflict."));
+    duplicateFormat = choice(QStringLiteral("Duplicate number format"));
+    for (DuplicateFormat format : allDuplicateFormats)
+        duplicateFormat->addItem(QStringLiteral("name") + numbered(format, 2),
+                                 static_cast<int>(format));
+    layout->addWidget(numberDuplicates);
+    // Half the width, as each of the sequence's two choices above.
+    auto* duplicates = new QHBoxLayout;
+    duplicates->setSpacing(10);
+    duplicates->addLayout(InspectorText::labelled(QStringLiteral("NUMBERED AS"), duplicateFormat),
+                          1);
+    duplicates->addStretch(1);
+    layout->addLayout(duplicates);
     layout->addStretch(1);
 
     footer()->addWidget(new WindowsCheckControl(model, this));
@@ -235,6 +270,16 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     connect(direction, &QComboBox::activated, this, [this] {
         bool descending = direction->currentData().toInt() == 1;
         edit([descending](RenameRules& rules) { rules.descending = descending; });
+    });
+    connect(regex, &QCheckBox::clicked, this,
+            [this](bool on) { edit([on](RenameRules& rules) { rules.regex = on; }); });
+    connect(removeAccents, &QCheckBox::clicked, this,
+            [this](bool on) { edit([on](RenameRules& rules) { rules.removeAccents = on; }); });
+    connect(numberDuplicates, &QCheckBox::clicked, this,
+            [this](bool on) { edit([on](RenameRules& rules) { rules.numberDuplicates = on; }); });
+    connect(duplicateFormat, &QComboBox::activated, this, [this] {
+        auto chosen = static_cast<DuplicateFormat>(duplicateFormat->currentData().toInt());
+        edit([chosen](RenameRules& rules) { rules.duplicateFormat = chosen; });
     });
     connect(sequence, &QCheckBox::clicked, this,
             [this](bool on) { edit([on](RenameRules& rules) { rules.sequence = on; }); });
@@ -316,11 +361,34 @@ void RulesInspector::showRules() {
         // Braces that hold no token stay in the name as typed, as they always
         // did; a mistyped token must still not pass unnoticed.
         QStringList lines;
-        for (const QString& unknown : NameTokens::unknown(rules.*text.field))
-            lines.append(unknown + QStringLiteral(" is not a token; kept as text"));
+        for (const QString& unknown : NameTokens::unknown(rules.*text.field)) {
+            // ${name} names a group of the pattern.
+            bool group = rules.regex && text.field == &RenameRules::replacement &&
+                         rules.replacement.contains(QLatin1Char('$') + unknown);
+            if (!group)
+                lines.append(unknown + QStringLiteral(" is not a token; kept as text"));
+        }
         text.unknownTokens->setText(lines.join(QLatin1Char('\n')));
         text.unknownTokens->setVisible(!lines.isEmpty());
     }
+    std::optional<QString> problem;
+    if (rules.regex && !rules.find.isEmpty()) {
+        FindPattern::Compiled pattern = rules.compiled.find(rules.find);
+        problem = pattern.problem ? pattern.problem
+                                  : FindPattern::referenceProblem(pattern.regex, rules.replacement);
+    }
+    patternProblem->setText(problem.value_or(QString()));
+    patternProblem->setVisible(problem.has_value());
+    {
+        QSignalBlocker regexBlocker(regex);
+        regex->setChecked(rules.regex);
+        QSignalBlocker accentsBlocker(removeAccents);
+        removeAccents->setChecked(rules.removeAccents);
+        QSignalBlocker duplicatesBlocker(numberDuplicates);
+        numberDuplicates->setChecked(rules.numberDuplicates);
+    }
+    selectData(duplicateFormat, static_cast<int>(rules.duplicateFormat));
+    duplicateFormat->setEnabled(rules.numberDuplicates);
     selectData(letterCase, static_cast<int>(rules.nameCase));
     selectData(separators, static_cast<int>(rules.separator));
     selectData(order, static_cast<int>(rules.order));

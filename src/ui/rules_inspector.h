@@ -9,6 +9,7 @@
 #include <functional>
 
 class AppModel;
+class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -46,6 +47,10 @@ private:
     bool showingRules = false;
     QLabel* subtitle;
     QList<TextField> textFields;
+    QCheckBox* regex;
+    // Why the find pattern cannot be used, under the find field.
+    QLabel* patternProblem;
+    ToggleSwitch* removeAccents;
     QComboBox* letterCase;
     QComboBox* separators;
     QComboBox* order;
@@ -53,4 +58,6 @@ private:
     ToggleSwitch* sequence;
     QLineEdit* start;
     QComboBox* digits;
+    ToggleSwitch* numberDuplicates;
+    QComboBox* duplicateFormat;
 };

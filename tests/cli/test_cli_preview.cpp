@@ -26,6 +26,7 @@ private slots:
     void reportsConflictsAsJsonAndExitsOne();
     void rulesFileIsTheBaseOfExplicitOptions();
     void numbersInTheChosenOrderWithTokens();
+    void findsByPatternWithoutAccentsAndNumbersDuplicates();
     void refusesWhatCannotBeCarriedOut_data();
     void refusesWhatCannotBeCarriedOut();
 
@@ -124,6 +125,19 @@ void CliPreviewTest::numbersInTheChosenOrderWithTokens() {
              (QStringList{"shoot Notes-001.txt", "shoot IMG_9-002.jpg", "shoot IMG_10-003.jpg"}));
 }
 
+void CliPreviewTest::findsByPatternWithoutAccentsAndNumbersDuplicates() {
+    CliOutcome run =
+        cli({"preview", "--json", "--regex", "--find", R"(^(IMG)_\d+$)", "--replace",
+             R"(\L$1\E Café)", "--remove-accents", "--duplicate-format", "underscore", "shoot"},
+            folder->path());
+    QCOMPARE(run.exitCode, 0);
+    auto rows = nlohmann::json::parse(run.out.toStdString())["rows"];
+    QStringList proposed;
+    for (const auto& row : rows)
+        proposed.append(QString::fromStdString(row["proposed"].get<std::string>()));
+    QCOMPARE(proposed, (QStringList{"img Cafe.jpg", "img Cafe_2.jpg", "Notes.txt"}));
+}
+
 void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("sentence");
@@ -140,6 +154,12 @@ void CliPreviewTest::refusesWhatCannotBeCarriedOut_data() {
            "sequence”, “Web-friendly”.";
     QTest::newRow("unknown order") << QStringList{"preview", "--order", "date", "shoot"}
                                    << "--order takes one of name, taken, modified, size.";
+    QTest::newRow("invalid pattern")
+        << QStringList{"preview", "--regex", "--find", "(", "shoot"}
+        << "This regular expression has a mistake at character 2: missing closing parenthesis.";
+    QTest::newRow("unknown duplicate format")
+        << QStringList{"preview", "--duplicate-format", "(2)", "shoot"}
+        << "--duplicate-format takes one of parentheses, space, hyphen, underscore.";
     QTest::newRow("bad number") << QStringList{"preview", "--digits", "three", "shoot"}
                                 << "--digits takes a whole number.";
     QTest::newRow("no path") << QStringList{"preview"}

@@ -1,6 +1,9 @@
 #include "core/rename_preview.h"
+#include "core/rule_preview.h"
 
 #include "temporary_folder.h"
+
+#include <nlohmann/json.hpp>
 
 #include <QFile>
 #include <QTest>
@@ -54,6 +57,21 @@ FileRecord fakeRecord(const QString& path) {
     return FileRecord{path, {}, {}};
 }
 
+// Rules given as the stored JSON keys that differ from the defaults.
+RenameRules rules(const QString& changes) {
+    nlohmann::ordered_json json = RenameRules();
+    json.merge_patch(nlohmann::ordered_json::parse(changes.toStdString()));
+    return json.get<RenameRules>();
+}
+
+// Each row as its proposed name, and its problem after a "|".
+QStringList described(const QList<PreviewRow>& rows) {
+    QStringList lines;
+    for (const PreviewRow& row : rows)
+        lines.append(row.intent.filename + (row.problem ? "|" + *row.problem : QString()));
+    return lines;
+}
+
 } // namespace
 
 class RenamePreviewTest : public QObject {
@@ -64,6 +82,9 @@ private slots:
     void changed();
     void sorted_data();
     void sorted();
+    void numberedDuplicates_data();
+    void numberedDuplicates();
+    void slowPatternOverBatch();
 };
 
 void RenamePreviewTest::rows_data() {
@@ -203,6 +224,82 @@ void RenamePreviewTest::sorted() {
     for (const FileRecord& record : RenamePreview::sorted(records))
         order.append(record.path);
     QCOMPARE(order, expected);
+}
+
+void RenamePreviewTest::numberedDuplicates_data() {
+    QTest::addColumn<QStringList>("entries"); // outside the batch
+    QTest::addColumn<QStringList>("batch");   // in batch order
+    QTest::addColumn<QString>("changes");
+    QTest::addColumn<QStringList>("expected");
+    const QStringList none;
+    const QStringList three{"a.jpg", "b.jpg", "c.jpg"};
+    const char* studio = R"({"baseName":"x","numberDuplicates":true})";
+
+    QTest::newRow("off by default")
+        << none << three << R"({"baseName":"x"})"
+        << QStringList{"x.jpg|" + collision, "x.jpg|" + collision, "x.jpg|" + collision};
+    QTest::newRow("all but the first, in batch order")
+        << none << three << studio << QStringList{"x.jpg", "x (2).jpg", "x (3).jpg"};
+    QTest::newRow("chosen format, before the extension only")
+        << none << QStringList{"a.tar.gz", "b.tar.gz"}
+        << R"({"baseName":"x","numberDuplicates":true,"duplicateFormat":"hyphen"})"
+        << QStringList{"x.gz", "x-2.gz"};
+    QTest::newRow("same name ignoring case")
+        << none << QStringList{"a1.JPG", "A2.jpg"}
+        << R"({"regex":true,"find":"\\d","numberDuplicates":true})"
+        << QStringList{"a.JPG", "A (2).jpg"};
+    QTest::newRow("the file that has the name keeps it")
+        << none << QStringList{"photo copy.jpg", "photo.jpg"}
+        << R"({"find":" copy","numberDuplicates":true})"
+        << QStringList{"photo (2).jpg", "photo.jpg"};
+    QTest::newRow("other folders are other names")
+        << none << QStringList{"one/a.jpg", "two/b.jpg"} << studio << QStringList{"x.jpg", "x.jpg"};
+    QTest::newRow("a name taken on disk stays a problem")
+        << QStringList{"X.jpg"} << QStringList{"a.jpg", "b.jpg"} << studio
+        << QStringList{"x.jpg|" + collision, "x.jpg|" + collision};
+    QTest::newRow("a numbered name taken on disk stays a problem")
+        << QStringList{"x (2).jpg"} << QStringList{"a.jpg", "b.jpg"} << studio
+        << QStringList{"x.jpg", "x (2).jpg|" + taken};
+    QTest::newRow("a name no file may have is not numbered")
+        << none << QStringList{"ab", "ac"}
+        << R"({"regex":true,"find":"a.","numberDuplicates":true})"
+        << QStringList{"|The filename is empty.", "|The filename is empty."};
+    QTest::newRow("a numbered name another file gets stays a problem")
+        << none << QStringList{"a.jpg", "b.jpg", "x (2).jpg"}
+        << R"({"regex":true,"find":"^[ab]$","replacement":"x","numberDuplicates":true})"
+        << QStringList{"x.jpg", "x (2).jpg|" + collision, "x (2).jpg|" + collision};
+}
+
+void RenamePreviewTest::numberedDuplicates() {
+    QFETCH(QStringList, entries);
+    QFETCH(QStringList, batch);
+    QFETCH(QString, changes);
+    QFETCH(QStringList, expected);
+    TemporaryFolder tree;
+    for (const QString& entry : entries)
+        tree.file(entry);
+    QList<FileRecord> files;
+    for (const QString& name : batch) {
+        tree.file(name);
+        files.append(FileRecord::make(tree.url(name)));
+    }
+    QCOMPARE(described(RulePreview::rows(files, {}, rules(changes), false)), expected);
+}
+
+// A pattern that backtracks without end gives up on each name in bounded
+// work; bench_preview prints how long a whole batch takes.
+void RenamePreviewTest::slowPatternOverBatch() {
+    TemporaryFolder tree;
+    QList<FileRecord> files;
+    for (int index = 0; index < 5000; ++index) {
+        QString name = QString(40, 'a') + "!" + QString::number(index) + ".txt";
+        tree.file(name);
+        files.append(FileRecord::make(tree.url(name)));
+    }
+    auto rows = RulePreview::rows(files, {}, rules(R"({"regex":true,"find":"(a+)+[bc]"})"), false);
+    QCOMPARE(rows.size(), files.size());
+    for (const PreviewRow& row : rows)
+        QCOMPARE(row.problem.value_or(QString()), FindPattern::tooSlow);
 }
 
 QTEST_GUILESS_MAIN(RenamePreviewTest)

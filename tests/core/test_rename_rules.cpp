@@ -11,12 +11,13 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-// The keys rules always had, all required, then the two added later, which
+// The keys rules always had, all required, then those added later, which
 // rules saved before them lack.
 const char* const ruleKeys[] = {"baseName",      "find",           "replacement", "prefix",
                                 "suffix",        "nameCase",       "separator",   "sequence",
                                 "sequenceStart", "sequencePadding"};
-const char* const laterKeys[] = {"order", "descending"};
+const char* const laterKeys[] = {"order",         "descending",       "regex",
+                                 "removeAccents", "numberDuplicates", "duplicateFormat"};
 
 Json parsed(const QString& text) {
     return Json::parse(text.toStdString());
@@ -48,6 +49,8 @@ private slots:
     void filename();
     void tokens_data();
     void tokens();
+    void textPower_data();
+    void textPower();
     void rulesJsonRoundTrip();
     void rulesJsonRefused_data();
     void rulesJsonRefused();
@@ -197,11 +200,94 @@ void RenameRulesTest::tokens() {
              QStringList({"{draft}", "{x:y}"}));
 }
 
+void RenameRulesTest::textPower_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("changes");
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<QString>("problem");
+    const char* accents = R"({"removeAccents":true})";
+
+    QTest::newRow("groups with case")
+        << "IMG_4821 holiday.JPG"
+        << R"x({"regex":true,"find":"^IMG_(\\d+) (\\w+)$","replacement":"\\U$2\\E-$1"})x"
+        << "HOLIDAY-4821.JPG" << QString();
+    QTest::newRow("named group, lower case to the end")
+        << "Holiday PHOTO.jpg"
+        << R"x({"regex":true,"find":"(?<what>\\w+) (\\w+)","replacement":"${what}_\\L$2"})x"
+        << "Holiday_photo.jpg" << QString();
+    QTest::newRow("tokens first, then groups, dollar kept")
+        << "IMG_4821.jpg"
+        << R"x({"regex":true,"find":"(\\d+)","replacement":"{folder}-$$$1"})x"
+        << "IMG_Lisbon-$4821.jpg" << QString();
+    QTest::newRow("a period is any character") << "a.b.txt"
+                                               << R"({"regex":true,"find":".","replacement":"_"})"
+                                               << "___.txt" << QString();
+    QTest::newRow("empty matches") << "ab.txt"
+                                   << R"({"regex":true,"find":"x*","replacement":"-"})"
+                                   << "-a-b-.txt" << QString();
+    QTest::newRow("word characters of every script")
+        << "café Ωμέγα.txt"
+        << R"({"regex":true,"find":"\\w+","replacement":"w"})"
+        << "w w.txt" << QString();
+    QTest::newRow("missing group")
+        << "a1.txt"
+        << R"x({"regex":true,"find":"(\\d)","replacement":"$2"})x"
+        << "a$2.txt"
+        << "The regular expression has no group $2; use one of its groups in parentheses.";
+    QTest::newRow("invalid pattern") << "a(b.txt"
+                                     << R"x({"regex":true,"find":"a(b"})x"
+                                     << "a(b.txt"
+                                     << "This regular expression has a mistake at character 4: "
+                                        "missing closing parenthesis.";
+    QTest::newRow("own limit refused")
+        << "aaa.txt"
+        << R"x({"regex":true,"find":"(*LIMIT_MATCH=99999999)a"})x"
+        << "aaa.txt"
+        << "This regular expression cannot begin with a setting such as (*LIMIT_MATCH=…); "
+           "remove it.";
+    QTest::newRow("catastrophic backtracking")
+        << QString(40, 'a') + "!.txt"
+        << R"x({"regex":true,"find":"(a+)+[bc]","replacement":"x"})x" << QString(40, 'a') + "!.txt"
+        << FindPattern::tooSlow;
+
+    QTest::newRow("French") << "Café crème à l'été.txt" << accents << "Cafe creme a l'ete.txt"
+                            << QString();
+    QTest::newRow("German") << "Straße über Öl.txt" << accents << "Strasse uber Ol.txt"
+                            << QString();
+    QTest::newRow("Danish") << "Ærø Åbenrå øl.txt" << accents << "AEro Abenra ol.txt" << QString();
+    QTest::newRow("Polish") << "Łódź Gdańsk żółć.txt" << accents << "Lodz Gdansk zolc.txt"
+                            << QString();
+    QTest::newRow("Vietnamese") << "Nguyễn Đặng phở.txt" << accents << "Nguyen Dang pho.txt"
+                                << QString();
+    QTest::newRow("decomposed") << "e\u0301cole.txt" << accents << "ecole.txt" << QString();
+    QTest::newRow("Greek, Cyrillic, Japanese kept")
+        << "Ελληνικά ёлка йод がぎ 漢字.txt" << accents << "Ελληνικά ёлка йод がぎ 漢字.txt"
+        << QString();
+    QTest::newRow("after replace, with prefix, never the extension")
+        << "tete.é"
+        << R"({"removeAccents":true,"find":"e","replacement":"ê","prefix":"Été "})"
+        << "Ete tete.é" << QString();
+    QTest::newRow("before letter case") << "Ærø.txt"
+                                        << R"({"removeAccents":true,"nameCase":"lower"})"
+                                        << "aero.txt" << QString();
+}
+
+void RenameRulesTest::textPower() {
+    QFETCH(QString, name);
+    QFETCH(QString, changes);
+    QFETCH(QString, expected);
+    QFETCH(QString, problem);
+    NameTokens::Expansion proposal = rules(changes).proposal(name, 0, "Lisbon", std::nullopt);
+    QCOMPARE(proposal.text, expected);
+    QCOMPARE(proposal.problem.value_or(QString()), problem);
+}
+
 void RenameRulesTest::rulesJsonRoundTrip() {
     RenameRules original = rules(R"({"baseName":"B\u00e4se","prefix":"p/","suffix":"\"s\"",
         "nameCase":"title","separator":"space","sequence":true,
         "sequenceStart":-9223372036854775808,"sequencePadding":-7,
-        "order":"taken","descending":true})");
+        "order":"taken","descending":true,"regex":true,"removeAccents":true,
+        "numberDuplicates":true,"duplicateFormat":"underscore"})");
     Json json = original;
     std::vector<std::string> keys;
     for (const auto& item : json.items())
@@ -213,12 +299,12 @@ void RenameRulesTest::rulesJsonRoundTrip() {
     // Keys written by a newer version are ignored, not refused.
     json["comment"] = 1;
     QCOMPARE(json.get<RenameRules>(), original);
-    // Rules saved before the order existed load in natural filename order.
+    // Rules saved before the later keys existed load with their defaults.
     for (const char* key : laterKeys)
         json.erase(key);
-    RenameRules older = json.get<RenameRules>();
-    QCOMPARE(older.order, NameOrder::name);
-    QCOMPARE(older.descending, false);
+    QCOMPARE(json.get<RenameRules>(), rules(R"({"baseName":"B\u00e4se","prefix":"p/",
+        "suffix":"\"s\"","nameCase":"title","separator":"space","sequence":true,
+        "sequenceStart":-9223372036854775808,"sequencePadding":-7})"));
 }
 
 void RenameRulesTest::rulesJsonRefused_data() {
@@ -242,6 +328,10 @@ void RenameRulesTest::rulesJsonRefused_data() {
                                    << "\"date\"";
     QTest::newRow("string for descending") << "/descending"
                                            << "\"true\"";
+    QTest::newRow("number for regex") << "/regex"
+                                      << "1";
+    QTest::newRow("unknown duplicate format") << "/duplicateFormat"
+                                              << "\" (2)\"";
 }
 
 void RenameRulesTest::rulesJsonRefused() {

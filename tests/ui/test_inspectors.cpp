@@ -119,6 +119,7 @@ private slots:
     void startNumberIsClampedBeforeItIsStored();
     void choicesStoreTheirValues();
     void tokenMenuInsertsAndMistypedTokensAreNamed();
+    void patternAccentsAndDuplicateSwitches();
     void rulesFromElsewhereFillTheFieldsWithoutEditing();
     void saveRecipeAndWindowsCheck();
     void spreadsheetCardFollowsTheList();
@@ -296,6 +297,40 @@ void InspectorsTest::tokenMenuInsertsAndMistypedTokensAreNamed() {
     QVERIFY(!shows(&inspector, u"{draft} is not a token; kept as text"_s));
     // What is found is always literal, so its field offers no tokens.
     QVERIFY(named<QLineEdit>(&inspector, u"Find"_s)->actions().isEmpty());
+}
+
+void InspectorsTest::patternAccentsAndDuplicateSwitches() {
+    RulesInspector inspector(*model);
+    inspector.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&inspector));
+    QLineEdit* find = named<QLineEdit>(&inspector, u"Find"_s);
+    typeInto(find, u"^IMG_("_s);
+    const QString mistake =
+        u"This regular expression has a mistake at character 7: missing closing parenthesis."_s;
+    QVERIFY(!shows(&inspector, mistake));
+    QTest::mouseClick(button(&inspector, u"Regular expression"_s), Qt::LeftButton);
+    QVERIFY(model->rules().regex);
+    QVERIFY(shows(&inspector, mistake));
+    // A named group in the replacement is no mistyped token.
+    typeInto(find, u"(?<what>\\w+)"_s);
+    typeInto(named<QLineEdit>(&inspector, u"Replace with"_s), u"${what}"_s);
+    QVERIFY(!shows(&inspector, mistake));
+    QVERIFY(!shows(&inspector, u"{what} is not a token; kept as text"_s));
+
+    QTest::mouseClick(button(&inspector, u"Remove accents"_s), Qt::LeftButton);
+    QVERIFY(model->rules().removeAccents);
+
+    auto* format = named<QComboBox>(&inspector, u"Duplicate number format"_s);
+    QVERIFY(!format->isEnabled());
+    QTest::mouseClick(button(&inspector, u"Number duplicates"_s), Qt::LeftButton);
+    QVERIFY(model->rules().numberDuplicates);
+    QVERIFY(format->isEnabled());
+    QStringList formats;
+    for (int index = 0; index < format->count(); ++index)
+        formats.append(format->itemText(index));
+    QCOMPARE(formats, (QStringList{"name (2)", "name 2", "name-2", "name_2"}));
+    QVERIFY(choose(format, u"name_2"_s));
+    QCOMPARE(model->rules().duplicateFormat, DuplicateFormat::underscore);
 }
 
 void InspectorsTest::rulesFromElsewhereFillTheFieldsWithoutEditing() {

@@ -2,8 +2,9 @@
 // first run, the demo preview, a conflict with its details open, the
 // spreadsheet editor with an issue, each tutorial step, the recovery
 // banner, and a recovery that cannot find a file: the offer to restore the
-// others, its confirmation and the set-aside record afterwards, and photos named by the day they
-// were taken with the token menu open. Run by scripts/render-window; look at every picture.
+// others, its confirmation and the set-aside record afterwards, photos named by the day they
+// were taken with the token menu open, and names made by a pattern with accents removed and
+// duplicates numbered. Run by scripts/render-window; look at every picture.
 //
 //   window-pictures OUTPUT_DIR
 
@@ -269,6 +270,35 @@ int main(int argc, char** argv) {
             save(menu, "20-token-menu");
             menu->hide();
         }
+    }
+    {
+        // A pattern whose groups make the names, accents removed, and the two
+        // cafés that meet numbered; then a pattern with a mistake, named
+        // under the find field and on every row.
+        QString folder = work.path() + "/text/Trip";
+        QDir().mkpath(folder);
+        for (const char* name : {"IMG_4821 Café.jpg", "IMG_4822 café.jpg", "IMG_4823 Ærø.jpg",
+                                 "IMG_4824 Łódź.jpg", "IMG_4825 Nguyễn.jpg"})
+            write(folder + "/" + QString::fromUtf8(name));
+        Session text(work.path() + "/text-session");
+        // Tall enough for every rule at once.
+        text.window.resize(text.window.width(), 900);
+        text.dialogs.openAnswers.append({QUrl::fromLocalFile(folder)});
+        text.model.openFiles(true);
+        waitForPreview(text.model);
+        RenameRules rules;
+        rules.regex = true;
+        rules.find = R"(^IMG_(\d+) (.+)$)";
+        rules.replacement = R"(\L$2)";
+        rules.removeAccents = true;
+        rules.numberDuplicates = true;
+        text.model.setRules(rules);
+        waitForPreview(text.model);
+        save(&text.window, "22-text-power");
+        rules.find = R"(^IMG_(\d+ (.+)$)";
+        text.model.setRules(rules);
+        waitForPreview(text.model);
+        save(&text.window, "23-invalid-pattern");
     }
     {
         // A long rename while it runs, drawn the moment its count passes

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "core/duplicate_format.h"
+#include "core/rename_intent.h"
+
+#include <QList>
+
+// The opt-in way out when several files of a batch would get the same name.
+namespace DuplicateSuffix {
+
+// `intents` with the proposals that another file of the batch would also get
+// in the same folder (the same name ignoring case and Unicode form) numbered
+// 2, 3, and so on before the extension, in the order given. The first keeps
+// its name; so does a file whose proposal is its own current name, which then
+// counts as the first. A name that a file outside the batch already holds is
+// left alone, as is a folder that cannot be read and a name no file may
+// have: nothing is ever worked around a name on disk or a refused name, so
+// the preview refuses them. A numbered name may
+// still collide, and the preview judges it like any other. Lists each folder
+// that has such duplicates; writes nothing.
+QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format);
+
+} // namespace DuplicateSuffix
