@@ -71,6 +71,23 @@ bool showsDate(QStringView format) {
     return false;
 }
 
+// Whether the format shows any part of the time of day (or its zone), so
+// that two moments of one day may read differently.
+bool showsTime(QStringView format) {
+    bool quoted = false;
+    for (QChar character : format) {
+        if (character == QLatin1Char('\''))
+            quoted = !quoted;
+        else if (!quoted && QStringView(u"hHmszaAt").contains(character))
+            return true;
+    }
+    return false;
+}
+
+QString formatted(const QDateTime& when, const QString& format, NameTokens::DateTexts* dateTexts) {
+    return dateTexts ? dateTexts->text(when, format) : when.toString(format);
+}
+
 struct Value {
     QString text;
     std::optional<QString> problem;
@@ -89,7 +106,7 @@ Value dateValue(Token kind, const Braced& run, const NameTokens::Values& values)
     if (kind == Token::taken && facts && facts->problem)
         return {written, facts->problem, false};
     if (kind == Token::taken && facts && facts->taken)
-        return {facts->taken->toString(format), std::nullopt, false};
+        return {formatted(*facts->taken, format, values.dateTexts), std::nullopt, false};
     // A file that is gone has no modified date either; its facts say why.
     if (!facts || !facts->modified.isValid())
         return {written,
@@ -97,7 +114,8 @@ Value dateValue(Token kind, const Braced& run, const NameTokens::Values& values)
                     ? facts->problem
                     : QStringLiteral("The dates of this file have not been read yet."),
                 false};
-    return {facts->modified.toString(format), std::nullopt, kind == Token::taken};
+    return {formatted(facts->modified, format, values.dateTexts), std::nullopt,
+            kind == Token::taken};
 }
 
 Value tokenValue(Token kind, const Braced& run, const NameTokens::Values& values) {
@@ -114,6 +132,20 @@ Value tokenValue(Token kind, const Braced& run, const NameTokens::Values& values
 } // namespace
 
 namespace NameTokens {
+
+QString DateTexts::text(const QDateTime& when, const QString& dateFormat) {
+    if (dateFormat != format) {
+        format = dateFormat;
+        dayOnly = !showsTime(format);
+        key.reset();
+    }
+    std::int64_t now = dayOnly ? when.date().toJulianDay() : when.toMSecsSinceEpoch();
+    if (key != now) {
+        written = when.toString(format);
+        key = now;
+    }
+    return written;
+}
 
 Expansion expanded(const QString& text, const Values& values,
                    const std::function<QString(const QString&)>& dateText) {

@@ -2,9 +2,11 @@
 
 #include "core/file_facts.h"
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 
@@ -15,6 +17,22 @@
 // keep their results.
 namespace NameTokens {
 
+// Dates already written out in a format. Qt takes microseconds to write a
+// date, and a card of photos from one day would have its day written
+// thousands of times on every keystroke. Remembers the last date only, which
+// is enough for a batch in date order; one per thread.
+class DateTexts {
+public:
+    QString text(const QDateTime& when, const QString& format);
+
+private:
+    QString format;
+    // The day when the format shows no time, else the moment; and its text.
+    std::optional<std::int64_t> key;
+    bool dayOnly = false;
+    QString written;
+};
+
 // What the tokens of one file stand for.
 struct Values {
     // The current filename without its extension.
@@ -23,6 +41,9 @@ struct Values {
     QString folder;
     // Absent while the file's facts are unknown (a name made without a file).
     std::optional<FileFacts> facts;
+    // Where dates are written, when the caller keeps them; else each date
+    // is written afresh.
+    DateTexts* dateTexts = nullptr;
 };
 
 struct Expansion {

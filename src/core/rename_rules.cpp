@@ -111,9 +111,10 @@ bool holdsStandIn(const QString& text) {
 
 NameTokens::Expansion RenameRules::proposal(const QString& name, std::int64_t index,
                                             const QString& folder,
-                                            const std::optional<FileFacts>& facts) const {
+                                            const std::optional<FileFacts>& facts,
+                                            NameTokens::DateTexts* dateTexts) const {
     auto [stem, extension] = split(name);
-    const NameTokens::Values values{stem, folder, facts};
+    const NameTokens::Values values{stem, folder, facts, dateTexts};
     // A date keeps the format its token asked for: letter case and
     // separators would turn 2026-05-04 into 2026 05 04. Each distinct date
     // stands in the name as one private-use character while they apply, and

@@ -50,8 +50,10 @@ struct RenameRules {
     // hold tokens (NameTokens). Never fails and never reads the disk: the
     // preview judges whatever comes out, and a token that stands for nothing
     // is the expansion's problem.
+    // `dateTexts`, when given, keeps the dates written for earlier files.
     NameTokens::Expansion proposal(const QString& name, std::int64_t index, const QString& folder,
-                                   const std::optional<FileFacts>& facts) const;
+                                   const std::optional<FileFacts>& facts,
+                                   NameTokens::DateTexts* dateTexts = nullptr) const;
     // The proposed name alone, for a name without a file: {folder} stands for
     // nothing and date tokens stay as written.
     QString filename(const QString& name, std::int64_t index) const;

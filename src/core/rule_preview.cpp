@@ -79,6 +79,7 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
                                            named = intents.data()](qsizetype begin, qsizetype end) {
         QString folderPath;
         QString folder;
+        NameTokens::DateTexts dateTexts;
         for (qsizetype index = begin; index < end; ++index) {
             const FileRecord& file = files[positions[index]];
             // Neighbours mostly share a folder; its name is worked out once.
@@ -86,8 +87,8 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
                 folder = FilePath::lastComponent(path);
                 folderPath = path;
             }
-            made[index] =
-                rules.proposal(file.name(), index, folder, factsAt(facts, positions[index]));
+            made[index] = rules.proposal(file.name(), index, folder,
+                                         factsAt(facts, positions[index]), &dateTexts);
             named[index] = {file, made[index].text};
         }
     });

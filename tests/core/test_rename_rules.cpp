@@ -178,6 +178,8 @@ void RenameRulesTest::tokens_data() {
     QTest::newRow("format on a token that takes none")
         << R"({"suffix":"{folder:yyyy}"})" << true << "IMG_4821{folder:yyyy}.JPG"
         << "{folder} takes no format; remove what follows its colon." << false;
+    QTest::newRow("time of day") << R"({"baseName":"{taken:yyyy-MM-dd HH.mm 'at'}"})" << true
+                                 << "2026-05-04 09.30 at.JPG" << QString() << false;
     QTest::newRow("tokens in find stay literal")
         << R"({"find":"{name}","replacement":"x"})" << true << "IMG_4821.JPG" << QString() << false;
 }
@@ -196,6 +198,16 @@ void RenameRulesTest::tokens() {
     QCOMPARE(proposal.text, expected);
     QCOMPARE(proposal.problem.value_or(QString()), problem);
     QCOMPARE(proposal.usedModifiedDate, usedModifiedDate);
+    // Dates written through the memory of the last one read the same right
+    // after another moment of the same day.
+    NameTokens::DateTexts dateTexts;
+    FileFacts earlier = facts;
+    if (earlier.taken)
+        earlier.taken = earlier.taken->addSecs(-60);
+    earlier.modified = earlier.modified.addSecs(-60);
+    rules(changes).proposal("IMG_4820.JPG", 0, "Lisbon", earlier, &dateTexts);
+    QCOMPARE(rules(changes).proposal("IMG_4821.JPG", 0, "Lisbon", facts, &dateTexts).text,
+             expected);
     QCOMPARE(NameTokens::unknown("{draft} {name} {draft} {x:y}"),
              QStringList({"{draft}", "{x:y}"}));
 }
