@@ -57,31 +57,30 @@ Token token(QStringView key) {
     return Token::none;
 }
 
-// Qt prints letters it does not know as they are, so a format without one
-// letter it does know would put the same text in every name: a mistake, not
-// a choice. Text in single quotes is literal to Qt and counts for nothing.
-bool showsDate(QStringView format) {
+// Whether the format holds one of `letters` outside single quotes, where
+// Qt reads text as literal.
+bool holdsLetter(QStringView format, QStringView letters) {
     bool quoted = false;
     for (QChar character : format) {
         if (character == QLatin1Char('\''))
             quoted = !quoted;
-        else if (!quoted && QStringView(u"dMyhHmszaAt").contains(character))
+        else if (!quoted && letters.contains(character))
             return true;
     }
     return false;
 }
 
+// Qt prints letters it does not know as they are, so a format without one
+// letter it does know would put the same text in every name: a mistake, not
+// a choice.
+bool showsDate(QStringView format) {
+    return holdsLetter(format, u"dMyhHmszaAt");
+}
+
 // Whether the format shows any part of the time of day (or its zone), so
 // that two moments of one day may read differently.
 bool showsTime(QStringView format) {
-    bool quoted = false;
-    for (QChar character : format) {
-        if (character == QLatin1Char('\''))
-            quoted = !quoted;
-        else if (!quoted && QStringView(u"hHmszaAt").contains(character))
-            return true;
-    }
-    return false;
+    return holdsLetter(format, u"hHmszaAt");
 }
 
 QString formatted(const QDateTime& when, const QString& format, NameTokens::DateTexts* dateTexts) {

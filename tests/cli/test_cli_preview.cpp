@@ -16,6 +16,15 @@ void touch(const QString& path) {
     QVERIFY(file.open(QIODevice::WriteOnly));
 }
 
+// The proposed names of a JSON preview, in its order.
+QStringList proposedNames(const CliOutcome& run) {
+    const nlohmann::json preview = nlohmann::json::parse(run.out.toStdString());
+    QStringList proposed;
+    for (const auto& row : preview["rows"])
+        proposed.append(QString::fromStdString(row["proposed"].get<std::string>()));
+    return proposed;
+}
+
 } // namespace
 
 class CliPreviewTest : public QObject {
@@ -117,10 +126,7 @@ void CliPreviewTest::numbersInTheChosenOrderWithTokens() {
                           "--order", "size", "--descending", "shoot"},
                          folder->path());
     QCOMPARE(run.exitCode, 0);
-    auto rows = nlohmann::json::parse(run.out.toStdString())["rows"];
-    QStringList proposed;
-    for (const auto& row : rows)
-        proposed.append(QString::fromStdString(row["proposed"].get<std::string>()));
+    QStringList proposed = proposedNames(run);
     QCOMPARE(proposed,
              (QStringList{"shoot Notes-001.txt", "shoot IMG_9-002.jpg", "shoot IMG_10-003.jpg"}));
 }
@@ -131,10 +137,7 @@ void CliPreviewTest::findsByPatternWithoutAccentsAndNumbersDuplicates() {
              R"(\L$1\E Café)", "--remove-accents", "--duplicate-format", "underscore", "shoot"},
             folder->path());
     QCOMPARE(run.exitCode, 0);
-    auto rows = nlohmann::json::parse(run.out.toStdString())["rows"];
-    QStringList proposed;
-    for (const auto& row : rows)
-        proposed.append(QString::fromStdString(row["proposed"].get<std::string>()));
+    QStringList proposed = proposedNames(run);
     QCOMPARE(proposed, (QStringList{"img Cafe.jpg", "img Cafe_2.jpg", "Notes.txt"}));
 }
 
