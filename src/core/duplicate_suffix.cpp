@@ -1,9 +1,6 @@
 #include "core/duplicate_suffix.h"
 
-#include "core/file_safety.h"
 #include "core/filename.h"
-#include "core/posix_file_system.h"
-#include "core/rename_failure.h"
 
 #include <QHash>
 #include <QSet>
@@ -17,25 +14,19 @@ namespace {
 // one folder.
 using Groups = QHash<QString, QList<qsizetype>>;
 
-// The collision keys of the names in `folderPath` held by files outside the
-// batch, or nothing when the folder cannot be read.
-std::optional<QSet<QString>> namesOnDisk(const QString& folderPath,
-                                         const QSet<QString>& batchPaths) {
-    try {
-        FileSafety::OpenFolder folder = FileSafety::openFolder(folderPath);
-        auto listing = PosixFileSystem::listFolder(folder.fd.get());
-        if (!listing)
-            return std::nullopt;
-        QSet<QString> keys;
-        for (const QByteArray& bytes : *listing.value) {
-            QString name = FilePath::decodedName(bytes).value_or(QString::fromUtf8(bytes));
-            if (!batchPaths.contains(FilePath::joined(folderPath, name)))
-                keys.insert(Filename::collisionKey(name));
-        }
-        return keys;
-    } catch (const RenameFailure&) {
+// The collision keys of the names in a folder held by files outside the
+// batch, or nothing when the folder could not be read. `batchNames` holds
+// the names of the batch's files in that folder.
+std::optional<QSet<QString>> namesOnDisk(const BatchObservation::Folder& folder,
+                                         const QSet<QString>& batchNames) {
+    if (folder.failure || !folder.entries)
         return std::nullopt;
+    QSet<QString> keys;
+    for (const auto& [name, key] : *folder.entries) {
+        if (!batchNames.contains(name))
+            keys.insert(key);
     }
+    return keys;
 }
 
 QString withNumber(const QString& name, DuplicateFormat format, qsizetype number) {
@@ -47,16 +38,25 @@ QString withNumber(const QString& name, DuplicateFormat format, qsizetype number
 
 namespace DuplicateSuffix {
 
-QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format) {
+QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format,
+                             const BatchObservation& observed, const QList<qsizetype>& observedAt) {
     std::unordered_map<FileIdentity, Groups, FileIdentityHash> folders;
     for (qsizetype index = 0; index < intents.size(); ++index) {
         const RenameIntent& intent = intents[index];
         folders[intent.source.parentIdentity][Filename::collisionKey(intent.filename)].append(
             index);
     }
-    QSet<QString> batchPaths;
-    for (const RenameIntent& intent : intents)
-        batchPaths.insert(intent.source.path);
+    // The batch's names in each of its folders, for the folders that hold a
+    // duplicate.
+    auto batchNames = [&](const QString& folderPath) {
+        QSet<QString> names;
+        for (qsizetype index : observedAt) {
+            const BatchObservation::File& file = observed.files[index];
+            if (file.folderPath == folderPath)
+                names.insert(file.name);
+        }
+        return names;
+    };
 
     for (const auto& [parent, groups] : folders) {
         std::optional<QSet<QString>> onDisk;
@@ -68,7 +68,8 @@ QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format
             if (members.size() < 2 || Filename::problem(intents[members.front()].filename))
                 continue;
             if (!listed) {
-                onDisk = namesOnDisk(intents[members.front()].source.folderPath(), batchPaths);
+                const QString& folderPath = observed.files[observedAt[members.front()]].folderPath;
+                onDisk = namesOnDisk(observed.folders.value(folderPath), batchNames(folderPath));
                 listed = true;
             }
             if (!onDisk || onDisk->contains(group.key()))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/batch_observation.h"
 #include "core/duplicate_format.h"
 #include "core/rename_intent.h"
 
@@ -15,9 +16,10 @@ namespace DuplicateSuffix {
 // counts as the first. A name that a file outside the batch already holds is
 // left alone, as is a folder that cannot be read and a name no file may
 // have: nothing is ever worked around a name on disk or a refused name, so
-// the preview refuses them. A numbered name may
-// still collide, and the preview judges it like any other. Lists each folder
-// that has such duplicates; writes nothing.
-QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format);
+// the preview refuses them. A numbered name may still collide, and the
+// preview judges it like any other. The folders are as `observed` found them;
+// the intent at position i is about the observed file at `observedAt[i]`.
+QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format,
+                             const BatchObservation& observed, const QList<qsizetype>& observedAt);
 
 } // namespace DuplicateSuffix

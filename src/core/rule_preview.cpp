@@ -93,7 +93,7 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
         }
     });
     if (rules.numberDuplicates)
-        intents = DuplicateSuffix::numbered(intents, rules.duplicateFormat);
+        intents = DuplicateSuffix::numbered(intents, rules.duplicateFormat, observed, positions);
     QList<PreviewRow> rows = RenamePreview::rows(intents, checkWindows, observed, positions);
     for (qsizetype index = 0; index < rows.size(); ++index) {
         // A token that stands for nothing made a name nobody asked for; that
