@@ -6,6 +6,7 @@
 #include "usage_error.h"
 
 #include "core/file_record.h"
+#include "core/filename.h"
 #include "core/rename_engine.h"
 #include "core/rename_failure.h"
 
@@ -76,7 +77,7 @@ QString counted(qsizetype count, const char* one, const char* many) {
 void printMissing(const QList<JournalEntry>& missing, QTextStream& out) {
     out << counted(missing.size(), "file", "files") << " could not be found:\n";
     for (const JournalEntry& entry : missing) {
-        out << "  " << FilePath::lastComponent(entry.original) << '\n'
+        out << "  " << Filename::shown(FilePath::lastComponent(entry.original)) << '\n'
             << "    original: " << entry.original << '\n'
             << "    new:      " << entry.final << '\n'
             << "    staging:  " << entry.staging << '\n';
@@ -92,7 +93,7 @@ int restoreFound(RenameEngine& engine, bool confirmedAlready, QTextStream& out,
             out << counted(missing.size(), "file", "files")
                 << " of the interrupted batch cannot be found:\n";
             for (const JournalEntry& entry : missing)
-                out << "  " << FilePath::lastComponent(entry.original) << '\n';
+                out << "  " << Filename::shown(FilePath::lastComponent(entry.original)) << '\n';
             out << "Every other file goes back to its original name. The missing files are left "
                    "alone, and the batch's journal is kept as a record in the journal folder.\n";
             if (!CommandLine::confirmed(QStringLiteral("Restore the files that can be found?"),
@@ -118,7 +119,8 @@ int restoreFound(RenameEngine& engine, bool confirmedAlready, QTextStream& out,
                                        .arg(result.restored))
         << '\n';
     for (const SetAsideBatch::Renamed& renamed : result.renamed)
-        out << FilePath::lastComponent(renamed.entry.original) << " is back as " << renamed.name
+        out << Filename::shown(FilePath::lastComponent(renamed.entry.original)) << " is back as "
+            << Filename::shown(renamed.name)
             << ", because another file has taken its original name.\n";
     if (!result.missing.isEmpty())
         printMissing(result.missing, out);

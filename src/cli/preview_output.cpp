@@ -1,5 +1,7 @@
 #include "preview_output.h"
 
+#include "core/filename.h"
+
 #include <nlohmann/json.hpp>
 
 namespace PreviewOutput {
@@ -43,11 +45,11 @@ void printText(const BatchPreview& preview, QTextStream& out, QTextStream& error
 
     qsizetype width = 0;
     for (const PreviewRow& row : preview.rows)
-        width = std::max(width, row.intent.source.name().size());
+        width = std::max(width, Filename::shown(row.intent.source.name()).size());
     width = std::min<qsizetype>(width, 40);
     for (const PreviewRow& row : preview.rows) {
-        out << row.intent.source.name().leftJustified(width) << "  →  " << row.intent.filename
-            << "  ·  " << status(row) << '\n';
+        out << Filename::shown(row.intent.source.name()).leftJustified(width) << "  →  "
+            << Filename::shown(row.intent.filename) << "  ·  " << status(row) << '\n';
     }
     if (!preview.diagnostics.isEmpty()) {
         out << "Spreadsheet issues:\n";

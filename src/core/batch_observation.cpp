@@ -61,6 +61,7 @@ BatchObservation BatchObservation::take(const QList<FileRecord>& records,
             folder.failure = failure.message;
             continue;
         }
+        folder.format = open->format;
         const QList<qsizetype>& members = membersByFolder[folderPath];
         ParallelRanges::run(members.size(), [&](qsizetype begin, qsizetype end) {
             for (qsizetype member = begin; member < end; ++member) {
@@ -68,7 +69,7 @@ BatchObservation BatchObservation::take(const QList<FileRecord>& records,
                     return;
                 File& file = files[members[member]];
                 // A name that is no filename is never asked for.
-                if (Filename::problem(file.name))
+                if (Filename::currentProblem(file.name))
                     continue;
                 try {
                     file.now = FileSafety::lookup(*open, file.name);

@@ -33,6 +33,8 @@ struct BatchObservation {
         std::optional<QList<std::pair<QString, QString>>> entries;
         // The folder's path in UTF-8 with its closing slash.
         qsizetype pathBytes = 0;
+        // Whose rules for names the folder's volume keeps.
+        VolumeFormat format = VolumeFormat::other;
     };
 
     // One per record, in the records' order.

@@ -28,7 +28,7 @@ struct Candidate {
 };
 
 QString line(const QString& name, const QString& reason) {
-    return name + QStringLiteral(": ") + reason;
+    return Filename::shown(name) + QStringLiteral(": ") + reason;
 }
 
 // Holds each folder opened during one import, so that five thousand files of
@@ -58,7 +58,7 @@ private:
 FileSafety::Identities record(FolderCache& cache, const Candidate& candidate) {
     if (!candidate.validName)
         throw RenameFailure(QStringLiteral("Filenames must be valid UTF-8."));
-    if (auto problem = Filename::problem(candidate.name))
+    if (auto problem = Filename::currentProblem(candidate.name))
         throw RenameFailure(*problem);
     const auto& folder = cache.folder(FilePath::parent(candidate.path));
     if (const auto* failure = std::get_if<QString>(&folder))

@@ -3,6 +3,7 @@
 #include "core/file_record.h"
 #include "core/filename.h"
 #include "core/rename_failure.h"
+#include "core/volume_mount.h"
 
 #include <QStringList>
 
@@ -88,8 +89,22 @@ OpenFolder openFolder(const QString& folderPath) {
         folder.identity = status.value->identity;
         folder.sticky = (status.value->mode & S_ISVTX) != 0;
         folder.owner = status.value->owner;
+        folder.format = formatOf(folder.fd.get(), *folder.identity);
     }
     return folder;
+}
+
+VolumeFormat formatOf(int fd, const FileIdentity& folder) {
+    if (!PosixFileSystem::isFuse(fd))
+        return PosixFileSystem::volumeFormat(fd);
+    // A FUSE volume on a block device is ntfs-3g (exfat-fuse, the other one,
+    // is refused before any batch for want of exclusive renames and links).
+    for (const VolumeMount& mount : VolumeMount::current()) {
+        if (mount.device == folder.device)
+            return mount.type == QLatin1String("fuseblk") ? VolumeFormat::ntfs
+                                                          : VolumeFormat::other;
+    }
+    return VolumeFormat::other;
 }
 
 namespace {
@@ -127,7 +142,7 @@ Identities record(const QUrl& file, bool allowStaging) {
     QString path = FilePath::standardized(file.toLocalFile());
     QString name = FilePath::lastComponent(path);
     if (!allowStaging) {
-        if (auto problem = Filename::problem(name))
+        if (auto problem = Filename::currentProblem(name))
             throw RenameFailure(*problem);
     }
     return lookup(openFolder(FilePath::parent(path)), name);

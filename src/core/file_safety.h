@@ -3,6 +3,7 @@
 #include "core/file_identity.h"
 #include "core/posix_file_system.h"
 #include "core/unique_fd.h"
+#include "core/volume_format.h"
 
 #include <QString>
 #include <QUrl>
@@ -53,10 +54,16 @@ struct OpenFolder {
     // Whether the folder has the sticky bit, and its owner.
     bool sticky = false;
     std::uint32_t owner = 0;
+    // Which rules for names its volume has.
+    VolumeFormat format = VolumeFormat::other;
 };
 
 // Throws what directoryFD throws.
 OpenFolder openFolder(const QString& folderPath);
+
+// The format of the volume that holds the opened folder `fd`, also when it is
+// served through FUSE (ntfs-3g, Debian's NTFS driver).
+VolumeFormat formatOf(int fd, const FileIdentity& folder);
 
 // The lookup of `record` after its name check, against an already opened folder.
 Identities lookup(const OpenFolder& folder, const QString& name);

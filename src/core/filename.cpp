@@ -36,7 +36,11 @@ qsizetype utf8Bytes(char32_t codePoint) {
 
 } // namespace
 
-std::optional<QString> problem(const QString& name) {
+namespace {
+
+// With `current`, a name a file already has: Linux allows colons and control
+// characters in those, and refusing them would leave such a file unrenamable.
+std::optional<QString> judged(const QString& name, bool current) {
     if (name.isEmpty())
         return QStringLiteral("The filename is empty.");
     if (name.front() == QLatin1Char('.'))
@@ -47,14 +51,14 @@ std::optional<QString> problem(const QString& name) {
     for (qsizetype at = 0; at < name.size();) {
         char16_t unit = name[at].unicode();
         if (unit < 0x80) {
-            if (unit < 0x20 || unit == 0x7F || unit == u'/' || unit == u':')
+            if (unit == u'/' || (!current && (unit < 0x20 || unit == 0x7F || unit == u':')))
                 return QStringLiteral("Remove slashes, colons, or control characters.");
             ++bytes;
             ++at;
             continue;
         }
         auto [codePoint, units] = codePointAt(name, at);
-        if (codePoint == U'/' || codePoint == U':' || isControlOrFormat(codePoint))
+        if (codePoint == U'/' || (!current && (codePoint == U':' || isControlOrFormat(codePoint))))
             return QStringLiteral("Remove slashes, colons, or control characters.");
         bytes += utf8Bytes(codePoint);
         at += units;
@@ -62,6 +66,37 @@ std::optional<QString> problem(const QString& name) {
     if (bytes > 255)
         return QStringLiteral("The filename exceeds 255 UTF-8 bytes.");
     return std::nullopt;
+}
+
+} // namespace
+
+std::optional<QString> problem(const QString& name) {
+    return judged(name, false);
+}
+
+std::optional<QString> currentProblem(const QString& name) {
+    return judged(name, true);
+}
+
+QString shown(const QString& name) {
+    QString text;
+    text.reserve(name.size());
+    for (QChar unit : name) {
+        char16_t code = unit.unicode();
+        bool control = code < 0x20 || (code >= 0x7F && code < 0xA0);
+        if (!control) {
+            text.append(unit);
+        } else if (code == u'\t') {
+            text.append(QStringLiteral("\\t"));
+        } else if (code == u'\n') {
+            text.append(QStringLiteral("\\n"));
+        } else if (code == u'\r') {
+            text.append(QStringLiteral("\\r"));
+        } else {
+            text.append(QStringLiteral("\\x%1").arg(int(code), 2, 16, QLatin1Char('0')));
+        }
+    }
+    return text;
 }
 
 namespace {

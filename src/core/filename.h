@@ -13,6 +13,18 @@ namespace Filename {
 // first failing check. Never touches the disk.
 std::optional<QString> problem(const QString& name);
 
+// The same judgement of a name a file already has, as when it is added or
+// read back from a journal. Linux lets a name hold colons and control
+// characters ("Screenshot 2024-05-04 at 10:30:00.png", a tab from a bad
+// download); such a file may still be added and given a name that passes
+// `problem`, and undo may give it its old name back.
+std::optional<QString> currentProblem(const QString& name);
+
+// `name` as it is shown, in the window, on a terminal or in a report: every
+// control character written out (\t, \n, \x1b), so that no name can move a
+// terminal's cursor, rewrite its screen or hide a line.
+QString shown(const QString& name);
+
 // The form in which two names are the same name on a file system that ignores
 // letter case and Unicode normalization: composed, case-folded, composed again.
 // Folding is full ("ß" is "ss"), as case-insensitive Linux folders compare

@@ -5,21 +5,13 @@
 #include <map>
 #include <set>
 
-namespace {
-
-bool hasBirthTime(const FileIdentity& identity) {
-    return identity.birthSeconds != 0 || identity.birthNanos != 0;
-}
-
-} // namespace
-
 namespace JournaledVolumes {
 
 QList<JournaledVolume> of(const QList<JournalEntry>& entries) {
     std::set<std::int32_t> devices;
     for (const JournalEntry& entry : entries) {
         for (const FileIdentity* identity : {&entry.identity, &entry.parentIdentity}) {
-            if (!hasBirthTime(*identity))
+            if (identity->needsVolumeName())
                 devices.insert(identity->device);
         }
     }
@@ -28,7 +20,7 @@ QList<JournaledVolume> of(const QList<JournalEntry>& entries) {
     // A volume mounted at several places (bind mounts) is named after the
     // first of its names in text order, whichever order the table lists them.
     std::map<std::int32_t, QString> names;
-    for (const VolumeMount& mount : VolumeMount::current()) {
+    for (const VolumeMount& mount : VolumeMount::currentWithUuids()) {
         QString name = mount.recognisableName();
         if (name.isEmpty() || !devices.contains(mount.device))
             continue;
@@ -45,12 +37,12 @@ QList<JournaledVolume> of(const QList<JournalEntry>& entries) {
 void follow(RenameJournal& journal) {
     if (journal.volumes.isEmpty())
         return;
-    const QList<VolumeMount> mounts = VolumeMount::current();
+    const QList<VolumeMount> mounts = VolumeMount::currentWithUuids();
     std::map<std::int32_t, std::int32_t> moved;
     for (JournaledVolume& volume : journal.volumes) {
         std::set<std::int32_t> now;
         for (const VolumeMount& mount : mounts) {
-            if (mount.recognisableName() == volume.name)
+            if (mount.knownNames().contains(volume.name))
                 now.insert(mount.device);
         }
         if (now.contains(volume.device))
@@ -62,7 +54,7 @@ void follow(RenameJournal& journal) {
     for (JournalEntry& entry : journal.entries) {
         for (FileIdentity* identity : {&entry.identity, &entry.parentIdentity}) {
             auto found = moved.find(identity->device);
-            if (found != moved.end() && !hasBirthTime(*identity))
+            if (found != moved.end() && identity->needsVolumeName())
                 identity->device = found->second;
         }
     }

@@ -7,9 +7,12 @@
 #include <cstdint>
 
 // Network, FUSE and overlay volumes get a new device number at every mount,
-// and their files record no birth time, so a file's recorded identity alone
-// cannot follow it across a remount. A journal therefore names such volumes
-// by what they mount, and these two functions write and follow those names.
+// and their files record no birth time; cards and sticks (FAT32, exFAT) and
+// NTFS disks come back under another device node when plugged in again, and
+// their files keep no lasting inode number or no birth time. A file's recorded
+// identity alone cannot follow it across a remount, so a journal names such
+// volumes by what they mount or by their UUID, and these two functions write
+// and follow those names.
 namespace JournaledVolumes {
 
 // No kernel hands out this device number (major 4095, minor 1048575), so an

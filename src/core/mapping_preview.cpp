@@ -22,7 +22,7 @@ const QString backslashMessage =
 // The first failing check of one spreadsheet row, or nothing.
 std::optional<QString> entryProblem(const MappingEntry& entry, qsizetype sameOldName,
                                     qsizetype matchingFiles, bool checkWindows) {
-    if (auto problem = Filename::problem(entry.oldName))
+    if (auto problem = Filename::currentProblem(entry.oldName))
         return QStringLiteral("Original filename: ") + *problem;
     if (entry.oldName.contains(QLatin1Char('\\')))
         return backslashMessage;

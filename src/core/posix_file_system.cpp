@@ -29,21 +29,36 @@ template <typename Call> auto retryOnInterrupt(Call call) {
     }
 }
 
-// An overlay file system copies a file or folder up to its writable layer at
-// the first change (our own probe and rename included), and the copy reports a
-// new birth time while keeping its device and inode. There the birth time is
-// left out of identities, as on a file system that records none. Only
-// anonymous devices (major 0) can be overlays, so block devices skip the call.
-bool keepsBirthTimes(int fd, const struct statx& info) {
-    if (info.stx_dev_major != 0 || fd == AT_FDCWD)
-        return true;
+// NTFS as the kernel's own drivers name it; ntfs-3g is a FUSE volume.
+constexpr long ntfsMagic = 0x5346544e;
+
+struct Volume {
+    VolumeFormat format = VolumeFormat::other;
+    bool overlay = false;
+    bool fuse = false;
+};
+
+Volume volumeOf(int fd) {
     struct statfs volume {};
-    if (retryOnInterrupt([&] { return fstatfs(fd, &volume); }) != 0)
-        return true;
-    return volume.f_type != OVERLAYFS_SUPER_MAGIC;
+    if (fd == AT_FDCWD || retryOnInterrupt([&] { return fstatfs(fd, &volume); }) != 0)
+        return {};
+    switch (static_cast<unsigned long>(volume.f_type)) {
+    case MSDOS_SUPER_MAGIC:
+        return {VolumeFormat::fat32};
+    case EXFAT_SUPER_MAGIC:
+        return {VolumeFormat::exfat};
+    case ntfsMagic:
+        return {VolumeFormat::ntfs};
+    case OVERLAYFS_SUPER_MAGIC:
+        return {VolumeFormat::other, true};
+    case FUSE_SUPER_MAGIC:
+        return {VolumeFormat::other, false, true};
+    default:
+        return {};
+    }
 }
 
-Status statusFrom(const struct statx& info, bool withBirthTime) {
+Status statusFrom(const struct statx& info, const Volume& volume) {
     Status status;
     status.isRegular = S_ISREG(info.stx_mode);
     status.isDirectory = S_ISDIR(info.stx_mode);
@@ -54,13 +69,29 @@ Status statusFrom(const struct statx& info, bool withBirthTime) {
     status.owner = info.stx_uid;
     status.protectedFromChange = (info.stx_attributes & info.stx_attributes_mask &
                                   (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
-    status.identity.device = PosixFileSystem::encodedDevice(info.stx_dev_major, info.stx_dev_minor);
-    status.identity.inode = info.stx_ino;
+    FileIdentity& identity = status.identity;
+    identity.device = PosixFileSystem::encodedDevice(info.stx_dev_major, info.stx_dev_minor);
+    identity.inode = info.stx_ino;
     // A file system without birth times reports none; zero never changes while
-    // the file exists, which is all an identity needs.
-    if (withBirthTime && (info.stx_mask & STATX_BTIME)) {
-        status.identity.birthSeconds = info.stx_btime.tv_sec;
-        status.identity.birthNanos = info.stx_btime.tv_nsec;
+    // the file exists, which is all an identity needs. An overlay copies a
+    // file or folder up to its writable layer at the first change (our own
+    // probe and rename included), and the copy reports a new birth time while
+    // keeping its device and inode, so there it is left out as well. exFAT
+    // gives a folder a new birth time whenever an entry in it is renamed, and
+    // its root the time it was mounted.
+    bool folderOnExfat = status.isDirectory && volume.format == VolumeFormat::exfat;
+    if ((info.stx_mask & STATX_BTIME) && !volume.overlay && !folderOnExfat) {
+        identity.birthSeconds = info.stx_btime.tv_sec;
+        identity.birthNanos = info.stx_btime.tv_nsec;
+    }
+    if (VolumeFormats::renumbersInodes(volume.format)) {
+        identity.renumbered = true;
+        // A folder's size and modification time change with every rename in it.
+        if (status.isRegular) {
+            identity.size = info.stx_size;
+            identity.modifiedSeconds = info.stx_mtime.tv_sec;
+            identity.modifiedNanos = info.stx_mtime.tv_nsec;
+        }
     }
     return status;
 }
@@ -71,7 +102,7 @@ Result<Status> statxCall(int folder, const char* name, int flags) {
         [&] { return statx(folder, name, flags, STATX_BASIC_STATS | STATX_BTIME, &info); });
     if (rc != 0)
         return {std::nullopt, errno};
-    return {statusFrom(info, keepsBirthTimes(folder, info)), 0};
+    return {statusFrom(info, volumeOf(folder)), 0};
 }
 
 Result<UniqueFd> openCall(int folder, const char* name, int flags) {
@@ -118,6 +149,14 @@ Result<Status> statDescriptor(int fd) {
 
 Result<Status> statPath(const QByteArray& path) {
     return statxCall(AT_FDCWD, path.constData(), AT_SYMLINK_NOFOLLOW);
+}
+
+VolumeFormat volumeFormat(int fd) {
+    return volumeOf(fd).format;
+}
+
+bool isFuse(int fd) {
+    return volumeOf(fd).fuse;
 }
 
 Result<std::vector<QByteArray>> listFolder(int folder) {

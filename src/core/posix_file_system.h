@@ -2,6 +2,7 @@
 
 #include "core/file_identity.h"
 #include "core/unique_fd.h"
+#include "core/volume_format.h"
 
 #include <QByteArray>
 #include <QString>
@@ -29,7 +30,10 @@ struct Status {
     // The device is the kernel's 32-bit encoding of major and minor, which
     // Linux does not keep across a remount (FileIdentity::sameFile allows for
     // that). The birth time comes from statx; it is zero where the file system
-    // records none, and on overlays, which change it when they copy a file up.
+    // records none, on overlays, which change it when they copy a file up, and
+    // for folders on exFAT, which change it when an entry is renamed. On FAT32
+    // and exFAT the identity is marked renumbered, with size and modification
+    // time. The volume is that of the folder descriptor the call was given.
     FileIdentity identity;
 };
 
@@ -65,6 +69,12 @@ Result<Status> statDescriptor(int fd);
 
 // Status of an absolute path, without following a final symbolic link.
 Result<Status> statPath(const QByteArray& path);
+
+// The format of the volume that holds the opened `fd`, as its file system
+// type says; `other` where that cannot be read. A FUSE volume is always
+// `other` here: only the mount table tells which file system it serves.
+VolumeFormat volumeFormat(int fd);
+bool isFuse(int fd);
 
 // Every entry name of an open folder but "." and "..". The listing reads a
 // fresh descriptor of its own, so `folder` keeps its position and ownership.

@@ -13,6 +13,7 @@
 #include "core/uuid_text.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -104,6 +105,22 @@ bool isAt(const QString& path, const FileIdentity& identity, const FileIdentity&
         auto opened = PosixFileSystem::statDescriptor(folder.get());
         return opened && FileIdentity::sameFile(identity, file.identity) &&
                FileIdentity::sameFile(parentIdentity, opened.value->identity);
+    } catch (const RenameFailure&) {
+        return false;
+    }
+}
+
+// Whether the folder lists `path`'s name spelled exactly so. A folder that
+// ignores letter case (FAT32, exFAT, casefolded ext4) finds "IMG_0001.JPG"
+// under "img_0001.JPG" too, so a file renamed only in case answers to both of
+// its names; only the listing tells which one it has.
+bool listedAsSpelled(const QString& path) {
+    try {
+        UniqueFd folder = FileSafety::directoryFD(FilePath::parent(path));
+        auto listing = PosixFileSystem::listFolder(folder.get());
+        const QByteArray name = FilePath::lastComponent(path).toUtf8();
+        return listing && std::find(listing.value->begin(), listing.value->end(), name) !=
+                              listing.value->end();
     } catch (const RenameFailure&) {
         return false;
     }
@@ -262,7 +279,8 @@ RenameJournal RenameEngine::prepare(const QList<RenameIntent>& intents, JournalP
 
     // The engine trusts no earlier preview: the disk is judged again now, and
     // one problem anywhere refuses the whole batch.
-    const QList<PreviewRow> rows = RenamePreview::rows(intents, false);
+    const QList<PreviewRow> rows =
+        RenamePreview::rows(intents, false, purpose == JournalPurpose::undo);
     for (const PreviewRow& row : rows) {
         if (row.problem)
             throw RenameFailure(row.intent.source.name() + QStringLiteral(": ") + *row.problem);
@@ -630,13 +648,42 @@ FolderLocks RenameEngine::lockFolders(const RenameJournal& journal) {
 
 // Where each file of an unfinished batch is now: its staging name first (the
 // only name no other file can have), then its original and its final name.
+//
+// On a card (FAT32, exFAT) a file is recognised by its size and times, not its
+// inode, and two files of one batch may agree in all of them (raw photos of a
+// burst). A name that is the original or final name of two such twins could
+// hold either, so neither is taken to be there: such a file is found only
+// under its staging name, and otherwise stays visible where it is.
 QList<std::optional<QString>> RenameEngine::locate(const RenameJournal& journal) const {
+    // What recognises a file on a card, with one of its names.
+    auto twinKey = [](const FileIdentity& identity, const QString& name) {
+        return QStringLiteral("%1 %2 %3.%4 %5.%6 ")
+                   .arg(identity.device)
+                   .arg(identity.size)
+                   .arg(identity.modifiedSeconds)
+                   .arg(identity.modifiedNanos)
+                   .arg(identity.birthSeconds)
+                   .arg(identity.birthNanos) +
+               name;
+    };
+    QHash<QString, int> claims;
+    for (const JournalEntry& entry : journal.entries) {
+        if (entry.identity.renumbered) {
+            for (const QString& name : {entry.original, entry.final})
+                ++claims[twinKey(entry.identity, name)];
+        }
+    }
     QList<std::optional<QString>> found;
     found.reserve(journal.entries.size());
     for (const JournalEntry& entry : journal.entries) {
+        bool caseOnly = Filename::collisionKey(FilePath::lastComponent(entry.original)) ==
+                        Filename::collisionKey(FilePath::lastComponent(entry.final));
         std::optional<QString> place;
         for (const QString& candidate : {entry.staging, entry.original, entry.final}) {
-            if (isAt(candidate, entry.identity, entry.parentIdentity)) {
+            bool contested = candidate != entry.staging && entry.identity.renumbered &&
+                             claims.value(twinKey(entry.identity, candidate)) > 1;
+            if (!contested && isAt(candidate, entry.identity, entry.parentIdentity) &&
+                (!caseOnly || candidate == entry.staging || listedAsSpelled(candidate))) {
                 place = candidate;
                 break;
             }

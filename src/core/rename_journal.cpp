@@ -48,8 +48,10 @@ void checkSafety(const RenameJournal& journal) {
         if (Filename::canonical(FilePath::lastComponent(entry.staging)) !=
             RenameJournal::stagingName(journal.id, position))
             unsafe();
-        if (Filename::problem(FilePath::lastComponent(entry.original)) ||
-            Filename::problem(FilePath::lastComponent(entry.final)))
+        // An undo's final names are names its files had before, so both are
+        // names a file may already have.
+        if (Filename::currentProblem(FilePath::lastComponent(entry.original)) ||
+            Filename::currentProblem(FilePath::lastComponent(entry.final)))
             unsafe();
         if (!originals.insert(Filename::canonical(entry.original)).second)
             unsafe();

@@ -8,6 +8,7 @@
 #include "core/posix_file_system.h"
 #include "core/rename_failure.h"
 #include "core/rename_journal.h"
+#include "core/volume_filename.h"
 #include "core/windows_filename.h"
 
 #include <QHash>
@@ -88,15 +89,17 @@ bool tooLongToJournal(qsizetype folderBytes, const QString& filename) {
 std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QString& proposedKey,
                                             const BatchObservation::File& file,
                                             const BatchObservation::Folder& folder,
-                                            const Tally& counts, bool checkWindows) {
+                                            const Tally& counts, bool checkWindows,
+                                            bool formerNames) {
     const FileRecord& source = intent.source;
     if (counts.identityCount.at(source.identity) >= 2)
         return QStringLiteral("The same file was included more than once.");
-    if (auto problem = Filename::problem(intent.filename))
+    if (auto problem = formerNames ? Filename::currentProblem(intent.filename)
+                                   : Filename::problem(intent.filename))
         return problem;
 
     // The file must still be the very file, in the very folder, that was added.
-    if (auto problem = Filename::problem(file.name))
+    if (auto problem = Filename::currentProblem(file.name))
         return problem;
     if (folder.failure)
         return folder.failure;
@@ -108,6 +111,10 @@ std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QS
     bool changes = Filename::canonical(intent.filename) != Filename::canonical(file.name);
     if (changes && file.now->renameRefusal)
         return file.now->renameRefusal;
+    if (changes) {
+        if (auto problem = VolumeFilename::problem(intent.filename, folder.format))
+            return problem;
+    }
     if (changes && tooLongToJournal(folder.pathBytes, intent.filename))
         return QStringLiteral("The complete path would be too long to journal safely. Shorten "
                               "the folder path or filename.");
@@ -124,18 +131,19 @@ std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QS
 
 } // namespace
 
-QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows) {
+QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows, bool formerNames) {
     QList<FileRecord> sources;
     sources.reserve(intents.size());
     for (const RenameIntent& intent : intents)
         sources.append(intent.source);
     QList<qsizetype> observedAt(intents.size());
     std::iota(observedAt.begin(), observedAt.end(), 0);
-    return rows(intents, checkWindows, BatchObservation::take(sources), observedAt);
+    return rows(intents, checkWindows, BatchObservation::take(sources), observedAt, formerNames);
 }
 
 QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
-                       const BatchObservation& observed, const QList<qsizetype>& observedAt) {
+                       const BatchObservation& observed, const QList<qsizetype>& observedAt,
+                       bool formerNames) {
     auto fileOf = [&](qsizetype index) -> const BatchObservation::File& {
         return observed.files[observedAt[index]];
     };
@@ -173,7 +181,7 @@ QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
                     qsizetype index = members[member];
                     rows[index].problem =
                         problemBeforeListing(intents[index], proposedKeys[index], fileOf(index),
-                                             folder, counts, checkWindows);
+                                             folder, counts, checkWindows, formerNames);
                 }
             });
         QList<qsizetype> reachListing;

@@ -15,13 +15,19 @@ namespace RenamePreview {
 // would make its rename unsafe or impossible. Never fails: every failure
 // becomes a row's sentence. Reads the disk (one lookup per file, at most one
 // listing per folder) and writes nothing.
-QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows);
+//
+// With `formerNames` the proposals are names the files had before (an undo),
+// which are judged as names a file may already have: a colon or a control
+// character that a file came with may be given back to it.
+QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
+                       bool formerNames = false);
 
 // The same rows judged against a batch observation taken earlier, which
 // reads nothing more from the disk. The intent at position i is about the
 // observed file at `observedAt[i]`.
 QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
-                       const BatchObservation& observed, const QList<qsizetype>& observedAt);
+                       const BatchObservation& observed, const QList<qsizetype>& observedAt,
+                       bool formerNames = false);
 
 // The records in natural filename order; equal names (in different folders)
 // by full path. Never touches the disk.

@@ -1,5 +1,6 @@
 #include "core/rename_report.h"
 
+#include "core/filename.h"
 #include "core/uuid_text.h"
 
 namespace {
@@ -67,11 +68,11 @@ QString RenameReport::html(const QDateTime& exported) const {
     rows.reserve(entries.size());
     for (qsizetype index = 0; index < entries.size(); ++index) {
         const Entry& entry = entries[index];
-        rows.append(QStringLiteral("<tr><td>") + QString::number(index + 1) +
-                    QStringLiteral("</td><td class=\"name\">") + escaped(entry.original) +
-                    QStringLiteral("</td><td class=\"name\">") + escaped(entry.proposed) +
-                    QStringLiteral("</td><td>") + escaped(entry.state) +
-                    QStringLiteral("</td></tr>"));
+        rows.append(
+            QStringLiteral("<tr><td>") + QString::number(index + 1) +
+            QStringLiteral("</td><td class=\"name\">") + escaped(Filename::shown(entry.original)) +
+            QStringLiteral("</td><td class=\"name\">") + escaped(Filename::shown(entry.proposed)) +
+            QStringLiteral("</td><td>") + escaped(entry.state) + QStringLiteral("</td></tr>"));
     }
 
     QString document;

@@ -1,5 +1,6 @@
 #include "core/volume_mount.h"
 
+#include "core/posix_block_device.h"
 #include "core/posix_file_system.h"
 
 namespace {
@@ -20,9 +21,16 @@ bool VolumeMount::isNetworkOrFuse() const {
     return isNetwork(type) || isFuse(type);
 }
 
+bool VolumeMount::isRemovableFormat() const {
+    static const QStringList types = {"vfat", "msdos", "exfat", "ntfs", "ntfs3", "fuseblk"};
+    return source.startsWith(QLatin1String("/dev/")) && types.contains(type);
+}
+
 QString VolumeMount::recognisableName() const {
     const QChar separator(u' ');
-    if (isNetworkOrFuse())
+    if (!uuid.isEmpty())
+        return type + QStringLiteral(" UUID=") + uuid + separator + root;
+    if (isNetworkOrFuse() || isRemovableFormat())
         return type + separator + source + separator + root;
     if (type == QLatin1String("overlay")) {
         QStringList layers;
@@ -35,6 +43,13 @@ QString VolumeMount::recognisableName() const {
             return type + separator + layers.join(u',') + separator + root;
     }
     return {};
+}
+
+QStringList VolumeMount::knownNames() const {
+    QStringList names{recognisableName()};
+    if (!uuid.isEmpty() && isNetworkOrFuse())
+        names.append(type + u' ' + source + u' ' + root);
+    return names;
 }
 
 // "36 35 98:0 /mnt1 /mnt/parent rw,noatime master:1 - ext3 /dev/root rw": the
@@ -70,4 +85,13 @@ QList<VolumeMount> VolumeMount::parsed(const QByteArray& table) {
 QList<VolumeMount> VolumeMount::current() {
     auto table = PosixFileSystem::mountTable();
     return table ? parsed(*table.value) : QList<VolumeMount>();
+}
+
+QList<VolumeMount> VolumeMount::currentWithUuids() {
+    QList<VolumeMount> mounts = current();
+    for (VolumeMount& mount : mounts) {
+        if (mount.isRemovableFormat())
+            mount.uuid = PosixBlockDevice::fileSystemUuid(mount.source.toUtf8());
+    }
+    return mounts;
 }

@@ -6,9 +6,8 @@
 #include <array>
 
 namespace WindowsFilename {
-namespace {
 
-bool isForbidden(char32_t codePoint) {
+bool isForbiddenCharacter(char32_t codePoint) {
     switch (codePoint) {
     case U'<':
     case U'>':
@@ -21,11 +20,11 @@ bool isForbidden(char32_t codePoint) {
     case U'*':
         return true;
     default:
-        break;
+        return QChar::category(codePoint) == QChar::Other_Control;
     }
-    auto category = QChar::category(codePoint);
-    return category == QChar::Other_Control || category == QChar::Other_Format;
 }
+
+namespace {
 
 // Windows compares the text before the first period, upper-cased, without
 // trailing spaces: "con .txt" and "Nul.tar.gz" are device names too.
@@ -55,7 +54,7 @@ bool isReservedDeviceName(const QString& base) {
 
 std::optional<QString> problem(const QString& name) {
     for (char32_t codePoint : name.toUcs4()) {
-        if (isForbidden(codePoint))
+        if (isForbiddenCharacter(codePoint) || QChar::category(codePoint) == QChar::Other_Format)
             return QStringLiteral(
                 "Windows filenames cannot contain < > : \" / \\ | ? * or control characters.");
     }

@@ -1,5 +1,6 @@
 #include "ui/preview_table_model.h"
 
+#include "core/filename.h"
 #include "ui/file_glyph.h"
 #include "ui/sheen.h"
 #include "ui/symbols.h"
@@ -40,16 +41,16 @@ QVariant PreviewTableModel::data(const QModelIndex& index, int role) const {
     switch (index.column()) {
     case original:
         if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
-            return name;
+            return Filename::shown(name);
         if (role == Qt::DecorationRole)
             return FileGlyph::icon(
                 name.contains(QLatin1Char('.')) ? name.section(QLatin1Char('.'), -1) : QString());
         break;
     case proposed:
         if (role == Qt::DisplayRole)
-            return row.intent.filename;
+            return Filename::shown(row.intent.filename);
         if (role == Qt::ToolTipRole)
-            return row.intent.filename + QStringLiteral("\n") + statusText(row);
+            return Filename::shown(row.intent.filename) + QStringLiteral("\n") + statusText(row);
         if (role == statusRole)
             return statusText(row);
         if (role == problemRole)

@@ -36,6 +36,7 @@ private slots:
     void rulesFileIsTheBaseOfExplicitOptions();
     void numbersInTheChosenOrderWithTokens();
     void findsByPatternWithoutAccentsAndNumbersDuplicates();
+    void namesCannotWriteToTheTerminal();
     void refusesWhatCannotBeCarriedOut_data();
     void refusesWhatCannotBeCarriedOut();
 
@@ -67,6 +68,22 @@ void CliPreviewTest::previewsAFolderWithARecipe() {
     QCOMPARE(
         run.errors,
         QStringLiteral("Skipped Sub: Sub is not a regular file, or is a symbolic/hard link.\n"));
+}
+
+// A name may hold control characters (a download gone wrong, or a name made
+// to clear the screen); the file can be renamed, and its name is printed with
+// them written out, never sent raw to the terminal.
+void CliPreviewTest::namesCannotWriteToTheTerminal() {
+    QDir(folder->path()).mkdir(QStringLiteral("odd"));
+    touch(at("odd/clear\x1b[2J.txt"));
+    touch(at("odd/.hidden\x1b[2J"));
+    CliOutcome run =
+        cli({"preview", "--base-name", "fixed", "odd", "odd/.hidden\x1b[2J"}, folder->path());
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY2(run.out.startsWith("clear\\x1b[2J.txt  →  fixed.txt  ·  Ready to rename"),
+             qPrintable(run.out));
+    QVERIFY2(run.errors.startsWith("Skipped .hidden\\x1b[2J: "), qPrintable(run.errors));
+    QVERIFY(!run.out.contains(QChar(0x1b)) && !run.errors.contains(QChar(0x1b)));
 }
 
 void CliPreviewTest::reportsConflictsAsJsonAndExitsOne() {

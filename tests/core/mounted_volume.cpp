@@ -34,10 +34,38 @@ QString missingTool(const QStringList& tools) {
     return {};
 }
 
+// Whether this kernel can mount `type`, loading its driver where it is a
+// module; ntfs-3g serves NTFS through FUSE. The kernels this runs on have
+// ext4, xfs and btrfs.
+bool kernelMounts(const QString& type) {
+    if (type == "ntfs")
+        return QFile::exists("/dev/fuse");
+    if (type != "vfat" && type != "exfat")
+        return true;
+    run("modprobe", {type});
+    QFile known("/proc/filesystems");
+    return known.open(QIODevice::ReadOnly) &&
+           known.readAll().split('\n').contains("\t" + type.toUtf8());
+}
+
+QStringList formatArguments(const QString& type) {
+    if (type == "ext4")
+        return {"-q"};
+    if (type == "vfat")
+        return {"-F", "32"};
+    if (type == "exfat")
+        return {};
+    if (type == "ntfs")
+        return {"-F", "-Q"};
+    return {"-f"};
+}
+
 } // namespace
 
 std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString& whyNot) {
     whyNot = missingTool({"losetup", "mount", "mkfs." + type});
+    if (whyNot.isEmpty() && !kernelMounts(type))
+        whyNot = "this kernel has no " + type + " driver (the run under QEMU has one)";
     if (!whyNot.isEmpty())
         return nullptr;
     std::unique_ptr<MountedVolume> volume(new MountedVolume);
@@ -50,7 +78,7 @@ std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString&
         return nullptr;
     }
     file.close();
-    if (!run("mkfs." + type, {type == "ext4" ? "-q" : "-f", image})) {
+    if (!run("mkfs." + type, formatArguments(type) << image)) {
         whyNot = "mkfs." + type + " failed";
         return nullptr;
     }
@@ -111,6 +139,10 @@ bool MountedVolume::mount() {
                           ",workdir=" + scratch.filePath("work");
         return bool(run("mount", {"-t", "overlay", "overlay", "-o", options, path()}));
     }
+    if (type == "ntfs")
+        return bool(run("ntfs-3g", {device, path()}));
+    if (type == "vfat" || type == "exfat")
+        return bool(run("mount", {"-t", type, "-o", "iocharset=utf8", device, path()}));
     return bool(run("mount", {device, path()}));
 }
 

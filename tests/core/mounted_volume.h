@@ -8,12 +8,12 @@
 #include <memory>
 #include <optional>
 
-// A real file system mounted for one test: a loop device with ext4, xfs or
-// btrfs on an image file, a kernel overlay, or a FUSE volume (bindfs, which
-// like NFS and sshfs refuses RENAME_NOREPLACE but makes hard links). Everything it mounts and
-// attaches is undone when it goes, also when the test fails. Making one needs
-// root and the file system's tools; without them `make` gives nothing and
-// says why, and the test skips itself with that reason.
+// A real file system mounted for one test: a loop device with ext4, xfs,
+// btrfs, FAT32 ("vfat"), exFAT or NTFS (through ntfs-3g) on an image file, a kernel overlay, or a
+// FUSE volume (bindfs, which like NFS and sshfs refuses RENAME_NOREPLACE but makes hard links).
+// Everything it mounts and attaches is undone when it goes, also when the test fails. Making one
+// needs root and the file system's tools; without them `make` gives nothing and says why, and the
+// test skips itself with that reason.
 class MountedVolume {
 public:
     static std::unique_ptr<MountedVolume> loop(const QString& type, QString& whyNot);

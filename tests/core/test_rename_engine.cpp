@@ -87,19 +87,24 @@ void RenameEngineTest::swapRenamesThroughStagingAndUndoRestores() {
     // Left by a process killed while probing this folder; the next batch here
     // removes it.
     disk->file("d/.tessary-3F2504E0-4F89-11D3-9A0C-0305E82C3301-probe", "");
-    engine->execute({intent("d/a.txt", "b.txt"), intent("d/b.txt", "a.txt")}, 5000);
+    // Linux allows a colon and a tab in a name; undo gives such a name back.
+    const QString screenshot = "d/at 10:30\t.png";
+    disk->file(screenshot, "C");
+    engine->execute(
+        {intent("d/a.txt", "b.txt"), intent("d/b.txt", "a.txt"), intent(screenshot, "c.png")},
+        5000);
     QCOMPARE(disk->read("d/a.txt"), QByteArray("B"));
     QCOMPARE(disk->read("d/b.txt"), QByteArray("A"));
-    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt"}));
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt", "c.png"}));
     // Only the undo journal and the lock remain: no active journal, no temporary.
     QCOMPARE(entries(disk->at("journal")), (QStringList{".lock", "undo.json"}));
     QVERIFY(!engine->hasRecovery());
-    QCOMPARE(engine->undoCount(), 2);
+    QCOMPARE(engine->undoCount(), 3);
 
     auto receipt = engine->completedReport();
     QVERIFY(receipt);
     QVERIFY(receipt->completed && receipt->batchID);
-    QCOMPARE(receipt->changedCount, 2);
+    QCOMPARE(receipt->changedCount, 3);
     QCOMPARE(receipt->entries.first(), (RenameReport::Entry{"a.txt", "b.txt", "Renamed"}));
 
     // A fresh engine, as after a restart, undoes from the journal alone.
@@ -107,6 +112,7 @@ void RenameEngineTest::swapRenamesThroughStagingAndUndoRestores() {
     engine->undo();
     QCOMPARE(disk->read("d/a.txt"), QByteArray("A"));
     QCOMPARE(disk->read("d/b.txt"), QByteArray("B"));
+    QCOMPARE(disk->read(screenshot), QByteArray("C"));
     QCOMPARE(engine->undoCount(), 0);
     QVERIFY(!engine->completedReport());
     QCOMPARE(entries(disk->at("journal")), QStringList{".lock"});

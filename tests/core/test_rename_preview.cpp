@@ -1,6 +1,7 @@
 #include "core/rename_preview.h"
 #include "core/rule_preview.h"
 
+#include "mounted_volume.h"
 #include "temporary_folder.h"
 
 #include <nlohmann/json.hpp>
@@ -9,6 +10,7 @@
 #include <QTest>
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace {
 
@@ -85,6 +87,8 @@ private slots:
     void numberedDuplicates_data();
     void numberedDuplicates();
     void slowPatternOverBatch();
+    void namesTheVolumeCannotHold_data();
+    void namesTheVolumeCannotHold();
 };
 
 void RenamePreviewTest::rows_data() {
@@ -185,6 +189,68 @@ void RenamePreviewTest::rows() {
         problems.append(rows[index].problem.value_or(QString()));
     }
     QCOMPARE(problems, expected);
+}
+
+void RenamePreviewTest::namesTheVolumeCannotHold_data() {
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("volume");
+    QTest::addColumn<bool>("dropsEnding");
+    QTest::newRow("FAT32") << "vfat"
+                           << "FAT32" << true;
+    QTest::newRow("exFAT") << "exfat"
+                           << "exFAT" << true;
+    QTest::newRow("NTFS") << "ntfs"
+                          << "NTFS" << false;
+}
+
+// Whatever the Windows check says, a card, a stick or an NTFS disk refuses
+// these names, and the preview says so before anything is journaled. The
+// files are still recognised after the kernel dropped their inodes, which
+// gives them new inode numbers on FAT32 and exFAT.
+void RenamePreviewTest::namesTheVolumeCannotHold() {
+    QFETCH(QString, type);
+    QFETCH(QString, volume);
+    QFETCH(bool, dropsEnding);
+    QString whyNot;
+    auto mounted = MountedVolume::loop(type, whyNot);
+    if (!mounted)
+        QSKIP(qPrintable(whyNot));
+    const QString characters = "This file's " + volume +
+                               " volume cannot hold < > : \" \\ | ? * or control characters in a "
+                               "name.";
+    const QString ending =
+        dropsEnding
+            ? "This file's " + volume + " volume cannot hold a name that ends in a period or space."
+            : QString();
+    const QList<std::pair<QString, QString>> renames = {{"IMG_0001.JPG", "img_0001.JPG"},
+                                                        {"a.txt", "<draft>.txt"},
+                                                        {"b.txt", "why?.txt"},
+                                                        {"c.txt", "back\\slash.txt"},
+                                                        {"e.txt", "ends."},
+                                                        {"f.txt", "ends "},
+                                                        {"g.txt", "fine.txt"}};
+    const QStringList expected = {"", characters, characters, characters, ending, ending, ""};
+    QList<RenameIntent> intents;
+    for (const auto& [from, to] : renames) {
+        QFile file(mounted->path() + "/" + from);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(from.toUtf8()) > 0);
+        file.close();
+        intents.append({FileRecord::make(QUrl::fromLocalFile(file.fileName())), to});
+    }
+    ::sync();
+    QFile caches("/proc/sys/vm/drop_caches");
+    if (caches.open(QIODevice::WriteOnly))
+        caches.write("3");
+    caches.close();
+    for (bool windows : {false, true}) {
+        QStringList problems;
+        for (const PreviewRow& row : RenamePreview::rows(intents, windows))
+            problems.append(row.problem.value_or(QString()));
+        if (!windows)
+            QCOMPARE(problems, expected);
+        else
+            QCOMPARE(problems.first(), QString());
+    }
 }
 
 void RenamePreviewTest::changed() {
