@@ -257,6 +257,10 @@ int sync(int fd) {
     return retryOnInterrupt([&] { return fsync(fd); }) == 0 ? 0 : errno;
 }
 
+int syncVolume(int fd) {
+    return retryOnInterrupt([&] { return syncfs(fd); }) == 0 ? 0 : errno;
+}
+
 int renameExclusive(int folder, const QByteArray& from, const QByteArray& to) {
     int rc = retryOnInterrupt([&] {
         return renameat2(folder, from.constData(), folder, to.constData(), RENAME_NOREPLACE);

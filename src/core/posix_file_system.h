@@ -80,8 +80,9 @@ bool isFuse(int fd);
 // fresh descriptor of its own, so `folder` keeps its position and ownership.
 Result<std::vector<QByteArray>> listFolder(int folder);
 
-// A journal opened for reading: never through a final link, and never blocking
-// on something that is not a regular file (a FIFO planted under its name).
+// A journal, or a file to flush, opened for reading: never through a final
+// link, and never blocking on something that is not a regular file (a FIFO
+// planted under its name).
 Result<UniqueFd> openForReading(int folder, const QByteArray& name);
 
 // A file the user chose to read (a spreadsheet), by path: read-only, and never
@@ -108,6 +109,9 @@ int writeAll(int fd, const QByteArray& bytes);
 
 // fsync: 0 or an errno.
 int sync(int fd);
+
+// syncfs, every change waiting on the volume that holds `fd`: 0 or an errno.
+int syncVolume(int fd);
 
 // renameat2(RENAME_NOREPLACE) inside one folder: fails with EEXIST rather than
 // replace anything that has the destination name. 0 or an errno.

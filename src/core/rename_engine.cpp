@@ -126,6 +126,24 @@ bool listedAsSpelled(const QString& path) {
     }
 }
 
+// Whether another file of the batch agrees with `entry`'s in everything that
+// recognises a file on a card, so that only its staging name tells them apart.
+bool hasTwin(const RenameJournal& journal, const JournalEntry& entry) {
+    auto alike = [&](const JournalEntry& other) {
+        return &other != &entry && FileIdentity::sameFile(entry.identity, other.identity);
+    };
+    return std::any_of(journal.entries.begin(), journal.entries.end(), alike);
+}
+
+// Whether `name`, one of the entry's names, holds its file. A file renamed
+// only in case answers to both spellings, so the listing decides there.
+bool holds(const JournalEntry& entry, const QString& name) {
+    bool caseOnly =
+        name != entry.staging && Filename::collisionKey(FilePath::lastComponent(entry.original)) ==
+                                     Filename::collisionKey(FilePath::lastComponent(entry.final));
+    return isAt(name, entry.identity, entry.parentIdentity) && (!caseOnly || listedAsSpelled(name));
+}
+
 } // namespace
 
 // Held for the whole of execute, undo and recover. flock belongs to the open
@@ -421,6 +439,22 @@ QString RenameEngine::move(const QString& from, const QString& to, const FileIde
             PosixFileSystem::sync(fd.get());
         fileChanged();
     }
+    // FAT32 writes the new entry without the file's size and first cluster,
+    // and fills them in only when the file itself is written back, up to
+    // half a minute later: a card pulled before that keeps the file under its
+    // new name with its contents out of reach. So the file goes first. Its
+    // folder's flush then misses the folder's first sectors when the folder
+    // was made since the card was mounted (the kernel files them under the
+    // parent folder), which would leave the old entry on the card beside the
+    // new one; the whole volume is written out instead.
+    if (PosixFileSystem::volumeFormat(fd.get()) == VolumeFormat::fat32) {
+        auto file = PosixFileSystem::openForReading(fd.get(), target);
+        if (!file || PosixFileSystem::sync(file.value->get()) != 0 ||
+            PosixFileSystem::syncVolume(fd.get()) != 0)
+            throw RenameFailure(QStringLiteral("The file could not confirm its new name on "
+                                               "disk. Keep the recovery journal and retry "
+                                               "recovery."));
+    }
     // The journal already on disk says where this file may be; this flush makes
     // sure the disk never shows a name older than the journal assumes.
     if (PosixFileSystem::sync(fd.get()) != 0)
@@ -654,6 +688,13 @@ FolderLocks RenameEngine::lockFolders(const RenameJournal& journal) {
 // burst). A name that is the original or final name of two such twins could
 // hold either, so neither is taken to be there: such a file is found only
 // under its staging name, and otherwise stays visible where it is.
+//
+// A FAT32 card pulled between the flush of a moved file and that of its
+// folder keeps the one move in flight under both names: two entries that
+// share the file's clusters. Removing or replacing either would free the
+// clusters the other still uses, so a file found under its staging name and
+// its original name counts as back where it was, and the staging entry stays
+// as it is, for a card check to clear.
 QList<std::optional<QString>> RenameEngine::locate(const RenameJournal& journal) const {
     // What recognises a file on a card, with one of its names.
     auto twinKey = [](const FileIdentity& identity, const QString& name) {
@@ -676,18 +717,20 @@ QList<std::optional<QString>> RenameEngine::locate(const RenameJournal& journal)
     QList<std::optional<QString>> found;
     found.reserve(journal.entries.size());
     for (const JournalEntry& entry : journal.entries) {
-        bool caseOnly = Filename::collisionKey(FilePath::lastComponent(entry.original)) ==
-                        Filename::collisionKey(FilePath::lastComponent(entry.final));
-        std::optional<QString> place;
-        for (const QString& candidate : {entry.staging, entry.original, entry.final}) {
+        auto heldBy = [&](const QString& candidate) {
             bool contested = candidate != entry.staging && entry.identity.renumbered &&
                              claims.value(twinKey(entry.identity, candidate)) > 1;
-            if (!contested && isAt(candidate, entry.identity, entry.parentIdentity) &&
-                (!caseOnly || candidate == entry.staging || listedAsSpelled(candidate))) {
+            return !contested && holds(entry, candidate);
+        };
+        std::optional<QString> place;
+        for (const QString& candidate : {entry.staging, entry.original, entry.final}) {
+            if (heldBy(candidate)) {
                 place = candidate;
                 break;
             }
         }
+        if (place == entry.staging && entry.identity.renumbered && heldBy(entry.original))
+            place = entry.original;
         found.append(place);
     }
     return found;
@@ -757,20 +800,37 @@ qsizetype RenameEngine::restore(const RenameJournal& journal,
             moves += *found[index] == entry.staging ? 1 : 2;
     }
     steps.begin(journal.entries.size(), moves);
-    qsizetype restored = 0;
+    QList<std::optional<QString>> at = found;
     for (qsizetype index = 0; index < journal.entries.size(); ++index) {
         const JournalEntry& entry = journal.entries[index];
-        if (found[index] && *found[index] != entry.staging && *found[index] != entry.original) {
-            move(*found[index], entry.staging, entry.identity, entry.parentIdentity);
+        if (at[index] && *at[index] != entry.staging && *at[index] != entry.original) {
+            move(*at[index], entry.staging, entry.identity, entry.parentIdentity);
+            at[index] = entry.staging;
             steps.moved();
         }
     }
+    // A FAT32 card pulled in the middle of a move to the final name keeps the
+    // file under its staging and its final entry, both on its clusters (see
+    // locate). The staging entry cannot be moved onto the original name while
+    // the final entry stands in another file's way, nor may either entry be
+    // removed; so the final entry goes back to the original name, now free,
+    // and the staging entry stays for a card check.
     for (qsizetype index = 0; index < journal.entries.size(); ++index) {
         const JournalEntry& entry = journal.entries[index];
-        if (!found[index])
+        if (at[index] == entry.staging && entry.identity.renumbered && holds(entry, entry.final) &&
+            !hasTwin(journal, entry)) {
+            move(entry.final, entry.original, entry.identity, entry.parentIdentity);
+            at[index] = entry.original;
+            steps.moved();
+        }
+    }
+    qsizetype restored = 0;
+    for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+        const JournalEntry& entry = journal.entries[index];
+        if (!at[index])
             continue;
         ++restored;
-        if (*found[index] == entry.original)
+        if (*at[index] == entry.original)
             continue;
         const QString original = FilePath::lastComponent(entry.original);
         QString name = move(entry.staging, entry.original, entry.identity, entry.parentIdentity,

@@ -147,7 +147,22 @@ bool MountedVolume::mount() {
 }
 
 bool MountedVolume::comeBackAsAnotherDevice() {
+    return comeBack({});
+}
+
+bool MountedVolume::comeBackAfterPull() {
+    // The loop device has written into the image what the kernel sent it so
+    // far; what the kernel still holds in its cache is lost with the card.
+    QString pulled = scratch.filePath("pulled");
+    return !device.isEmpty() && run("cp", {"--sparse=always", scratch.filePath("image"), pulled}) &&
+           comeBack(pulled);
+}
+
+bool MountedVolume::comeBack(const QString& contents) {
     if (!run("umount", {path()}) || (!device.isEmpty() && !run("losetup", {"-d", device})))
+        return false;
+    if (!contents.isEmpty() && (!QFile::remove(scratch.filePath("image")) ||
+                                !QFile::rename(contents, scratch.filePath("image"))))
         return false;
     // btrfs and FUSE take an anonymous device number at mount, the lowest free
     // one: a small tmpfs takes the number just freed, as other mounts would.

@@ -33,10 +33,16 @@ public:
     // it at the same place. A FUSE volume is mounted again, under another
     // anonymous device as a NAS share after a reboot. False when that failed.
     bool comeBackAsAnotherDevice();
+    // The same after a card pulled without unmounting: the volume comes back
+    // holding only what had reached the device, none of what the kernel had
+    // yet to write. Loop volumes only.
+    bool comeBackAfterPull();
 
 private:
     MountedVolume() = default;
     bool mount();
+    // Unmounts and detaches; attaches `contents` as the image where given.
+    bool comeBack(const QString& contents);
 
     QTemporaryDir scratch;
     QString type;

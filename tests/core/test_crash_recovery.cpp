@@ -20,7 +20,7 @@
 
 namespace {
 
-const QString durableCalls = "renameat2,renameat,linkat,fsync,write,unlinkat";
+const QString durableCalls = "renameat2,renameat,linkat,fsync,syncfs,write,unlinkat";
 
 struct Run {
     bool crashed = false;
@@ -98,6 +98,14 @@ Layout expectedLayout(const QStringList& places, const QStringList& contents) {
     return layout;
 }
 
+// For a failure's message: each file, then the file its content came from.
+QString shown(const Layout& layout) {
+    QStringList files;
+    for (auto it = layout.begin(); it != layout.end(); ++it)
+        files.append(it.key() + " (" + it.value() + ")");
+    return files.join(", ");
+}
+
 // A crash while probing a folder can leave the probe's empty hidden file; it
 // holds no user data and is not a staging name.
 Layout withoutProbes(Layout layout) {
@@ -131,6 +139,10 @@ struct Scenario {
             finals.append(files[i].section('/', 0, 0) + "/" + newNames[i]);
         }
         QDir().mkpath(root + "/e");
+        // Files on a volume were there long before the batch: a card pulled
+        // during it never takes them with it.
+        if (!volume.isEmpty())
+            ::sync();
         before = expectedLayout(files, files);
         after = expectedLayout(finals, files);
     }
@@ -145,13 +157,33 @@ struct Scenario {
     Layout after;
 };
 
+// `now` without the one extra entry a FAT32 card may keep when it is pulled
+// between the flush of a moved file and that of its folder: the file in
+// flight under its old and its new entry, which share its clusters. Recovery
+// leaves the file under its original name and the other entry alone, since
+// removing either would free the clusters the other still uses.
+Layout withoutSecondEntry(Layout now, const Layout& expected) {
+    for (auto it = now.begin(); it != now.end(); ++it) {
+        QString kept = expected.key(it.value());
+        if (!expected.contains(it.key()) && !kept.isEmpty() && now.value(kept) == it.value()) {
+            now.erase(it);
+            break;
+        }
+    }
+    return now;
+}
+
 // Kills a batch at every durable step in turn. `volume` gives the folder to
 // work in for each step; after each kill `disturb` may change the world (a
-// remount) before a fresh process recovers, and it says whether it could.
+// remount, a pulled card) before a fresh process recovers, and it says
+// whether it could.
 void interruptEveryStep(
     const QStringList& files, const QStringList& newNames,
     const std::function<QString()>& volume = [] { return QString(); },
-    const std::function<bool()>& disturb = [] { return true; }) {
+    const std::function<bool()>& disturb = [] { return true; }, bool mayKeepSecondEntry = false) {
+    auto is = [&](const Layout& now, const Layout& expected) {
+        return (mayKeepSecondEntry ? withoutSecondEntry(now, expected) : now) == expected;
+    };
     int reversed = 0;
     int finished = 0;
     for (long step = 1;; ++step) {
@@ -173,18 +205,18 @@ void interruptEveryStep(
                      qPrintable(QString("step %1: %2").arg(step).arg(recovery.errors)));
         }
         QVERIFY2(!batch.needsRecovery(), qPrintable(QString::number(step)));
-        if (batch.now() == batch.before) {
+        if (is(batch.now(), batch.before)) {
             ++reversed;
             continue;
         }
         // Interrupted after the journal was marked completed: recovery
         // finished the batch, and undo brings the originals back.
-        QVERIFY2(batch.now() == batch.after,
-                 qPrintable(QString("step %1 left an unexpected layout").arg(step)));
+        QVERIFY2(is(batch.now(), batch.after),
+                 qPrintable(QString("step %1 left %2").arg(step).arg(shown(batch.now()))));
         ++finished;
         Run undo = drive(batch.journal, {"undo"});
         QVERIFY2(undo.exitCode == 0, qPrintable(undo.errors));
-        QCOMPARE(batch.now(), batch.before);
+        QVERIFY(is(batch.now(), batch.before));
     }
     QVERIFY(reversed > 0);
     QVERIFY(finished > 0);
@@ -213,7 +245,7 @@ void interruptEveryUndoStep(const QStringList& files, const QStringList& newName
             continue;
         }
         QVERIFY2(batch.now() == batch.after,
-                 qPrintable(QString("step %1 left an unexpected layout").arg(step)));
+                 qPrintable(QString("step %1 left %2").arg(step).arg(shown(batch.now()))));
         Run again = drive(batch.journal, {"undo"});
         QVERIFY2(again.exitCode == 0, qPrintable(again.errors));
         QCOMPARE(batch.now(), batch.before);
@@ -506,32 +538,34 @@ void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover_data() {
     QTest::addColumn<QString>("type");
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QStringList>("newNames");
-    QTest::newRow("ext4") << "ext4" << twoFolders << twoFoldersRenamed;
-    QTest::newRow("xfs") << "xfs" << twoFolders << twoFoldersRenamed;
-    QTest::newRow("btrfs") << "btrfs" << twoFolders << twoFoldersRenamed;
+    QTest::addColumn<bool>("pulled");
+    QTest::newRow("ext4") << "ext4" << twoFolders << twoFoldersRenamed << false;
+    QTest::newRow("xfs") << "xfs" << twoFolders << twoFoldersRenamed << false;
+    QTest::newRow("btrfs") << "btrfs" << twoFolders << twoFoldersRenamed << false;
     // A NAS share or sshfs mount after a reboot: no birth times, so the
     // volume is known again by what it mounts.
-    QTest::newRow("fuse") << "fuse" << twoFolders << twoFoldersRenamed;
-    // Cards, sticks and Windows disks, plugged in again: FAT32 and exFAT
-    // number their files afresh at every mount, and ignore letter case, so a
-    // name that changes only in case is among the renames. Each file's content
-    // is its path, of a length of its own: there a file is known by its size
-    // and times, and files alike in all of them are the subject of a test of
-    // their own.
+    QTest::newRow("fuse") << "fuse" << twoFolders << twoFoldersRenamed << false;
+    // Cards, sticks and Windows disks, pulled out without unmounting and
+    // plugged in again: FAT32 and exFAT number their files afresh at every
+    // mount, and ignore letter case, so a name that changes only in case is
+    // among the renames. Each file's content is its path, of a length of its
+    // own, for there a file is known by its size and times.
     const QStringList card = {"d/IMG_0001.JPG", "d/a.txt", "d/bb.txt", "e/a.txt"};
     const QStringList cardRenamed = {"img_0001.JPG", "bb.txt", "a.txt", "renamed.txt"};
-    QTest::newRow("vfat") << "vfat" << card << cardRenamed;
-    QTest::newRow("exfat") << "exfat" << card << cardRenamed;
-    QTest::newRow("ntfs") << "ntfs" << card << cardRenamed;
+    QTest::newRow("vfat") << "vfat" << card << cardRenamed << true;
+    QTest::newRow("exfat") << "exfat" << card << cardRenamed << true;
+    QTest::newRow("ntfs") << "ntfs" << card << cardRenamed << true;
 }
 
 // A USB or loop disk attached again comes back under another device number,
 // and btrfs takes a new one at every mount: recovery and undo must still know
-// every file, after a crash at any step.
+// every file, after a crash at any step. A card pulled at that step keeps
+// only what the batch had flushed.
 void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover() {
     QFETCH(QString, type);
     QFETCH(QStringList, files);
     QFETCH(QStringList, newNames);
+    QFETCH(bool, pulled);
     QString whyNot;
     auto volume = type == "fuse" ? MountedVolume::fuse(whyNot) : MountedVolume::loop(type, whyNot);
     if (!volume)
@@ -542,9 +576,23 @@ void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover() {
     QVERIFY(volume->comeBackAsAnotherDevice());
     QCOMPARE(::stat(volume->path().toUtf8().constData(), &second), 0);
     QVERIFY2(first.st_dev != second.st_dev, "the volume came back under the same device");
+    if (!pulled) {
+        interruptEveryStep(
+            files, newNames, [&] { return volume->path(); },
+            [&] { return volume->comeBackAsAnotherDevice(); });
+        return;
+    }
+    // A card may come back with an entry no file system check has cleared
+    // yet, so each step starts from a freshly formatted one.
+    auto fresh = [&] {
+        volume.reset();
+        volume = MountedVolume::loop(type, whyNot);
+        if (!volume)
+            qFatal("the volume could not be made again");
+        return volume->path();
+    };
     interruptEveryStep(
-        files, newNames, [&] { return volume->path(); },
-        [&] { return volume->comeBackAsAnotherDevice(); });
+        files, newNames, fresh, [&] { return volume->comeBackAfterPull(); }, type == "vfat");
 }
 
 // An overlay gives a file or folder a new birth time when it copies it up at

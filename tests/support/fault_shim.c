@@ -4,7 +4,8 @@
  * test hook in the product.
  *
  *   TESSARY_FAULT_CALLS    comma-separated calls to count: renameat2, renameat,
- *                          fsync, write (regular files only), unlinkat, linkat
+ *                          fsync, syncfs, write (regular files only), unlinkat,
+ *                          linkat
  *   TESSARY_FAULT_AT       the 1-based counted call at which to act (0: never);
  *                          "N-" acts at call N and every later one, as a
  *                          volume that refuses a call does
@@ -122,6 +123,11 @@ int renameat(int olddirfd, const char* oldpath, int newdirfd, const char* newpat
 int fsync(int fd) {
     FAIL_OR_RUN("fsync");
     return NEXT(fsync)(fd);
+}
+
+int syncfs(int fd) {
+    FAIL_OR_RUN("syncfs");
+    return NEXT(syncfs)(fd);
 }
 
 int unlinkat(int dirfd, const char* pathname, int flags) {
