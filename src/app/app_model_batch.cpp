@@ -340,8 +340,12 @@ void AppModel::runRecoveryAction(bool recover) {
          progress = startProgress(recover ? RenameProgress::Phase::recovering
                                           : RenameProgress::Phase::undoing)] {
             RecoveryOutcome outcome;
-            outcome.failure =
-                failureOf([&] { recover ? engine->recover(progress) : engine->undo(progress); });
+            outcome.failure = failureOf([&] {
+                if (recover)
+                    engine->recover(progress);
+                else
+                    engine->undo(progress);
+            });
             // Asked here, off the main thread: finding files may wait on
             // a slow volume. Whatever stopped recovery (a missing file, or
             // an original name another program has taken), restoring what

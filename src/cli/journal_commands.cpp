@@ -86,6 +86,10 @@ void printMissing(const QList<JournalEntry>& missing, QTextStream& out) {
 
 int restoreFound(RenameEngine& engine, bool confirmedAlready, QTextStream& out,
                  QTextStream& errors) {
+    if (!engine.hasRecovery()) {
+        out << "No batch needs recovery.\n";
+        return 0;
+    }
     if (!confirmedAlready) {
         // Nothing missing makes this plain recovery, which asks nothing.
         const QList<JournalEntry> missing = engine.missingFiles();
@@ -178,7 +182,10 @@ int recover(const QStringList& arguments) {
                 return restoreFound(engine, parser.isSet(QStringLiteral("yes")), out, errors);
             try {
                 TerminalProgress progress(errors);
-                engine.recover(progress.observer());
+                if (!engine.recover(progress.observer())) {
+                    out << "No batch needs recovery.\n";
+                    return 0;
+                }
             } catch (const RenameFailure& failure) {
                 errors << failure.message << '\n';
                 // The way out, named where the person meets the problem:

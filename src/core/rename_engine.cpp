@@ -608,15 +608,17 @@ void RenameEngine::undo(const RenameProgress::Observer& progress) {
     perform(intents, JournalPurpose::undo, steps);
 }
 
-void RenameEngine::recover(const RenameProgress::Observer& progress) {
+bool RenameEngine::recover(const RenameProgress::Observer& progress) {
     Lock held = lock();
+    if (!hasRecovery())
+        return false;
     RenameJournal journal = read(activeJournal);
     Steps steps(progress, RenameProgress::Phase::recovering);
     steps.begin(journal.entries.size(), 0);
     if (journal.completed) {
         finish(journal);
         steps.end();
-        return;
+        return true;
     }
     FolderLocks locks = lockFolders(journal);
     dropSecondNames(journal);
@@ -633,6 +635,7 @@ void RenameEngine::recover(const RenameProgress::Observer& progress) {
     }
     restore(journal, found, nullptr, steps);
     removeDurably(activeJournal);
+    return true;
 }
 
 SetAsideBatch RenameEngine::restoreFound(const RenameProgress::Observer& progress) {

@@ -52,7 +52,9 @@ public:
 
     // Finishes a batch that was interrupted after all its files had their new
     // names, or otherwise puts every file of it back under its original name.
-    void recover(const RenameProgress::Observer& progress = {});
+    // False when no batch was waiting, which is no failure: people recover by
+    // habit after any crash.
+    bool recover(const RenameProgress::Observer& progress = {});
 
     // The way out when recovery cannot find some files, because another
     // program replaced them or their volume is gone for good. Every file that

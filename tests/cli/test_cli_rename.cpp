@@ -166,6 +166,9 @@ void CliRenameTest::recoveryFinishesAnInterruptedBatch() {
                                      "batch was saved for undo.\n"));
     QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
     QVERIFY(!QFile::exists(at("journal/active.json")));
+    run = cli(QStringList{"recover"} + journal());
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(run.out, QStringLiteral("No batch needs recovery.\n"));
 }
 
 void CliRenameTest::recoveryRestoresWhatIsFoundAndSetsTheRestAside() {

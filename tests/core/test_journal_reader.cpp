@@ -171,7 +171,7 @@ void JournalReaderTest::refusesFilesThatAreNotPlainJournals() {
         }
         return QString();
     };
-    QCOMPARE(failure(), QStringLiteral("No readable rename journal was found."));
+    QVERIFY(!engine.recover());
 
     // A link to a valid journal is not a journal.
     disk.symlink("journal/active.json", disk.at("journal/undo.json"));
