@@ -261,6 +261,23 @@ int syncVolume(int fd) {
     return retryOnInterrupt([&] { return syncfs(fd); }) == 0 ? 0 : errno;
 }
 
+RenameWriting renameWriting(int fd) {
+    struct statfs volume {};
+    if (retryOnInterrupt([&] { return fstatfs(fd, &volume); }) != 0)
+        return RenameWriting::other;
+    switch (static_cast<unsigned long>(volume.f_type)) {
+    case XFS_SUPER_MAGIC:
+    case BTRFS_SUPER_MAGIC:
+        return RenameWriting::journaled;
+    case EXT4_SUPER_MAGIC:
+        return RenameWriting::extFamily;
+    case MSDOS_SUPER_MAGIC:
+        return RenameWriting::fat;
+    default:
+        return RenameWriting::other;
+    }
+}
+
 int renameExclusive(int folder, const QByteArray& from, const QByteArray& to) {
     int rc = retryOnInterrupt([&] {
         return renameat2(folder, from.constData(), folder, to.constData(), RENAME_NOREPLACE);

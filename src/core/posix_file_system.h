@@ -113,6 +113,13 @@ int sync(int fd);
 // syncfs, every change waiting on the volume that holds `fd`: 0 or an errno.
 int syncVolume(int fd);
 
+// How the file system that holds `fd` writes a rename, as its type number
+// says: xfs and btrfs journal it as one change; ext2, ext3 and ext4 share one
+// number, and only ext3 and ext4 journal (their mount type tells them apart);
+// FAT writes a rename's directory entries one by one.
+enum class RenameWriting { journaled, extFamily, fat, other };
+RenameWriting renameWriting(int fd);
+
 // renameat2(RENAME_NOREPLACE) inside one folder: fails with EEXIST rather than
 // replace anything that has the destination name. 0 or an errno.
 int renameExclusive(int folder, const QByteArray& from, const QByteArray& to);

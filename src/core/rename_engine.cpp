@@ -6,6 +6,7 @@
 #include "core/file_safety.h"
 #include "core/filename.h"
 #include "core/journaled_volumes.h"
+#include "core/move_flushing.h"
 #include "core/natural_order.h"
 #include "core/posix_file_system.h"
 #include "core/rename_failure.h"
@@ -372,28 +373,69 @@ void RenameEngine::probeExclusiveRename(const QList<JournalEntry>& entries, cons
     }
 }
 
+// Whether no file of the batch is to take a name that a file of the batch has
+// now: no exchanges, rotations or chains, and no change of letter case only,
+// which a folder that ignores case would take for the same name.
+bool RenameEngine::namesStayApart(const RenameJournal& journal) {
+    auto key = [](const QString& path) {
+        return FilePath::parent(path) + QLatin1Char('/') +
+               Filename::collisionKey(FilePath::lastComponent(path));
+    };
+    QSet<QString> current;
+    for (const JournalEntry& entry : journal.entries)
+        current.insert(key(entry.original));
+    return std::none_of(
+        journal.entries.begin(), journal.entries.end(),
+        [&](const JournalEntry& entry) { return current.contains(key(entry.final)); });
+}
+
 void RenameEngine::perform(const QList<RenameIntent>& intents, JournalPurpose purpose,
                            Steps& steps) {
     FolderLocks locks;
     RenameJournal journal = prepare(intents, purpose, locks);
-    steps.begin(journal.entries.size(), 2 * journal.entries.size());
+    MoveFlushing flushing;
+    // On a volume that flushes every move, the staging pass would double the
+    // device's waits and leave hidden names on a card pulled in its middle; a
+    // file goes straight to its new name there when no name of the batch is in
+    // its way. The journal is the same: recovery looks under all three names.
+    const bool apart = namesStayApart(journal);
+    QList<bool> straight;
+    qsizetype moves = 0;
+    for (const JournalEntry& entry : journal.entries) {
+        straight.append(apart && !flushing.deferred(FilePath::parent(entry.original)));
+        moves += straight.last() ? 1 : 2;
+    }
+    steps.begin(journal.entries.size(), moves);
     try {
         // Phase 1 empties every name the batch will take from its own files, so
         // phase 2 can exchange and rotate names without meeting one of them.
-        for (const JournalEntry& entry : journal.entries) {
-            move(entry.original, entry.staging, entry.identity, entry.parentIdentity);
+        for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+            const JournalEntry& entry = journal.entries[index];
+            move(entry.original, straight[index] ? entry.final : entry.staging, entry.identity,
+                 entry.parentIdentity, flushing);
             steps.moved();
         }
-        for (const JournalEntry& entry : journal.entries) {
-            move(entry.staging, entry.final, entry.identity, entry.parentIdentity);
+        flushing.settle();
+        for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+            if (straight[index])
+                continue;
+            const JournalEntry& entry = journal.entries[index];
+            move(entry.staging, entry.final, entry.identity, entry.parentIdentity, flushing);
             steps.moved();
         }
+        flushing.settle();
         // Until this write lands, recovery reverses the batch; after it,
         // recovery finishes it.
         journal.completed = true;
         persist(journal, activeJournal);
         finish(journal);
     } catch (const RenameFailure& failure) {
+        // What did move is written out, so the state recovery will meet does
+        // not change under it with the next crash.
+        try {
+            flushing.settle();
+        } catch (const RenameFailure&) {
+        }
         throw RenameFailure(QStringLiteral("The batch stopped safely: ") + failure.message +
                             QStringLiteral(" A recovery journal was kept. Use Recover original "
                                            "names before another batch. Do not move any .tessary "
@@ -402,7 +444,8 @@ void RenameEngine::perform(const QList<RenameIntent>& intents, JournalPurpose pu
 }
 
 QString RenameEngine::move(const QString& from, const QString& to, const FileIdentity& identity,
-                           const FileIdentity& parentIdentity, const QStringList& alternatives) {
+                           const FileIdentity& parentIdentity, MoveFlushing& flushing,
+                           const QStringList& alternatives) {
     QString parent = FilePath::parent(from);
     if (FilePath::parent(to) != parent)
         throw RenameFailure(QStringLiteral("A rename must stay in its original folder."));
@@ -439,27 +482,7 @@ QString RenameEngine::move(const QString& from, const QString& to, const FileIde
             PosixFileSystem::sync(fd.get());
         fileChanged();
     }
-    // FAT32 writes the new entry without the file's size and first cluster,
-    // and fills them in only when the file itself is written back, up to
-    // half a minute later: a card pulled before that keeps the file under its
-    // new name with its contents out of reach. So the file goes first. Its
-    // folder's flush then misses the folder's first sectors when the folder
-    // was made since the card was mounted (the kernel files them under the
-    // parent folder), which would leave the old entry on the card beside the
-    // new one; the whole volume is written out instead.
-    if (PosixFileSystem::volumeFormat(fd.get()) == VolumeFormat::fat32) {
-        auto file = PosixFileSystem::openForReading(fd.get(), target);
-        if (!file || PosixFileSystem::sync(file.value->get()) != 0 ||
-            PosixFileSystem::syncVolume(fd.get()) != 0)
-            throw RenameFailure(QStringLiteral("The file could not confirm its new name on "
-                                               "disk. Keep the recovery journal and retry "
-                                               "recovery."));
-    }
-    // The journal already on disk says where this file may be; this flush makes
-    // sure the disk never shows a name older than the journal assumes.
-    if (PosixFileSystem::sync(fd.get()) != 0)
-        throw RenameFailure(QStringLiteral("The folder could not confirm the change on disk. Keep "
-                                           "the recovery journal and retry recovery."));
+    flushing.moved(parent, fd.get(), target);
     return QString::fromUtf8(target);
 }
 
@@ -548,7 +571,15 @@ void RenameEngine::commit(const QByteArray& document, const char* target, Commit
         throw RenameFailure(QStringLiteral("An interrupted batch needs recovery first."));
     if (refused != 0)
         throw RenameFailure(QStringLiteral("The recovery journal could not be committed."));
-    syncJournalFolder();
+    // A journal folder on a card needs its new name written as a moved file's
+    // is, or a pull leaves the name with an empty journal behind it.
+    try {
+        MoveFlushing flushing;
+        flushing.moved(folder, journals.get(), QByteArray(target));
+        flushing.settle();
+    } catch (const RenameFailure&) {
+        throw RenameFailure(QStringLiteral("Cannot sync the journal folder to disk."));
+    }
 }
 
 void RenameEngine::syncJournalFolder() {
@@ -768,18 +799,24 @@ QList<std::optional<QString>> RenameEngine::locateForRestoring(RenameJournal& jo
 }
 
 // A move by link interrupted before its old name went leaves a file under its
-// staging name and its original or final name. Files are only recognised
+// staging name and its original or final name, or, when it went straight to
+// its new name, under its original and final name. Files are only recognised
 // under a single name, and that second name would stand in the way of the
 // file whose name it is, so it goes before anything is located. Only a second
-// name of the very file under this batch's staging name is removed.
+// name of the very same inode goes, which loses no data; never on a card,
+// whose two entries of one file are two inodes sharing clusters.
 void RenameEngine::dropSecondNames(const RenameJournal& journal) {
     for (const JournalEntry& entry : journal.entries) {
+        if (entry.identity.renumbered)
+            continue;
         try {
             UniqueFd fd = FileSafety::directoryFD(FilePath::parent(entry.staging));
             const QByteArray staging = FilePath::lastComponent(entry.staging).toUtf8();
-            for (const QString& other : {entry.original, entry.final})
-                ExclusiveMove::dropSecondName(fd.get(), staging,
-                                              FilePath::lastComponent(other).toUtf8());
+            const QByteArray original = FilePath::lastComponent(entry.original).toUtf8();
+            const QByteArray final = FilePath::lastComponent(entry.final).toUtf8();
+            ExclusiveMove::dropSecondName(fd.get(), staging, original);
+            ExclusiveMove::dropSecondName(fd.get(), staging, final);
+            ExclusiveMove::dropSecondName(fd.get(), original, final);
         } catch (const RenameFailure&) {
         }
     }
@@ -803,15 +840,30 @@ qsizetype RenameEngine::restore(const RenameJournal& journal,
             moves += *found[index] == entry.staging ? 1 : 2;
     }
     steps.begin(journal.entries.size(), moves);
+    MoveFlushing flushing;
+    // Moves that did happen are written out before a failure is reported, as
+    // after every pass, so the next crash finds them as this one left them.
+    struct SettleOnFailure {
+        MoveFlushing& flushing;
+        ~SettleOnFailure() {
+            if (std::uncaught_exceptions() == 0)
+                return;
+            try {
+                flushing.settle();
+            } catch (const RenameFailure&) {
+            }
+        }
+    } settleOnFailure{flushing};
     QList<std::optional<QString>> at = found;
     for (qsizetype index = 0; index < journal.entries.size(); ++index) {
         const JournalEntry& entry = journal.entries[index];
         if (at[index] && *at[index] != entry.staging && *at[index] != entry.original) {
-            move(*at[index], entry.staging, entry.identity, entry.parentIdentity);
+            move(*at[index], entry.staging, entry.identity, entry.parentIdentity, flushing);
             at[index] = entry.staging;
             steps.moved();
         }
     }
+    flushing.settle();
     // A FAT32 card pulled in the middle of a move to the final name keeps the
     // file under its staging and its final entry, both on its clusters (see
     // locate). The staging entry cannot be moved onto the original name while
@@ -822,7 +874,7 @@ qsizetype RenameEngine::restore(const RenameJournal& journal,
         const JournalEntry& entry = journal.entries[index];
         if (at[index] == entry.staging && entry.identity.renumbered && holds(entry, entry.final) &&
             !hasTwin(journal, entry)) {
-            move(entry.final, entry.original, entry.identity, entry.parentIdentity);
+            move(entry.final, entry.original, entry.identity, entry.parentIdentity, flushing);
             at[index] = entry.original;
             steps.moved();
         }
@@ -837,13 +889,14 @@ qsizetype RenameEngine::restore(const RenameJournal& journal,
             continue;
         const QString original = FilePath::lastComponent(entry.original);
         QString name = move(entry.staging, entry.original, entry.identity, entry.parentIdentity,
-                            aside ? besideNames(original) : QStringList());
+                            flushing, aside ? besideNames(original) : QStringList());
         steps.moved();
         if (name != original) {
             aside->append({entry, name});
             --restored;
         }
     }
+    flushing.settle();
     steps.end();
     return restored;
 }

@@ -15,6 +15,8 @@
 
 #include <optional>
 
+class MoveFlushing;
+
 // The only component that renames the user's files. Every batch is journaled
 // durably before the first file moves, every file passes through a hidden
 // staging name in its own folder, every single rename is exclusive and is
@@ -98,7 +100,9 @@ private:
     // last components in `alternatives` are tried in turn. Returns the last
     // component the file took.
     QString move(const QString& from, const QString& to, const FileIdentity& identity,
-                 const FileIdentity& parentIdentity, const QStringList& alternatives = {});
+                 const FileIdentity& parentIdentity, MoveFlushing& flushing,
+                 const QStringList& alternatives = {});
+    static bool namesStayApart(const RenameJournal& journal);
     enum class Commit { exclusive, replacing };
     static QByteArray journalDocument(const RenameJournal& journal);
     void persist(const RenameJournal& journal, const char* target);
