@@ -46,6 +46,7 @@ template <typename Work> std::optional<QString> failureOf(Work work) {
 struct RecoveryOutcome {
     std::optional<QString> failure;
     QList<JournalEntry> missing;
+    QStringList notes;
 };
 
 struct RestoreOutcome {
@@ -83,6 +84,7 @@ QString restoredNotice(const SetAsideBatch& batch) {
     else if (!batch.record.isEmpty())
         sentences.append(QStringLiteral("The batch's journal is kept as ") + record +
                          QStringLiteral(" in the journal folder."));
+    sentences += batch.notes;
     return sentences.join(QLatin1Char(' '));
 }
 
@@ -342,7 +344,7 @@ void AppModel::runRecoveryAction(bool recover) {
             RecoveryOutcome outcome;
             outcome.failure = failureOf([&] {
                 if (recover)
-                    engine->recover(progress);
+                    outcome.notes = engine->recover(progress).value_or(QStringList());
                 else
                     engine->undo(progress);
             });
@@ -356,10 +358,11 @@ void AppModel::runRecoveryAction(bool recover) {
             return outcome;
         },
         [this, recover](const RecoveryOutcome& outcome) {
-            finishFileOperation(outcome.failure, recover
-                                                     ? recoveredNotice
-                                                     : QStringLiteral("The last batch was undone. "
-                                                                      "Original names restored."));
+            finishFileOperation(outcome.failure,
+                                recover ? QStringList(QStringList{recoveredNotice} + outcome.notes)
+                                              .join(QLatin1Char(' '))
+                                        : QStringLiteral("The last batch was undone. "
+                                                         "Original names restored."));
             if (recover && hasRecovery_) {
                 assign(missingFiles_, outcome.missing, &AppModel::missingFilesChanged);
                 assign(recoveryFailed_, outcome.failure.has_value(),

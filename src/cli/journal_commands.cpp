@@ -128,6 +128,8 @@ int restoreFound(RenameEngine& engine, bool confirmedAlready, QTextStream& out,
             << ", because another file has taken its original name.\n";
     if (!result.missing.isEmpty())
         printMissing(result.missing, out);
+    for (const QString& note : result.notes)
+        out << note << '\n';
     if (!result.record.isEmpty())
         out << "Record kept: " << result.record << '\n'
             << "The record lists every file of the batch with its original, new and staging "
@@ -178,14 +180,17 @@ int recover(const QStringList& arguments) {
                         "  tessary-cli recover --restore-found --yes\n")},
         [](RenameEngine& engine, const QCommandLineParser& parser, QTextStream& out,
            QTextStream& errors) {
+            QStringList notes;
             if (parser.isSet(QStringLiteral("restore-found")))
                 return restoreFound(engine, parser.isSet(QStringLiteral("yes")), out, errors);
             try {
                 TerminalProgress progress(errors);
-                if (!engine.recover(progress.observer())) {
+                std::optional<QStringList> recovered = engine.recover(progress.observer());
+                if (!recovered) {
                     out << "No batch needs recovery.\n";
                     return 0;
                 }
+                notes = *recovered;
             } catch (const RenameFailure& failure) {
                 errors << failure.message << '\n';
                 // The way out, named where the person meets the problem:
@@ -207,6 +212,8 @@ int recover(const QStringList& arguments) {
             }
             out << "Recovery finished. Original names restored, or the completed batch was saved "
                    "for undo.\n";
+            for (const QString& note : notes)
+                out << note << '\n';
             return 0;
         });
 }

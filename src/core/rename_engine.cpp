@@ -15,6 +15,7 @@
 
 #include <QDateTime>
 #include <QHash>
+#include <QMap>
 #include <QSet>
 
 #include <algorithm>
@@ -143,6 +144,92 @@ bool holds(const JournalEntry& entry, const QString& name) {
         name != entry.staging && Filename::collisionKey(FilePath::lastComponent(entry.original)) ==
                                      Filename::collisionKey(FilePath::lastComponent(entry.final));
     return isAt(name, entry.identity, entry.parentIdentity) && (!caseOnly || listedAsSpelled(name));
+}
+
+// How to check the card or disk that holds `folder`, in a sentence's words.
+QString volumeCheck(const QString& folder) {
+    VolumeFormat format = VolumeFormat::other;
+    try {
+        format = PosixFileSystem::volumeFormat(FileSafety::directoryFD(folder).get());
+    } catch (const RenameFailure&) {
+    }
+    switch (format) {
+    case VolumeFormat::fat32:
+        return QStringLiteral("a card check (fsck.vfat, or Windows' \"Scan and fix\")");
+    case VolumeFormat::exfat:
+        return QStringLiteral("a card check (fsck.exfat, or Windows' \"Scan and fix\")");
+    default:
+        return QStringLiteral("a disk check (chkdsk in Windows)");
+    }
+}
+
+// What the person should know of a card that was pulled in the middle of a
+// move and is now recovered: a file it kept under a second name, which shares
+// the file's contents and so must not simply be deleted. That name may be
+// none of the batch's: FAT32 can lose a long name and keep its short form
+// ("TESSAR~2"), so each folder is looked through for its files' contents
+// under names that are not theirs.
+QStringList extraNameNotes(const RenameJournal& journal) {
+    QMap<QString, QList<const JournalEntry*>> byFolder;
+    QSet<QString> originals;
+    for (const JournalEntry& entry : journal.entries) {
+        originals.insert(entry.original);
+        if (entry.identity.renumbered)
+            byFolder[FilePath::parent(entry.original)].append(&entry);
+    }
+    QStringList notes;
+    for (auto folder = byFolder.cbegin(); folder != byFolder.cend(); ++folder) {
+        QMultiHash<std::uint64_t, const JournalEntry*> bySize;
+        for (const JournalEntry* entry : folder.value())
+            bySize.insert(entry->identity.size, entry);
+        try {
+            UniqueFd fd = FileSafety::directoryFD(folder.key());
+            auto listing = PosixFileSystem::listFolder(fd.get());
+            if (!listing)
+                continue;
+            for (const QByteArray& name : *listing.value) {
+                const QString path = FilePath::joined(folder.key(), QString::fromUtf8(name));
+                if (originals.contains(path))
+                    continue;
+                PosixFileSystem::Status status;
+                try {
+                    status = FileSafety::fileStat(QString::fromUtf8(name), fd.get());
+                } catch (const RenameFailure&) {
+                    continue;
+                }
+                for (const JournalEntry* entry : bySize.values(status.size)) {
+                    if (!FileIdentity::sameFile(entry->identity, status.identity) ||
+                        !holds(*entry, entry->original))
+                        continue;
+                    notes.append(
+                        Filename::shown(FilePath::lastComponent(entry->original)) +
+                        QStringLiteral(" is back under its name, and the card also kept it as ") +
+                        Filename::shown(QString::fromUtf8(name)) +
+                        QStringLiteral(". Both names share its contents, so delete neither: ") +
+                        volumeCheck(folder.key()) + QStringLiteral(" clears the extra name."));
+                    // Twins in one folder (a burst of identical photos) cannot
+                    // be told apart here; either name gets the same advice.
+                    break;
+                }
+            }
+        } catch (const RenameFailure&) {
+        }
+    }
+    return notes;
+}
+
+// A file a pulled card may have lost: exFAT can drop the one entry it was
+// writing.
+QStringList lostNotes(const QList<JournalEntry>& missing) {
+    QStringList notes;
+    for (const JournalEntry& entry : missing) {
+        if (entry.identity.renumbered)
+            notes.append(Filename::shown(FilePath::lastComponent(entry.original)) +
+                         QStringLiteral(" may have been lost by its card when it was pulled: ") +
+                         volumeCheck(FilePath::parent(entry.original)) +
+                         QStringLiteral(" may bring it back."));
+    }
+    return notes;
 }
 
 } // namespace
@@ -639,17 +726,17 @@ void RenameEngine::undo(const RenameProgress::Observer& progress) {
     perform(intents, JournalPurpose::undo, steps);
 }
 
-bool RenameEngine::recover(const RenameProgress::Observer& progress) {
+std::optional<QStringList> RenameEngine::recover(const RenameProgress::Observer& progress) {
     Lock held = lock();
     if (!hasRecovery())
-        return false;
+        return std::nullopt;
     RenameJournal journal = read(activeJournal);
     Steps steps(progress, RenameProgress::Phase::recovering);
     steps.begin(journal.entries.size(), 0);
     if (journal.completed) {
         finish(journal);
         steps.end();
-        return true;
+        return QStringList();
     }
     FolderLocks locks = lockFolders(journal);
     dropSecondNames(journal);
@@ -657,16 +744,21 @@ bool RenameEngine::recover(const RenameProgress::Observer& progress) {
     // mounted stops recovery with nothing moved anywhere.
     const QList<std::optional<QString>> found = locate(journal);
     for (qsizetype index = 0; index < found.size(); ++index) {
-        if (!found[index])
-            throw RenameFailure(QStringLiteral("Recovery cannot find the original ") +
-                                FilePath::lastComponent(journal.entries[index].original) +
-                                QStringLiteral(". Reconnect its volume or restore it to a recorded "
-                                               "location, then retry. The journal remains in ") +
-                                folder + QLatin1Char('.'));
+        if (!found[index]) {
+            const JournalEntry& entry = journal.entries[index];
+            QString failure = QStringLiteral("Recovery cannot find the original ") +
+                              Filename::shown(FilePath::lastComponent(entry.original)) +
+                              QStringLiteral(". Reconnect its volume or restore it to a recorded "
+                                             "location, then retry. The journal remains in ") +
+                              folder + QLatin1Char('.');
+            for (const QString& note : lostNotes({entry}))
+                failure += QLatin1Char(' ') + note;
+            throw RenameFailure(failure);
+        }
     }
     restore(journal, found, nullptr, steps);
     removeDurably(activeJournal);
-    return true;
+    return extraNameNotes(journal);
 }
 
 SetAsideBatch RenameEngine::restoreFound(const RenameProgress::Observer& progress) {
@@ -685,6 +777,7 @@ SetAsideBatch RenameEngine::restoreFound(const RenameProgress::Observer& progres
     SetAsideBatch result;
     result.restored = restore(journal, found, &result.renamed, steps);
     result.missing = unfound(journal, found);
+    result.notes = extraNameNotes(journal) + lostNotes(result.missing);
     if (result.missing.isEmpty() && result.renamed.isEmpty()) {
         removeDurably(activeJournal);
         return result;

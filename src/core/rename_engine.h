@@ -54,9 +54,11 @@ public:
 
     // Finishes a batch that was interrupted after all its files had their new
     // names, or otherwise puts every file of it back under its original name.
-    // False when no batch was waiting, which is no failure: people recover by
-    // habit after any crash.
-    bool recover(const RenameProgress::Observer& progress = {});
+    // Nothing when no batch was waiting, which is no failure: people recover
+    // by habit after any crash. Otherwise what the person should know of the
+    // result, in sentences: usually none, but a card pulled in the middle of a
+    // move can keep a file under a second name.
+    std::optional<QStringList> recover(const RenameProgress::Observer& progress = {});
 
     // The way out when recovery cannot find some files, because another
     // program replaced them or their volume is gone for good. Every file that

@@ -20,6 +20,9 @@ struct SetAsideBatch {
     qsizetype restored = 0;
     QList<JournalEntry> missing;
     QList<Renamed> renamed;
+    // What the person should know besides, in sentences: a card can keep a
+    // file under a second name, or lose one, when pulled mid-move.
+    QStringList notes;
     // Full path of the dated record; empty when every file is back under its
     // original name and the batch was simply recovered.
     QString record;
