@@ -29,6 +29,19 @@ std::optional<QList<std::pair<QString, QString>>> listed(const FileSafety::OpenF
 
 } // namespace
 
+std::optional<QSet<QString>>
+BatchObservation::Folder::keysHeldBesides(const QSet<QString>& batchNames) const {
+    if (!entries)
+        return std::nullopt;
+    QSet<QString> keys;
+    keys.reserve(entries->size());
+    for (const auto& [name, key] : *entries) {
+        if (!batchNames.contains(name))
+            keys.insert(key);
+    }
+    return keys;
+}
+
 BatchObservation BatchObservation::take(const QList<FileRecord>& records,
                                         const std::atomic<bool>* superseded) {
     BatchObservation observation;

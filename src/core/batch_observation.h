@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 
 #include <atomic>
@@ -35,6 +36,11 @@ struct BatchObservation {
         qsizetype pathBytes = 0;
         // Whose rules for names the folder's volume keeps.
         VolumeFormat format = VolumeFormat::other;
+
+        // The collision keys of the entries not named in `batchNames` (the
+        // batch's own files here): the names other files hold. Nothing when
+        // the folder could not be listed.
+        std::optional<QSet<QString>> keysHeldBesides(const QSet<QString>& batchNames) const;
     };
 
     // One per record, in the records' order.

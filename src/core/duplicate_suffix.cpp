@@ -14,21 +14,6 @@ namespace {
 // one folder.
 using Groups = QHash<QString, QList<qsizetype>>;
 
-// The collision keys of the names in a folder held by files outside the
-// batch, or nothing when the folder could not be read. `batchNames` holds
-// the names of the batch's files in that folder.
-std::optional<QSet<QString>> namesOnDisk(const BatchObservation::Folder& folder,
-                                         const QSet<QString>& batchNames) {
-    if (folder.failure || !folder.entries)
-        return std::nullopt;
-    QSet<QString> keys;
-    for (const auto& [name, key] : *folder.entries) {
-        if (!batchNames.contains(name))
-            keys.insert(key);
-    }
-    return keys;
-}
-
 QString withNumber(const QString& name, DuplicateFormat format, qsizetype number) {
     qsizetype period = Filename::extensionPeriod(name);
     return name.left(period) + numbered(format, number) + name.mid(period);
@@ -69,7 +54,7 @@ QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format
                 continue;
             if (!listed) {
                 const QString& folderPath = observed.files[observedAt[members.front()]].folderPath;
-                onDisk = namesOnDisk(observed.folders.value(folderPath), batchNames(folderPath));
+                onDisk = observed.folders.value(folderPath).keysHeldBesides(batchNames(folderPath));
                 listed = true;
             }
             if (!onDisk || onDisk->contains(group.key()))

@@ -54,22 +54,6 @@ Tally tally(const QList<RenameIntent>& intents, const QList<QString>& proposedKe
     return counts;
 }
 
-// The collision keys of a folder's entries that are not themselves in the
-// batch, or nothing when the folder could not be listed. `members` holds the
-// names of the batch's files in this folder.
-std::optional<QSet<QString>> takenNames(const BatchObservation::Folder& folder,
-                                        const QSet<QString>& members) {
-    if (!folder.entries)
-        return std::nullopt;
-    QSet<QString> keys;
-    keys.reserve(folder.entries->size());
-    for (const auto& [name, key] : *folder.entries) {
-        if (!members.contains(name))
-            keys.insert(key);
-    }
-    return keys;
-}
-
 // The engine journals the new path and a staging path beside it; the longest
 // staging name is that of a batch's last possible file. `folderBytes` is the
 // folder's path in UTF-8 with its closing slash.
@@ -195,7 +179,7 @@ QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
         if (reachListing.isEmpty())
             continue;
 
-        auto taken = takenNames(folder, memberNames);
+        auto taken = folder.keysHeldBesides(memberNames);
         for (qsizetype index : reachListing) {
             if (!taken)
                 result[index].problem =
