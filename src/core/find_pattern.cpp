@@ -1,5 +1,7 @@
 #include "core/find_pattern.h"
 
+#include "core/name_case.h"
+
 namespace {
 
 constexpr auto options = QRegularExpression::UseUnicodePropertiesOption;
@@ -9,20 +11,6 @@ constexpr auto options = QRegularExpression::UseUnicodePropertiesOption;
 // while a pattern that backtracks without end gives up on a name in about
 // 0.1 ms: a few hundred milliseconds for a whole batch.
 const QString limit = QStringLiteral("(*LIMIT_MATCH=10000)");
-
-enum class CaseMode { unchanged, upper, lower };
-
-QString cased(const QString& text, CaseMode mode) {
-    switch (mode) {
-    case CaseMode::upper:
-        return text.toUpper();
-    case CaseMode::lower:
-        return text.toLower();
-    case CaseMode::unchanged:
-        break;
-    }
-    return text;
-}
 
 // The group a reference at `at` (just after its "$") names, and how many
 // characters the reference takes after the "$"; an empty name when the "$"
@@ -69,9 +57,9 @@ QString substituted(const QString& replacement, const QRegularExpressionMatch& m
                     std::optional<QString>& problem) {
     QString result;
     QString pending;
-    CaseMode mode = CaseMode::unchanged;
-    auto switchTo = [&](CaseMode next) {
-        result += cased(pending, mode);
+    NameCase mode = NameCase::unchanged;
+    auto switchTo = [&](NameCase next) {
+        result += withCase(pending, mode);
         pending.clear();
         mode = next;
     };
@@ -79,9 +67,9 @@ QString substituted(const QString& replacement, const QRegularExpressionMatch& m
         QChar unit = replacement.at(at);
         QChar next = at + 1 < replacement.size() ? replacement.at(at + 1) : QChar();
         if (unit == QLatin1Char('\\') && (next == 'U' || next == 'L' || next == 'E')) {
-            switchTo(next == 'U'   ? CaseMode::upper
-                     : next == 'L' ? CaseMode::lower
-                                   : CaseMode::unchanged);
+            switchTo(next == 'U'   ? NameCase::upper
+                     : next == 'L' ? NameCase::lower
+                                   : NameCase::unchanged);
             ++at;
             continue;
         }
@@ -106,7 +94,7 @@ QString substituted(const QString& replacement, const QRegularExpressionMatch& m
         }
         at += named.length;
     }
-    switchTo(CaseMode::unchanged);
+    switchTo(NameCase::unchanged);
     return result;
 }
 

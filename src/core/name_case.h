@@ -15,3 +15,7 @@ inline constexpr std::array<NameCase, 4> allNameCases = {NameCase::unchanged, Na
 
 QString rawValue(NameCase nameCase);
 std::optional<NameCase> nameCaseFromRaw(QStringView raw);
+
+// `text` in the case asked for. Title case gives the first code point of each
+// run between white space its title-case form and the rest its lower case.
+QString withCase(const QString& text, NameCase nameCase);
