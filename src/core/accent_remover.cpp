@@ -1,5 +1,7 @@
 #include "core/accent_remover.h"
 
+#include "core/filename.h"
+
 #include <unicode/translit.h>
 #include <unicode/unistr.h>
 
@@ -18,10 +20,6 @@ namespace {
 // "ss", "Ł" to "L". It costs about ten microseconds a name, so the marks,
 // the common case, come off before it without it.
 const char16_t rules[] = u"::[[:Latin:]-[:ASCII:]] Latin-ASCII;";
-
-bool isAscii(const QString& text) {
-    return std::all_of(text.begin(), text.end(), [](QChar unit) { return unit.unicode() < 0x80; });
-}
 
 // The text decomposed without the nonspacing marks that follow a Latin
 // letter, composed again. Marks on the letters of other scripts stay.
@@ -62,7 +60,7 @@ AccentRemover::AccentRemover() : transliterator(std::make_unique<Transliterator>
 AccentRemover::~AccentRemover() = default;
 
 QString AccentRemover::removed(const QString& text) const {
-    if (isAscii(text))
+    if (Filename::isAscii(text))
         return text;
     QString result = withoutLatinMarks(text);
     if (!transliterator->icu || !holdsLatinBeyondAscii(result))

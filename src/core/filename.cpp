@@ -9,6 +9,11 @@
 #include <utility>
 
 namespace Filename {
+
+bool isAscii(QStringView text) {
+    return std::all_of(text.begin(), text.end(), [](QChar unit) { return unit.unicode() < 0x80; });
+}
+
 namespace {
 
 bool isControlOrFormat(char32_t codePoint) {
@@ -100,12 +105,6 @@ QString shown(const QString& name) {
 }
 
 namespace {
-
-// ASCII is its own composed form and folds by lowering A to Z, so most names
-// skip the Unicode tables entirely.
-bool isAscii(const QString& name) {
-    return std::all_of(name.begin(), name.end(), [](QChar unit) { return unit.unicode() < 0x80; });
-}
 
 // Full case folding, as case-insensitive Linux folders (ext4 and f2fs casefold)
 // compare names: "ß" is "ss" and "ﬁ" is "fi" there. Qt folds simply, one code

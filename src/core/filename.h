@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 #include <optional>
 
@@ -31,6 +32,10 @@ QString shown(const QString& name);
 // names, and locale-independent, so keys from the batch and from folder
 // listings always agree.
 QString collisionKey(const QString& name);
+
+// Whether every code unit is ASCII: such text is its own composed form and
+// folds by lowering A to Z, so the Unicode tables can be skipped.
+bool isAscii(QStringView text);
 
 // Composed form, for deciding whether a name changes at all.
 QString canonical(const QString& name);
