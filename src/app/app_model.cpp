@@ -273,9 +273,17 @@ void AppModel::refreshPreview() {
     ++previewGeneration;
     assign(previewing_, true, &AppModel::previewingChanged);
     abandonObservation(pendingInputs);
-    pendingInputs = PreviewInputs{
-        files_,        knownFacts(rules_, mode_), rules_, mode_, mappingText_, mappingFormat_,
-        checkWindows_, mappingInputError_,        {},     {}};
+    pendingInputs = PreviewInputs{files_,
+                                  knownFacts(rules_, mode_),
+                                  rules_,
+                                  mode_,
+                                  mappingText_,
+                                  mappingFormat_,
+                                  checkWindows_,
+                                  mappingInputError_,
+                                  {},
+                                  {},
+                                  files_ != notedFiles_};
     startObservation(*pendingInputs);
     previewDelay.start();
 }
@@ -285,16 +293,20 @@ void AppModel::setPreviewComputation(PreviewComputation computation) {
 }
 
 void AppModel::startPreviewComputation(quint64 generation, PreviewInputs inputs) {
+    QList<FileRecord> files = inputs.files;
     runInBackground(
         this,
         [compute = previewComputation, inputs = std::move(inputs)] { return compute(inputs); },
-        [this, generation](const PreviewResult& result) {
+        [this, generation, files](const PreviewResult& result) {
             if (generation != previewGeneration)
                 return;
+            if (result.volumesNoted) {
+                notedFiles_ = files;
+                assign(volumeNote_, result.volumeNote, &AppModel::volumeNoteChanged);
+            }
             assign(rows_, result.rows, &AppModel::rowsChanged);
             assign(mappingDiagnostics_, result.diagnostics, &AppModel::mappingDiagnosticsChanged);
             assign(mappingCount_, result.mappingCount, &AppModel::mappingCountChanged);
-            assign(volumeNote_, result.volumeNote, &AppModel::volumeNoteChanged);
             assign(previewing_, false, &AppModel::previewingChanged);
             emit previewApplied();
         });

@@ -297,6 +297,8 @@ private:
     QList<MappingDiagnostic> mappingDiagnostics_;
     qsizetype mappingCount_ = 0;
     std::optional<QString> volumeNote_;
+    // The files `volumeNote_` was taken for.
+    QList<FileRecord> notedFiles_;
     std::optional<QString> mappingInputError_;
     bool checkWindows_ = false;
     bool showMappingEditor_ = false;

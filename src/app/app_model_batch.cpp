@@ -279,6 +279,7 @@ void AppModel::clear() {
     assign(previewing_, false, &AppModel::previewingChanged);
     assign(mappingDiagnostics_, QList<MappingDiagnostic>(), &AppModel::mappingDiagnosticsChanged);
     assign(mappingCount_, qsizetype(0), &AppModel::mappingCountChanged);
+    notedFiles_.clear();
     assign(volumeNote_, std::optional<QString>(), &AppModel::volumeNoteChanged);
 }
 

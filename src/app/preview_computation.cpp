@@ -9,7 +9,10 @@
 
 PreviewResult computePreview(const PreviewInputs& inputs) {
     PreviewResult result;
-    result.volumeNote = VolumeNote::forFiles(inputs.files);
+    if (inputs.noteVolumes) {
+        result.volumesNoted = true;
+        result.volumeNote = VolumeNote::forFiles(inputs.files);
+    }
     if (inputs.mode == RenameMode::rules) {
         result.rows =
             inputs.observation.isValid()

@@ -36,12 +36,17 @@ struct PreviewInputs {
     // out its delay; invalid when the computation takes it itself.
     QFuture<BatchObservation> observation;
     std::shared_ptr<std::atomic<bool>> observationSuperseded;
+    // Whether the files differ from those of the volume note in force: only
+    // then is the mount table read again, not at every keystroke.
+    bool noteVolumes = true;
 };
 
 struct PreviewResult {
     QList<PreviewRow> rows;
     QList<MappingDiagnostic> diagnostics;
     qsizetype mappingCount = 0;
+    // Taken only when the inputs asked for it.
+    bool volumesNoted = false;
     std::optional<QString> volumeNote;
 };
 
