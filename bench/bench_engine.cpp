@@ -12,9 +12,9 @@
 
 #include "bench_support.h"
 
-#include "core/file_import.h"
-#include "core/recipe.h"
-#include "core/rename_engine.h"
+#include "core/engine/rename_engine.h"
+#include "core/import/file_import.h"
+#include "core/naming/recipe.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -4,9 +4,9 @@
 
 #include "bench_support.h"
 
-#include "core/file_import.h"
-#include "core/mapping_parser.h"
-#include "core/mapping_preview.h"
+#include "core/import/file_import.h"
+#include "core/mapping/mapping_parser.h"
+#include "core/mapping/mapping_preview.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -7,10 +7,10 @@
 
 #include "bench_support.h"
 
-#include "core/file_import.h"
-#include "core/recipe.h"
-#include "core/rename_preview.h"
-#include "core/rule_preview.h"
+#include "core/import/file_import.h"
+#include "core/naming/recipe.h"
+#include "core/preview/rename_preview.h"
+#include "core/preview/rule_preview.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

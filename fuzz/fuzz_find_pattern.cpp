@@ -2,7 +2,7 @@
 // replacing must never crash, must give up on a name within the match limit
 // rather than run on, and must leave the name whole when it gives up.
 
-#include "core/find_pattern.h"
+#include "core/naming/find_pattern.h"
 
 #include <cstdint>
 #include <cstdlib>

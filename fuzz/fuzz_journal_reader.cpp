@@ -1,8 +1,8 @@
 // Any bytes as a journal: the reader must refuse them with a sentence or
 // return a journal that survives being written and read again unchanged.
 
-#include "core/rename_failure.h"
-#include "core/rename_journal.h"
+#include "core/base/rename_failure.h"
+#include "core/journal/rename_journal.h"
 
 #include <cstdint>
 #include <cstdlib>

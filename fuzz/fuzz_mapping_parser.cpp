@@ -1,7 +1,7 @@
 // Any bytes, in every format: the parser must never crash, and must keep its
 // promise of entries or one diagnostic, never both, within the limits.
 
-#include "core/mapping_parser.h"
+#include "core/mapping/mapping_parser.h"
 
 #include <cstdint>
 #include <cstdlib>

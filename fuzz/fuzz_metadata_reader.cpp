@@ -1,7 +1,7 @@
 // Any bytes as a whole image file: reading them must never crash or throw,
 // and a date taken, when one is found, must be a real date.
 
-#include "core/metadata_reader.h"
+#include "core/import/metadata_reader.h"
 
 #include <cstdint>
 #include <cstdlib>

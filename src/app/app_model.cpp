@@ -2,12 +2,12 @@
 
 #include "app/background.h"
 
-#include "core/batch_limit.h"
-#include "core/file_import.h"
-#include "core/filename.h"
-#include "core/new_files.h"
-#include "core/rename_failure.h"
-#include "core/uuid_text.h"
+#include "core/base/batch_limit.h"
+#include "core/base/rename_failure.h"
+#include "core/base/uuid_text.h"
+#include "core/batch/new_files.h"
+#include "core/import/file_import.h"
+#include "core/naming/filename.h"
 
 #include <nlohmann/json.hpp>
 

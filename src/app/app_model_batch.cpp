@@ -2,14 +2,14 @@
 // on disk: rename, undo, recovery and restoring the files that can be found.
 
 #include "app/app_model.h"
-#include "core/batch_limit.h"
+#include "core/base/batch_limit.h"
 
 #include "app/background.h"
 
-#include "core/file_import.h"
-#include "core/file_record.h"
-#include "core/folder_authorization.h"
-#include "core/rename_failure.h"
+#include "core/base/rename_failure.h"
+#include "core/batch/file_record.h"
+#include "core/batch/folder_authorization.h"
+#include "core/import/file_import.h"
 
 #include <QCoreApplication>
 #include <QPointer>

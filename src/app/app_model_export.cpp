@@ -3,8 +3,8 @@
 
 #include "app/app_model.h"
 
-#include "core/atomic_file.h"
-#include "core/rename_failure.h"
+#include "core/base/rename_failure.h"
+#include "core/batch/atomic_file.h"
 
 void AppModel::exportReport(bool completed) {
     if (busy_ || authorizingFolders_ || hasModalEditor() || hasRecovery_)

@@ -5,7 +5,7 @@
 
 #include "app/background.h"
 
-#include "core/metadata_reader.h"
+#include "core/import/metadata_reader.h"
 
 #include <utility>
 

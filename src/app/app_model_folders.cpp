@@ -3,10 +3,10 @@
 
 #include "app/app_model.h"
 
-#include "core/file_record.h"
-#include "core/filename.h"
-#include "core/folder_authorization.h"
-#include "core/rename_failure.h"
+#include "core/base/rename_failure.h"
+#include "core/batch/file_record.h"
+#include "core/batch/folder_authorization.h"
+#include "core/naming/filename.h"
 
 namespace {
 

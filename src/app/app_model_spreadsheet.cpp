@@ -4,8 +4,8 @@
 
 #include "app/app_model.h"
 
-#include "core/mapping_parser.h"
-#include "core/rename_failure.h"
+#include "core/base/rename_failure.h"
+#include "core/mapping/mapping_parser.h"
 
 bool AppModel::canChangeSpreadsheet() const {
     return !busy_ && !authorizingFolders_;

@@ -1,9 +1,9 @@
 #include "app/preview_computation.h"
 
-#include "core/mapping_parser.h"
-#include "core/mapping_preview.h"
-#include "core/rule_preview.h"
-#include "core/volume_note.h"
+#include "core/mapping/mapping_parser.h"
+#include "core/mapping/mapping_preview.h"
+#include "core/preview/rule_preview.h"
+#include "core/preview/volume_note.h"
 
 #include <QtConcurrent/QtConcurrentRun>
 

@@ -2,14 +2,14 @@
 
 #include "app/rename_mode.h"
 
-#include "core/file_facts.h"
-#include "core/file_record.h"
-#include "core/mapping_document.h"
-#include "core/mapping_format.h"
-#include "core/preview_row.h"
-#include "core/rename_rules.h"
+#include "core/batch/file_record.h"
+#include "core/mapping/mapping_document.h"
+#include "core/mapping/mapping_format.h"
+#include "core/naming/file_facts.h"
+#include "core/naming/rename_rules.h"
+#include "core/preview/preview_row.h"
 
-#include "core/batch_observation.h"
+#include "core/preview/batch_observation.h"
 
 #include <QFuture>
 #include <QList>

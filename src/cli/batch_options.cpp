@@ -3,10 +3,10 @@
 #include "command_line.h"
 #include "usage_error.h"
 
-#include "core/mapping_parser.h"
-#include "core/posix_file_system.h"
-#include "core/recipe.h"
-#include "core/rename_failure.h"
+#include "core/base/rename_failure.h"
+#include "core/mapping/mapping_parser.h"
+#include "core/naming/recipe.h"
+#include "core/platform/posix_file_system.h"
 
 #include <nlohmann/json.hpp>
 

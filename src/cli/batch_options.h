@@ -2,7 +2,7 @@
 
 #include "batch_preview.h"
 
-#include "core/rename_rules.h"
+#include "core/naming/rename_rules.h"
 
 #include <QCommandLineParser>
 

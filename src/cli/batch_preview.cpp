@@ -2,13 +2,13 @@
 
 #include "command_line.h"
 
-#include "core/batch_limit.h"
-#include "core/file_import.h"
-#include "core/folder_authorization.h"
-#include "core/mapping_preview.h"
-#include "core/metadata_reader.h"
-#include "core/rule_preview.h"
-#include "core/volume_note.h"
+#include "core/base/batch_limit.h"
+#include "core/batch/folder_authorization.h"
+#include "core/import/file_import.h"
+#include "core/import/metadata_reader.h"
+#include "core/mapping/mapping_preview.h"
+#include "core/preview/rule_preview.h"
+#include "core/preview/volume_note.h"
 
 #include <QDir>
 #include <QUrl>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/import_result.h"
-#include "core/mapping_document.h"
-#include "core/preview_row.h"
-#include "core/rename_progress.h"
-#include "core/rename_rules.h"
+#include "core/base/rename_progress.h"
+#include "core/import/import_result.h"
+#include "core/mapping/mapping_document.h"
+#include "core/naming/rename_rules.h"
+#include "core/preview/preview_row.h"
 
 #include <variant>
 

@@ -1,6 +1,6 @@
 #include "command_line.h"
 
-#include "core/file_argument.h"
+#include "core/import/file_argument.h"
 
 #include <QDir>
 #include <QRegularExpression>

@@ -5,10 +5,10 @@
 #include "terminal_progress.h"
 #include "usage_error.h"
 
-#include "core/file_record.h"
-#include "core/filename.h"
-#include "core/rename_engine.h"
-#include "core/rename_failure.h"
+#include "core/base/rename_failure.h"
+#include "core/batch/file_record.h"
+#include "core/engine/rename_engine.h"
+#include "core/naming/filename.h"
 
 #include <nlohmann/json.hpp>
 

@@ -5,7 +5,7 @@
 #include "preview_output.h"
 #include "terminal_progress.h"
 
-#include "core/rename_failure.h"
+#include "core/base/rename_failure.h"
 
 #include <QCommandLineParser>
 #include <QTextStream>

@@ -1,6 +1,6 @@
 #include "preview_output.h"
 
-#include "core/filename.h"
+#include "core/naming/filename.h"
 
 #include <nlohmann/json.hpp>
 

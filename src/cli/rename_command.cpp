@@ -7,9 +7,9 @@
 #include "terminal_progress.h"
 #include "usage_error.h"
 
-#include "core/batch_limit.h"
-#include "core/rename_engine.h"
-#include "core/rename_failure.h"
+#include "core/base/batch_limit.h"
+#include "core/base/rename_failure.h"
+#include "core/engine/rename_engine.h"
 
 #include <QCommandLineParser>
 #include <QTextStream>

@@ -4,10 +4,10 @@
 #include "command_line.h"
 #include "journal_option.h"
 
-#include "core/atomic_file.h"
-#include "core/rename_engine.h"
-#include "core/rename_failure.h"
-#include "core/rename_report.h"
+#include "core/base/rename_failure.h"
+#include "core/batch/atomic_file.h"
+#include "core/engine/rename_engine.h"
+#include "core/reports/rename_report.h"
 
 #include <QCommandLineParser>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/rename_progress.h"
+#include "core/base/rename_progress.h"
 
 #include <QTextStream>
 

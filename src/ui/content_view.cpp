@@ -14,7 +14,7 @@
 #include "ui/symbols.h"
 #include "ui/tutorial_view.h"
 
-#include "core/recipe.h"
+#include "core/naming/recipe.h"
 
 #include <QAccessible>
 #include <QHBoxLayout>

@@ -1,6 +1,6 @@
 #include "ui/preview_table_model.h"
 
-#include "core/filename.h"
+#include "core/naming/filename.h"
 #include "ui/file_glyph.h"
 #include "ui/sheen.h"
 #include "ui/symbols.h"

@@ -2,7 +2,7 @@
 
 #include "ui/inspector_card.h"
 
-#include "core/rename_rules.h"
+#include "core/naming/rename_rules.h"
 
 #include <QList>
 

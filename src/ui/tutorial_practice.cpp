@@ -1,8 +1,8 @@
 #include "ui/tutorial_practice.h"
 
-#include "core/filename.h"
-#include "core/mapping_parser.h"
-#include "core/recipe.h"
+#include "core/mapping/mapping_parser.h"
+#include "core/naming/filename.h"
+#include "core/naming/recipe.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "ui/window_launches.h"
 
-#include "core/file_argument.h"
+#include "core/import/file_argument.h"
 
 #include <QGuiApplication>
 #include <QMimeData>

@@ -4,7 +4,7 @@
 #include "app/app_model.h"
 #include "app/qsettings_store.h"
 
-#include "core/mapping_parser.h"
+#include "core/mapping/mapping_parser.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -7,9 +7,9 @@
 // Exit 0 on success; 1 with the failure's sentence on standard error. What
 // recovery tells the person besides goes to standard error too.
 
-#include "core/file_record.h"
-#include "core/rename_engine.h"
-#include "core/rename_failure.h"
+#include "core/base/rename_failure.h"
+#include "core/batch/file_record.h"
+#include "core/engine/rename_engine.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

@@ -13,7 +13,7 @@
 #include "app/app_model.h"
 #include "app/platform/qt_file_dialogs.h"
 #include "app/qsettings_store.h"
-#include "core/recipe.h"
+#include "core/naming/recipe.h"
 #include "ui/main_window.h"
 #include "ui/sheen.h"
 #include "ui/tutorial_view.h"

@@ -1,0 +1,139 @@
+#include "core/import/metadata_reader.h"
+
+#include "core/platform/posix_file_system.h"
+
+#include <exiv2/exiv2.hpp>
+
+#include <QFileInfo>
+
+#include <exception>
+#include <memory>
+#include <string>
+
+namespace {
+
+const QString damaged =
+    QStringLiteral("This file's metadata cannot be read; its header is damaged.");
+
+// Exiv2 warns on standard error about every odd header, parses XMP with a
+// toolkit that must be set up once before threads share it, and reads HEIC
+// only when asked to. These are switches of the library, not state of ours;
+// thread-safe static initialisation flips them exactly once, before the
+// first read on any thread.
+void prepareExiv2() {
+    static const bool prepared = [] {
+        Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+        Exiv2::XmpParser::initialize();
+        Exiv2::enableBMFF(true);
+        return true;
+    }();
+    (void)prepared;
+}
+
+// The date and time as a clock on the wall showed them, held without a zone
+// (as UTC, which Qt never converts), so that formatting and ordering 5,000
+// of them never consult the time-zone rules.
+QDateTime wallClock(const QDateTime& local) {
+    return QDateTime(local.date(), local.time(), Qt::UTC);
+}
+
+// EXIF writes "2026:05:04 09:30:00" in the camera's local time, without a
+// zone; a camera whose clock was never set writes blanks or zeros, which is
+// no date at all. Date and time are read apart, so that a time the local
+// zone skips at a clock change still reads.
+std::optional<QDateTime> exifDate(const std::string& text) {
+    QString written = QString::fromStdString(text).trimmed();
+    QDate date = QDate::fromString(written.left(10), QStringLiteral("yyyy:MM:dd"));
+    QTime time = QTime::fromString(written.mid(11, 8), QStringLiteral("HH:mm:ss"));
+    if (!date.isValid() || !time.isValid())
+        return std::nullopt;
+    return QDateTime(date, time, Qt::UTC);
+}
+
+// XMP writes ISO 8601, sometimes with a zone; the wall-clock time is kept, as
+// for EXIF, so that a name says the time the photographer saw.
+std::optional<QDateTime> xmpDate(const std::string& text) {
+    QDateTime date = QDateTime::fromString(QString::fromStdString(text).trimmed(), Qt::ISODate);
+    if (!date.isValid())
+        return std::nullopt;
+    return wallClock(date);
+}
+
+std::optional<QDateTime> takenDate(Exiv2::Image& image) {
+    const Exiv2::ExifData& exif = image.exifData();
+    for (const char* key : {"Exif.Photo.DateTimeOriginal", "Exif.Image.DateTimeOriginal"}) {
+        auto found = exif.findKey(Exiv2::ExifKey(key));
+        if (found == exif.end())
+            continue;
+        if (auto date = exifDate(found->toString()))
+            return date;
+    }
+    const Exiv2::XmpData& xmp = image.xmpData();
+    for (const char* key : {"Xmp.exif.DateTimeOriginal", "Xmp.photoshop.DateCreated"}) {
+        auto found = xmp.findKey(Exiv2::XmpKey(key));
+        if (found == xmp.end())
+            continue;
+        if (auto date = xmpDate(found->toString()))
+            return date;
+    }
+    return std::nullopt;
+}
+
+// Fills in the date taken from an image, or the problem that kept it from
+// being read. A file that Exiv2 cannot open as an image (a PDF, a text, a
+// file too short to tell) records no date taken: no problem, only a reason
+// to use the modified date. Once open, Exiv2 throws its own errors for
+// damaged headers and may throw the standard library's (a length that asks
+// for gigabytes) for hostile ones; either way the file has no readable
+// metadata.
+template <typename Open> void readTaken(FileFacts& facts, Open open) {
+    std::unique_ptr<Exiv2::Image> image;
+    try {
+        image = open();
+    } catch (const std::exception&) {
+        return;
+    }
+    try {
+        image->readMetadata();
+        facts.taken = takenDate(*image);
+    } catch (const std::exception&) {
+        facts.problem = damaged;
+    }
+}
+
+} // namespace
+
+namespace MetadataReader {
+
+FileFacts read(const QString& path) {
+    prepareExiv2();
+    FileFacts facts;
+    // Opened without blocking and read only as a regular file: a FIFO put
+    // under the name since the file was added would otherwise hold this
+    // thread, and every preview waiting for dates, for ever. Exiv2 then reads
+    // the very file that was checked, through its descriptor's name.
+    auto opened = PosixFileSystem::openPathForReading(QFile::encodeName(path));
+    auto status = opened ? PosixFileSystem::statDescriptor(opened.value->get())
+                         : PosixFileSystem::Result<PosixFileSystem::Status>{};
+    QFileInfo info(path);
+    if (!status || !status.value->isRegular || !info.exists()) {
+        facts.problem = QStringLiteral("This file is missing or no longer accessible.");
+        return facts;
+    }
+    facts.modified = wallClock(info.lastModified());
+    facts.size = std::int64_t(status.value->size);
+    const std::string own = "/proc/self/fd/" + std::to_string(opened.value->get());
+    readTaken(facts, [&] { return Exiv2::ImageFactory::open(own); });
+    return facts;
+}
+
+FileFacts readBytes(const QByteArray& bytes) {
+    prepareExiv2();
+    FileFacts facts;
+    facts.size = bytes.size();
+    const auto* data = reinterpret_cast<const Exiv2::byte*>(bytes.constData());
+    readTaken(facts, [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
+    return facts;
+}
+
+} // namespace MetadataReader

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "core/naming/file_facts.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+// The tokens a naming-rule text may hold: {taken}, {modified}, {folder} and
+// {name}, the two dates with an optional format after a colon in Qt's
+// date-format letters ({taken:yyyy-MM-dd}). Text in braces that is no token
+// stays as it is, as it always did, so rules written before tokens existed
+// keep their results.
+namespace NameTokens {
+
+// Dates already written out in a format. Qt takes microseconds to write a
+// date, and a card of photos from one day would have its day written
+// thousands of times on every keystroke. Remembers the last date only, which
+// is enough for a batch in date order; one per thread.
+class DateTexts {
+public:
+    QString text(const QDateTime& when, const QString& format);
+
+private:
+    QString format;
+    // The day when the format shows no time, else the moment; and its text.
+    std::optional<std::int64_t> key;
+    bool dayOnly = false;
+    QString written;
+};
+
+// What the tokens of one file stand for.
+struct Values {
+    // The current filename without its extension.
+    QString stem;
+    // The name of the folder that holds the file.
+    QString folder;
+    // Absent while the file's facts are unknown (a name made without a file).
+    std::optional<FileFacts> facts;
+    // Where dates are written, when the caller keeps them; else each date
+    // is written afresh.
+    DateTexts* dateTexts = nullptr;
+};
+
+struct Expansion {
+    QString text;
+    // A token that cannot stand for anything: a bad date format, or a date
+    // of a file whose facts are unknown or unreadable. The row is blocked.
+    std::optional<QString> problem;
+    // Set when {taken} stood for the modified date because the file records
+    // no date taken; the preview tells the user.
+    bool usedModifiedDate = false;
+};
+
+// `text` with every token replaced by its value for one file. When `dateText`
+// is given, each date passes through it on its way into the text.
+Expansion expanded(const QString& text, const Values& values,
+                   const std::function<QString(const QString&)>& dateText = {});
+
+// The texts in braces within `text` that are not tokens, as written ("{draft}"),
+// each once, in order: kept as text, and worth a word to whoever typed them.
+QStringList unknown(const QString& text);
+
+// Whether `text` holds a {taken} or {modified} token, whose value needs the
+// file's facts.
+bool usesDates(const QString& text);
+
+} // namespace NameTokens

@@ -1,0 +1,212 @@
+#include "core/preview/rename_preview.h"
+
+#include "core/base/parallel_ranges.h"
+#include "core/base/rename_failure.h"
+#include "core/batch/file_safety.h"
+#include "core/journal/rename_journal.h"
+#include "core/naming/filename.h"
+#include "core/naming/natural_order.h"
+#include "core/naming/volume_filename.h"
+#include "core/naming/windows_filename.h"
+#include "core/platform/posix_file_system.h"
+#include "core/preview/batch_observation.h"
+
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+#include <numeric>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace RenamePreview {
+namespace {
+
+// Where a proposed name would land. Keyed by the folder's identity rather than
+// its path, so two paths to one folder count as one folder.
+struct DestinationKey {
+    FileIdentity parent;
+    QString name;
+
+    friend bool operator==(const DestinationKey&, const DestinationKey&) = default;
+};
+
+struct DestinationKeyHash {
+    std::size_t operator()(const DestinationKey& key) const noexcept {
+        return FileIdentityHash{}(key.parent) ^ (qHash(key.name) * 0x9e3779b97f4a7c15ULL);
+    }
+};
+
+struct Tally {
+    std::unordered_map<DestinationKey, int, DestinationKeyHash> destinationCount;
+    std::unordered_map<FileIdentity, int, FileIdentityHash> identityCount;
+};
+
+Tally tally(const QList<RenameIntent>& intents, const QList<QString>& proposedKeys) {
+    Tally counts;
+    counts.destinationCount.reserve(std::size_t(intents.size()));
+    counts.identityCount.reserve(std::size_t(intents.size()));
+    for (qsizetype index = 0; index < intents.size(); ++index) {
+        const FileRecord& source = intents[index].source;
+        ++counts.destinationCount[{source.parentIdentity, proposedKeys[index]}];
+        ++counts.identityCount[source.identity];
+    }
+    return counts;
+}
+
+// The engine journals the new path and a staging path beside it; the longest
+// staging name is that of a batch's last possible file. `folderBytes` is the
+// folder's path in UTF-8 with its closing slash.
+bool tooLongToJournal(qsizetype folderBytes, const QString& filename) {
+    static const qsizetype longestStaging =
+        RenameJournal::stagingName(QUuid(), batchLimit - 1).size();
+    // A filename takes at most three bytes per UTF-16 unit, so most folders
+    // leave room for any name without converting it.
+    qsizetype longestName = std::max(filename.size() * 3, longestStaging);
+    if (folderBytes + longestName <= RenameJournal::maximumPathBytes)
+        return false;
+    return folderBytes + std::max(filename.toUtf8().size(), longestStaging) >
+           RenameJournal::maximumPathBytes;
+}
+
+// Checks 1 to 5 of a row: everything but the folder listing.
+std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QString& proposedKey,
+                                            const BatchObservation::File& file,
+                                            const BatchObservation::Folder& folder,
+                                            const Tally& counts, bool checkWindows,
+                                            bool formerNames) {
+    const FileRecord& source = intent.source;
+    if (counts.identityCount.at(source.identity) >= 2)
+        return QStringLiteral("The same file was included more than once.");
+    if (auto problem = formerNames ? Filename::currentProblem(intent.filename)
+                                   : Filename::problem(intent.filename))
+        return problem;
+
+    // The file must still be the very file, in the very folder, that was added.
+    if (auto problem = Filename::currentProblem(file.name))
+        return problem;
+    if (folder.failure)
+        return folder.failure;
+    if (!file.now)
+        return file.failure.value_or(QStringLiteral("Cannot inspect the folder."));
+    if (!FileIdentity::sameFile(source.identity, file.now->file) ||
+        !FileIdentity::sameFile(source.parentIdentity, file.now->folder))
+        return QStringLiteral("This file changed or moved. Remove it and add it again.");
+    bool changes = Filename::canonical(intent.filename) != Filename::canonical(file.name);
+    if (changes && file.now->renameRefusal)
+        return file.now->renameRefusal;
+    if (changes) {
+        if (auto problem = VolumeFilename::problem(intent.filename, folder.format))
+            return problem;
+    }
+    if (changes && tooLongToJournal(folder.pathBytes, intent.filename))
+        return QStringLiteral("The complete path would be too long to journal safely. Shorten "
+                              "the folder path or filename.");
+
+    if (checkWindows) {
+        if (auto problem = WindowsFilename::problem(intent.filename))
+            return problem;
+    }
+    if (counts.destinationCount.at({source.parentIdentity, proposedKey}) >= 2)
+        return QStringLiteral(
+            "Two files would have the same name (ignoring case and Unicode form).");
+    return std::nullopt;
+}
+
+} // namespace
+
+QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows, bool formerNames) {
+    QList<FileRecord> sources;
+    sources.reserve(intents.size());
+    for (const RenameIntent& intent : intents)
+        sources.append(intent.source);
+    QList<qsizetype> observedAt(intents.size());
+    std::iota(observedAt.begin(), observedAt.end(), 0);
+    return rows(intents, checkWindows, BatchObservation::take(sources), observedAt, formerNames);
+}
+
+QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
+                       const BatchObservation& observed, const QList<qsizetype>& observedAt,
+                       bool formerNames) {
+    auto fileOf = [&](qsizetype index) -> const BatchObservation::File& {
+        return observed.files[observedAt[index]];
+    };
+    // Between two keystrokes the whole batch is judged again, so the work
+    // that needs no order is spread over the processors.
+    QList<QString> proposedKeys(intents.size());
+    ParallelRanges::run(intents.size(),
+                        [&, keys = proposedKeys.data()](qsizetype begin, qsizetype end) {
+                            for (qsizetype index = begin; index < end; ++index)
+                                keys[index] = Filename::collisionKey(intents[index].filename);
+                        });
+    const Tally counts = tally(intents, proposedKeys);
+
+    QHash<QString, QList<qsizetype>> rowsByFolder;
+    QList<QString> folderOrder;
+    for (qsizetype index = 0; index < intents.size(); ++index) {
+        const QString& folderPath = fileOf(index).folderPath;
+        auto& members = rowsByFolder[folderPath];
+        if (members.isEmpty())
+            folderOrder.append(folderPath);
+        members.append(index);
+    }
+
+    QList<PreviewRow> result;
+    result.reserve(intents.size());
+    for (const RenameIntent& intent : intents)
+        result.append(PreviewRow{intent, std::nullopt});
+
+    for (const QString& folderPath : folderOrder) {
+        const BatchObservation::Folder folder = observed.folders.value(folderPath);
+        const QList<qsizetype>& members = rowsByFolder[folderPath];
+        ParallelRanges::run(
+            members.size(), [&, rows = result.data()](qsizetype begin, qsizetype end) {
+                for (qsizetype member = begin; member < end; ++member) {
+                    qsizetype index = members[member];
+                    rows[index].problem =
+                        problemBeforeListing(intents[index], proposedKeys[index], fileOf(index),
+                                             folder, counts, checkWindows, formerNames);
+                }
+            });
+        QList<qsizetype> reachListing;
+        QSet<QString> memberNames;
+        memberNames.reserve(members.size());
+        for (qsizetype index : members) {
+            memberNames.insert(fileOf(index).name);
+            if (!result[index].problem)
+                reachListing.append(index);
+        }
+        if (reachListing.isEmpty())
+            continue;
+
+        auto taken = folder.keysHeldBesides(memberNames);
+        for (qsizetype index : reachListing) {
+            if (!taken)
+                result[index].problem =
+                    QStringLiteral("Cannot read this folder. Check its permissions.");
+            else if (taken->contains(proposedKeys[index]))
+                result[index].problem =
+                    QStringLiteral("A file or folder with this name already exists.");
+        }
+    }
+    return result;
+}
+
+QList<FileRecord> sorted(const QList<FileRecord>& records) {
+    QList<QString> names;
+    names.reserve(records.size());
+    for (const FileRecord& record : records)
+        names.append(record.name());
+    // The same name in two folders: the smaller full path, composed, first.
+    auto byPath = [&](qsizetype a, qsizetype b) {
+        return compareCodePoints(Filename::canonical(records[a].path),
+                                 Filename::canonical(records[b].path)) < 0;
+    };
+    QList<FileRecord> result;
+    result.reserve(records.size());
+    for (qsizetype position : NaturalOrder::positions(names, byPath))
+        result.append(records[position]);
+    return result;
+}
+
+} // namespace RenamePreview

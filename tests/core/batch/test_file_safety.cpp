@@ -1,0 +1,262 @@
+#include "core/base/rename_failure.h"
+#include "core/batch/file_record.h"
+#include "core/batch/file_safety.h"
+#include "core/batch/folder_authorization.h"
+
+#include "temporary_folder.h"
+
+#include <QTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+const QString unsafeFolder = QStringLiteral(
+    "Cannot safely open %1. Symbolic links and unavailable folders are not supported.");
+const QString notPlain = QStringLiteral(" is not a regular file, or is a symbolic/hard link.");
+const QString missing = QStringLiteral(" is missing or no longer accessible.");
+const QString dotName = QStringLiteral("Hidden filenames and dot names are not supported.");
+const QString bundle =
+    QStringLiteral("Files inside application or document bundles are not supported.");
+const QString noFolder = QStringLiteral("The containing folder is missing or is a symbolic link.");
+
+// The sentence a call throws, or an empty text when it succeeds.
+template <typename Call> QString failureOf(Call call) {
+    try {
+        call();
+    } catch (const RenameFailure& failure) {
+        return failure.message;
+    }
+    return {};
+}
+
+ino_t inodeOf(const QString& path) {
+    struct stat status {};
+    return ::lstat(path.toUtf8().constData(), &status) == 0 ? status.st_ino : 0;
+}
+
+} // namespace
+
+class FileSafetyTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void directoryFD_data();
+    void directoryFD();
+    void fileStat_data();
+    void fileStat();
+    void record_data();
+    void record();
+    void isInsidePackage_data();
+    void isInsidePackage();
+    void makeRecord_data();
+    void makeRecord();
+    void requiredFoldersAndIdentity();
+    void accepts_data();
+    void accepts();
+
+private:
+    // "https:…" stays a remote URL, "/…" is absolute, anything else lies in `tree`.
+    QUrl location(const QString& text) const;
+
+    TemporaryFolder tree;
+};
+
+void FileSafetyTest::initTestCase() {
+    tree.file("real/file.txt");
+    tree.file("real/hard.txt");
+    tree.hardlink("real/hard2.txt", "real/hard.txt");
+    tree.folder("real/inner");
+    tree.folder("real/sub");
+    tree.file("real/.tessary-staging");
+    tree.symlink("real/ln.txt", "file.txt");
+    QCOMPARE(::mkfifo(tree.at("real/pipe").toUtf8().constData(), 0600), 0);
+    tree.symlink("link", "real");
+    tree.file("X.app/Contents/f.txt");
+    tree.file("Y.PhotosLibrary/f.txt");
+}
+
+QUrl FileSafetyTest::location(const QString& text) const {
+    if (text.startsWith(QLatin1String("https:")))
+        return QUrl(text);
+    if (text.startsWith(QLatin1Char('/')))
+        return QUrl::fromLocalFile(text);
+    return QUrl::fromLocalFile(tree.at(text));
+}
+
+// clang-format off
+void FileSafetyTest::directoryFD_data() {
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("opened"); // the folder that must be open, if any
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("root") << "/" << "/" << QString();
+    QTest::newRow("dot and trailing slash") << "real/./inner/" << "real/inner" << QString();
+    QTest::newRow("dot dot") << "real/inner/../sub" << "real/sub" << QString();
+    // Standardized before the walk, so the link is never opened.
+    QTest::newRow("dot dot past a link") << "link/../real/inner" << "real/inner" << QString();
+    QTest::newRow("link in the middle") << "link/inner" << QString() << unsafeFolder.arg("inner");
+    QTest::newRow("link at the end") << "link" << QString() << unsafeFolder.arg("link");
+    QTest::newRow("a file") << "real/file.txt" << QString() << unsafeFolder.arg("file.txt");
+    QTest::newRow("missing") << "real/gone/deeper" << QString() << unsafeFolder.arg("deeper");
+    QTest::newRow("remote") << "https://example.com/d" << QString() << "Choose a local folder.";
+}
+// clang-format on
+
+void FileSafetyTest::directoryFD() {
+    QFETCH(QString, folder);
+    QFETCH(QString, opened);
+    QFETCH(QString, expected);
+    UniqueFd fd;
+    QCOMPARE(failureOf([&] { fd = FileSafety::directoryFD(location(folder)); }), expected);
+    QCOMPARE(fd.valid(), !opened.isEmpty());
+    if (!fd)
+        return;
+    struct stat status {};
+    QCOMPARE(::fstat(fd.get(), &status), 0);
+    QCOMPARE(status.st_ino, inodeOf(location(opened).toLocalFile()));
+    // Readable, so the folder can be listed and flushed, and never inherited.
+    QCOMPARE(::fcntl(fd.get(), F_GETFL) & (O_PATH | O_ACCMODE), O_RDONLY);
+    QVERIFY(::fcntl(fd.get(), F_GETFD) & FD_CLOEXEC);
+}
+
+// clang-format off
+void FileSafetyTest::fileStat_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("regular") << "file.txt" << QString();
+    QTest::newRow("hard-linked") << "hard.txt" << "hard.txt" + notPlain;
+    QTest::newRow("folder") << "sub" << "sub" + notPlain;
+    QTest::newRow("link to a regular file") << "ln.txt" << "ln.txt" + notPlain;
+    QTest::newRow("fifo") << "pipe" << "pipe" + notPlain;
+    QTest::newRow("missing") << "gone.txt" << "gone.txt" + missing;
+}
+// clang-format on
+
+void FileSafetyTest::fileStat() {
+    QFETCH(QString, name);
+    QFETCH(QString, expected);
+    UniqueFd folder = FileSafety::directoryFD(tree.at("real"));
+    PosixFileSystem::Status status;
+    QCOMPARE(failureOf([&] { status = FileSafety::fileStat(name, folder.get()); }), expected);
+    QVERIFY(::fcntl(folder.get(), F_GETFD) != -1);
+    if (expected.isEmpty())
+        QCOMPARE(status.identity.inode, inodeOf(tree.at("real/" + name)));
+}
+
+// clang-format off
+void FileSafetyTest::record_data() {
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("allowStaging");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("standardized") << "real/sub/../file.txt" << false << QString();
+    QTest::newRow("staging allowed") << "real/.tessary-staging" << true << QString();
+    QTest::newRow("staging refused") << "real/.tessary-staging" << false << dotName;
+    // The name is judged before any folder is opened.
+    QTest::newRow("dot name in a missing folder") << "gone/.profile" << false << dotName;
+    QTest::newRow("remote") << "https://example.com/a.txt" << false
+                            << "Only local file URLs are supported.";
+    QTest::newRow("folder through a link") << "link/file.txt" << false << unsafeFolder.arg("link");
+    QTest::newRow("missing") << "real/gone.txt" << false << "gone.txt" + missing;
+}
+// clang-format on
+
+void FileSafetyTest::record() {
+    QFETCH(QString, file);
+    QFETCH(bool, allowStaging);
+    QFETCH(QString, expected);
+    FileSafety::Identities identities;
+    QCOMPARE(failureOf([&] { identities = FileSafety::record(location(file), allowStaging); }),
+             expected);
+    if (!expected.isEmpty())
+        return;
+    QString path = FilePath::standardized(tree.at(file));
+    QCOMPARE(identities.file.inode, inodeOf(path));
+    QCOMPARE(identities.folder.inode, inodeOf(FilePath::parent(path)));
+    QCOMPARE(identities.folder.device, identities.file.device);
+}
+
+// clang-format off
+void FileSafetyTest::isInsidePackage_data() {
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("inside");
+    QTest::newRow("app") << "/Applications/Tool.app/Contents/Info.plist" << true;
+    QTest::newRow("extension lower-cased") << "/Users/x/Photos.PhotosLibrary/a.jpg" << true;
+    QTest::newRow("the file itself") << "/Users/x/doc.pages" << false;
+    QTest::newRow("folder named like an extension") << "/Users/app/a.txt" << false;
+    QTest::newRow("standardized away") << "/Users/Tool.app/../a.txt" << false;
+}
+// clang-format on
+
+void FileSafetyTest::isInsidePackage() {
+    QFETCH(QString, file);
+    QFETCH(bool, inside);
+    QCOMPARE(FileSafety::isInsidePackage(location(file)), inside);
+}
+
+// clang-format off
+void FileSafetyTest::makeRecord_data() {
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("standardized") << "real/./inner/../file.txt" << QString();
+    QTest::newRow("inside a bundle") << "X.app/Contents/f.txt" << bundle;
+    QTest::newRow("bundle extension in capitals") << "Y.PhotosLibrary/f.txt" << bundle;
+    QTest::newRow("lookup refusal passed on") << "real/ln.txt" << "ln.txt" + notPlain;
+}
+// clang-format on
+
+void FileSafetyTest::makeRecord() {
+    QFETCH(QString, file);
+    QFETCH(QString, expected);
+    FileRecord record;
+    QCOMPARE(failureOf([&] { record = FileRecord::make(location(file)); }), expected);
+    if (!expected.isEmpty())
+        return;
+    QCOMPARE(record.id(), tree.at("real/file.txt"));
+    QCOMPARE(record.name(), "file.txt");
+    auto identities = FileSafety::record(tree.url("real/file.txt"), false);
+    QCOMPARE(record.identity, identities.file);
+    QCOMPARE(record.parentIdentity, identities.folder);
+}
+
+void FileSafetyTest::requiredFoldersAndIdentity() {
+    QList<QUrl> items = {tree.url("real/file.txt"), tree.url("real/./inner/../hard.txt"),
+                         tree.url("link"),          QUrl("https://example.com/x"),
+                         tree.url("real/sub"),      tree.url("real/sub/")};
+    QCOMPARE(FolderAuthorization::requiredFolders(items),
+             (QList<QUrl>{tree.url("real"), tree.url("real/sub")}));
+    items.insert(1, tree.url("real/gone.txt"));
+    QCOMPARE(failureOf([&] { FolderAuthorization::requiredFolders(items); }),
+             "gone.txt is missing or unavailable. No files were added.");
+
+    // The identity that records of the folder's files carry as their parent.
+    QCOMPARE(FolderAuthorization::directoryIdentity(tree.url("real")),
+             FileSafety::record(tree.url("real/file.txt"), false).folder);
+    for (const char* refused : {"link", "real/file.txt", "gone", "https://example.com/real"}) {
+        QCOMPARE(failureOf([&] { FolderAuthorization::directoryIdentity(location(refused)); }),
+                 noFolder);
+    }
+}
+
+// clang-format off
+void FileSafetyTest::accepts_data() {
+    QTest::addColumn<QString>("selected");
+    QTest::addColumn<QString>("requested");
+    QTest::addColumn<bool>("accepted");
+    QTest::newRow("trailing slash") << "/Users/x/Docs/" << "/Users/x/Docs" << true;
+    QTest::newRow("dot components") << "/Users/x/./y/../Docs" << "/Users/x/Docs" << true;
+    QTest::newRow("normalization form") << "/Users/x/Caf\u00e9" << "/Users/x/Cafe\u0301" << true;
+    QTest::newRow("link alias") << "link" << "real" << false;
+    QTest::newRow("remote") << "https://example.com/Docs" << "https://example.com/Docs" << false;
+}
+// clang-format on
+
+void FileSafetyTest::accepts() {
+    QFETCH(QString, selected);
+    QFETCH(QString, requested);
+    QFETCH(bool, accepted);
+    QCOMPARE(FolderAuthorization::accepts(location(selected), location(requested)), accepted);
+}
+
+QTEST_GUILESS_MAIN(FileSafetyTest)
+#include "test_file_safety.moc"

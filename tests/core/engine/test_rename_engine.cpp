@@ -1,0 +1,418 @@
+#include "temporary_folder.h"
+
+#include "core/base/rename_failure.h"
+#include "core/batch/file_record.h"
+#include "core/engine/rename_engine.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+
+#include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace {
+
+QString failureOf(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const RenameFailure& failure) {
+        return failure.message;
+    }
+    return {};
+}
+
+QStringList entries(const QString& folder) {
+    return QDir(folder).entryList(
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+} // namespace
+
+class RenameEngineTest : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void swapRenamesThroughStagingAndUndoRestores();
+    void unchangedRowsAreSkippedAndNotNumbered();
+    void refusesBatchesBeforeWritingAJournal_data();
+    void refusesBatchesBeforeWritingAJournal();
+    void refusesWhileAnotherOperationHoldsTheLock();
+    void refusesNewBatchesWhileRecoveryIsPending();
+    void undoRefusesWhenTheRenamedFileChanged_data();
+    void undoRefusesWhenTheRenamedFileChanged();
+    void recoveryCannotFindAMissingFileAndMovesNothing();
+    void restoringWhatCanBeFoundSetsTheRestAside();
+    void operationsReportEachFileUpToTheTotal();
+    void journalFoldersAreSortedAndDistinct();
+    void engineRefusesAJournalFolderBehindALink();
+
+private:
+    std::unique_ptr<TemporaryFolder> disk;
+    std::unique_ptr<RenameEngine> engine;
+
+    void interruptAfterRenaming(const QList<RenameIntent>& intents);
+    RenameIntent intent(const QString& relative, const QString& filename) {
+        return {FileRecord::make(disk->url(relative)), filename};
+    }
+    QString journal(const QString& name) const { return disk->at("journal/" + name); }
+    // Undone after each test, so a failing one leaves no lock or protected file.
+    int folderHeld = -1;
+    QString immutable;
+};
+
+void RenameEngineTest::cleanup() {
+    if (folderHeld >= 0)
+        ::close(folderHeld);
+    folderHeld = -1;
+    if (!immutable.isEmpty())
+        QProcess::execute("chattr", {"-i", immutable});
+    immutable.clear();
+}
+
+void RenameEngineTest::init() {
+    disk = std::make_unique<TemporaryFolder>();
+    engine = std::make_unique<RenameEngine>(disk->at("journal"));
+    disk->file("d/a.txt", "A");
+    disk->file("d/b.txt", "B");
+}
+
+void RenameEngineTest::swapRenamesThroughStagingAndUndoRestores() {
+    QVERIFY(!engine->completedReport());
+    // Left by a process killed while probing this folder; the next batch here
+    // removes it.
+    disk->file("d/.tessary-3F2504E0-4F89-11D3-9A0C-0305E82C3301-probe", "");
+    // Linux allows a colon and a tab in a name; undo gives such a name back.
+    const QString screenshot = "d/at 10:30\t.png";
+    disk->file(screenshot, "C");
+    engine->execute(
+        {intent("d/a.txt", "b.txt"), intent("d/b.txt", "a.txt"), intent(screenshot, "c.png")},
+        5000);
+    QCOMPARE(disk->read("d/a.txt"), QByteArray("B"));
+    QCOMPARE(disk->read("d/b.txt"), QByteArray("A"));
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt", "c.png"}));
+    // Only the undo journal and the lock remain: no active journal, no temporary.
+    QCOMPARE(entries(disk->at("journal")), (QStringList{".lock", "undo.json"}));
+    QVERIFY(!engine->hasRecovery());
+    QCOMPARE(engine->undoCount(), 3);
+
+    auto receipt = engine->completedReport();
+    QVERIFY(receipt);
+    QVERIFY(receipt->completed && receipt->batchID);
+    QCOMPARE(receipt->changedCount, 3);
+    QCOMPARE(receipt->entries.first(), (RenameReport::Entry{"a.txt", "b.txt", "Renamed"}));
+
+    // A fresh engine, as after a restart, undoes from the journal alone.
+    engine = std::make_unique<RenameEngine>(disk->at("journal"));
+    engine->undo();
+    QCOMPARE(disk->read("d/a.txt"), QByteArray("A"));
+    QCOMPARE(disk->read("d/b.txt"), QByteArray("B"));
+    QCOMPARE(disk->read(screenshot), QByteArray("C"));
+    QCOMPARE(engine->undoCount(), 0);
+    QVERIFY(!engine->completedReport());
+    QCOMPARE(entries(disk->at("journal")), QStringList{".lock"});
+    QCOMPARE(failureOf([&] { engine->undo(); }),
+             QStringLiteral("No readable rename journal was found."));
+}
+
+void RenameEngineTest::unchangedRowsAreSkippedAndNotNumbered() {
+    disk->file("d/c.txt", "C");
+    engine->execute(
+        {intent("d/a.txt", "a.txt"), intent("d/c.txt", "z.txt"), intent("d/b.txt", "b.txt")}, 5000);
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt", "z.txt"}));
+    QFile undo(journal("undo.json"));
+    QVERIFY(undo.open(QIODevice::ReadOnly));
+    QByteArray document = undo.readAll();
+    QVERIFY(document.contains(R"("purpose":"rename")"));
+    QVERIFY(document.contains(R"("completed":true)"));
+    QVERIFY(document.contains(R"(\/d\/z.txt")"));
+    // The one journaled file takes position 0, whatever its row was.
+    QVERIFY(document.contains(QByteArray("-0\"")));
+    QVERIFY(!document.contains(QByteArray("-1\"")));
+}
+
+void RenameEngineTest::refusesBatchesBeforeWritingAJournal_data() {
+    QTest::addColumn<QString>("scenario");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("nothing changes") << "unchanged"
+                                     << "There are no filename changes to apply.";
+    QTest::newRow("empty batch") << "empty"
+                                 << "There are no filename changes to apply.";
+    QTest::newRow("only the Unicode form changes") << "normalization"
+                                                   << "There are no filename changes to apply.";
+    QTest::newRow("same file twice") << "twice"
+                                     << "A batch must contain at most 5,000 unique files.";
+    QTest::newRow("over the caller's limit") << "limit"
+                                             << "A batch must contain at most 5,000 unique files.";
+    QTest::newRow("destination created after the preview")
+        << "taken"
+        << "a.txt: A file or folder with this name already exists.";
+    QTest::newRow("file replaced after it was added")
+        << "replaced"
+        << "a.txt: This file changed or moved. Remove it and add it again.";
+    QTest::newRow("another process holds a folder of the batch")
+        << "folder locked"
+        << "Another Tessary operation is using a folder of this batch. Try again when it "
+           "finishes.";
+    QTest::newRow("staging path would be too long to journal")
+        << "long folder"
+        << "a.txt: The complete path would be too long to journal safely. Shorten the folder "
+           "path or filename.";
+    QTest::newRow("immutable file")
+        << "immutable"
+        << "a.txt: This file is protected against changes (immutable or append-only), so it "
+           "cannot be renamed.";
+    // Two folders on Linux, one path to the journal's reader.
+    QTest::newRow("folders that differ only in Unicode form")
+        << "unicode folders"
+        << "This batch cannot be journaled so that recovery could read it back: two of its "
+           "paths differ only in Unicode form. Rename those files in separate batches. No new "
+           "files were renamed.";
+}
+
+void RenameEngineTest::refusesBatchesBeforeWritingAJournal() {
+    QFETCH(QString, scenario);
+    QFETCH(QString, expected);
+    QList<RenameIntent> intents;
+    qsizetype limit = 5000;
+    if (scenario == "unchanged") {
+        intents = {intent("d/a.txt", "a.txt")};
+    } else if (scenario == "normalization") {
+        disk->file(QStringLiteral("d/caf\u00e9.txt"), "C");
+        intents = {intent(QStringLiteral("d/caf\u00e9.txt"), QStringLiteral("cafe\u0301.txt"))};
+    } else if (scenario == "twice") {
+        intents = {intent("d/a.txt", "x.txt"), intent("d/a.txt", "y.txt")};
+    } else if (scenario == "limit") {
+        intents = {intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt")};
+        limit = 1;
+    } else if (scenario == "taken") {
+        intents = {intent("d/a.txt", "new.txt")};
+        disk->file("d/new.txt", "someone else's");
+    } else if (scenario == "replaced") {
+        intents = {intent("d/a.txt", "new.txt")};
+        QFile::remove(disk->at("d/a.txt"));
+        disk->file("d/a.txt", "A again");
+    } else if (scenario == "folder locked") {
+        intents = {intent("d/a.txt", "new.txt")};
+        folderHeld = ::open(disk->at("d").toUtf8().constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        QCOMPARE(::flock(folderHeld, LOCK_EX | LOCK_NB), 0);
+    } else if (scenario == "long folder") {
+        // 980 bytes of folder: the new path fits, its staging path beside it does not.
+        QString deep = "long/" + QString(200, 'f') + "/" + QString(200, 'g') + "/" +
+                       QString(200, 'h') + "/" + QString(200, 'i') + "/";
+        deep += QString(980 - disk->at(deep).toUtf8().size() - 1, 'j');
+        disk->file(deep + "/a.txt", "A");
+        intents = {intent(deep + "/a.txt", "new.txt")};
+    } else if (scenario == "immutable") {
+        intents = {intent("d/a.txt", "new.txt")};
+        if (QProcess::execute("chattr", {"+i", disk->at("d/a.txt")}) != 0)
+            QSKIP("chattr +i is not available here");
+        immutable = disk->at("d/a.txt");
+    } else if (scenario == "unicode folders") {
+        disk->file(QStringLiteral("caf\u00e9/a.txt"), "1");
+        disk->file(QStringLiteral("cafe\u0301/b.txt"), "2");
+        intents = {intent(QStringLiteral("caf\u00e9/a.txt"), "same.txt"),
+                   intent(QStringLiteral("cafe\u0301/b.txt"), "same.txt")};
+    }
+    QCOMPARE(failureOf([&] { engine->execute(intents, limit); }), expected);
+    QCOMPARE(entries(disk->at("journal")), QStringList{".lock"});
+    // Nothing was written into the batch's folders either, not even a probe.
+    for (const RenameIntent& refused : intents)
+        QCOMPARE(entries(refused.source.folderPath()).filter(".tessary-"), QStringList());
+    QVERIFY(!QFile::exists(disk->at("d/new.txt")) || disk->read("d/new.txt") == "someone else's");
+}
+
+void RenameEngineTest::refusesWhileAnotherOperationHoldsTheLock() {
+    int held = ::open(journal(".lock").toUtf8().constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    QVERIFY(held >= 0);
+    QCOMPARE(::flock(held, LOCK_EX | LOCK_NB), 0);
+    const QString busy = "Another Tessary operation is running. Try again when it finishes.";
+    QCOMPARE(failureOf([&] { engine->execute({intent("d/a.txt", "x.txt")}, 5000); }), busy);
+    QCOMPARE(failureOf([&] { engine->undo(); }), busy);
+    QCOMPARE(failureOf([&] { engine->recover(); }), busy);
+    ::close(held);
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt"}));
+    engine->execute({intent("d/a.txt", "x.txt")}, 5000);
+    QCOMPARE(entries(disk->at("d")), (QStringList{"b.txt", "x.txt"}));
+}
+
+void RenameEngineTest::refusesNewBatchesWhileRecoveryIsPending() {
+    engine->execute({intent("d/a.txt", "x.txt")}, 5000);
+    QVERIFY(QFile::copy(journal("undo.json"), journal("active.json")));
+    QVERIFY(engine->hasRecovery());
+    QVERIFY(!engine->completedReport());
+    const QString pending = "An interrupted batch needs recovery first.";
+    QCOMPARE(failureOf([&] { engine->execute({intent("d/b.txt", "y.txt")}, 5000); }), pending);
+    QCOMPARE(failureOf([&] { engine->undo(); }), pending);
+    // A completed batch is finished by recovery, not reversed.
+    engine->recover();
+    QVERIFY(!engine->hasRecovery());
+    QCOMPARE(entries(disk->at("d")), (QStringList{"b.txt", "x.txt"}));
+    QCOMPARE(engine->undoCount(), 1);
+}
+
+void RenameEngineTest::undoRefusesWhenTheRenamedFileChanged_data() {
+    QTest::addColumn<QString>("change");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("replaced by a copy")
+        << "replace"
+        << "x.txt was replaced or moved. Undo cannot safely continue.";
+    QTest::newRow("deleted") << "delete"
+                             << "x.txt is missing or no longer accessible.";
+    // The reversal is judged before its journal exists, so no wrapper.
+    QTest::newRow("old name taken again")
+        << "recreate"
+        << "x.txt: A file or folder with this name already exists.";
+}
+
+void RenameEngineTest::undoRefusesWhenTheRenamedFileChanged() {
+    QFETCH(QString, change);
+    QFETCH(QString, expected);
+    engine->execute({intent("d/a.txt", "x.txt")}, 5000);
+    if (change == "replace") {
+        QFile::remove(disk->at("d/x.txt"));
+        disk->file("d/x.txt", "A");
+    } else if (change == "delete") {
+        QFile::remove(disk->at("d/x.txt"));
+    } else {
+        disk->file("d/a.txt", "new");
+    }
+    QCOMPARE(failureOf([&] { engine->undo(); }), expected);
+    QVERIFY(!engine->hasRecovery());
+    QCOMPARE(engine->undoCount(), 1);
+}
+
+// An interrupted batch as the disk shows it after a crash in phase two: the
+// journal of the completed batch, marked unfinished.
+void RenameEngineTest::interruptAfterRenaming(const QList<RenameIntent>& intents) {
+    engine->execute(intents, 5000);
+    QFile undo(journal("undo.json"));
+    QVERIFY(undo.open(QIODevice::ReadOnly));
+    QByteArray active = undo.readAll().replace(R"("completed":true)", R"("completed":false)");
+    QFile file(journal("active.json"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(active);
+}
+
+void RenameEngineTest::recoveryCannotFindAMissingFileAndMovesNothing() {
+    interruptAfterRenaming({intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt")});
+    // The second file is on a volume that went away.
+    QVERIFY(QDir().rename(disk->at("d/y.txt"), disk->at("elsewhere.txt")));
+
+    QString expected =
+        "Recovery cannot find the original b.txt. Reconnect its volume or restore it "
+        "to a recorded location, then retry. The journal remains in " +
+        disk->at("journal") + ".";
+    QCOMPARE(failureOf([&] { engine->recover(); }), expected);
+    QCOMPARE(entries(disk->at("d")), QStringList{"x.txt"});
+    QCOMPARE(engine->missingFiles().size(), 1);
+    QCOMPARE(engine->missingFiles().first().original, disk->at("d/b.txt"));
+
+    // Back under its original name, and protected: recovery leaves it there
+    // rather than fail for ever trying to move it through its staging name.
+    QVERIFY(QDir().rename(disk->at("elsewhere.txt"), disk->at("d/b.txt")));
+    if (QProcess::execute("chattr", {"+i", disk->at("d/b.txt")}) == 0)
+        immutable = disk->at("d/b.txt");
+    engine->recover();
+    QCOMPARE(disk->read("d/a.txt"), QByteArray("A"));
+    QCOMPARE(disk->read("d/b.txt"), QByteArray("B"));
+    QVERIFY(!engine->hasRecovery());
+}
+
+void RenameEngineTest::restoringWhatCanBeFoundSetsTheRestAside() {
+    disk->file("d/c.txt", "C");
+    interruptAfterRenaming(
+        {intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt"), intent("d/c.txt", "z.txt")});
+    // The file that was a waits under its staging name, on a volume that
+    // records no birth time and came back under another device: recovery
+    // cannot know it by its identity, but it keeps its inode.
+    auto journalText = nlohmann::json::parse(disk->read("journal/active.json").toStdString());
+    auto& first = journalText["entries"][0];
+    first["identity"]["device"] = first["identity"]["device"].get<int>() + 1;
+    first["identity"]["birthSeconds"] = 0;
+    first["identity"]["birthNanos"] = 0;
+    disk->file("journal/active.json", QByteArray::fromStdString(journalText.dump()));
+    QVERIFY(QDir().rename(disk->at("d/x.txt"),
+                          QString::fromStdString(first["staging"].get<std::string>())));
+    const QByteArray active = disk->read("journal/active.json");
+    // Another program saved over the renamed b: the file that was b is gone.
+    QFile::remove(disk->at("d/y.txt"));
+    disk->file("d/y.txt", "someone's new y");
+    // And a sync client brought back a c.txt of its own.
+    disk->file("d/c.txt", "synced c");
+    QVERIFY(!failureOf([&] { engine->recover(); }).isEmpty());
+
+    SetAsideBatch outcome = engine->restoreFound();
+    QCOMPARE(outcome.restored, 1);
+    QCOMPARE(outcome.missing.size(), 1);
+    QCOMPARE(outcome.missing.first().final, disk->at("d/y.txt"));
+    QCOMPARE(outcome.renamed.size(), 1);
+    QCOMPARE(outcome.renamed.first().name, QStringLiteral("c (restored).txt"));
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "c (restored).txt", "c.txt", "y.txt"}));
+    QCOMPARE(disk->read("d/c (restored).txt"), QByteArray("C"));
+    QCOMPARE(disk->read("d/c.txt"), QByteArray("synced c"));
+    QCOMPARE(disk->read("d/y.txt"), QByteArray("someone's new y"));
+    // The journal is kept, whole, as a dated record that blocks nothing.
+    QVERIFY(!engine->hasRecovery());
+    QCOMPARE(engine->setAsideRecords().size(), 1);
+    QCOMPARE(outcome.record, journal(engine->setAsideRecords().first()));
+    QCOMPARE(disk->read("journal/" + engine->setAsideRecords().first()), active);
+    engine->execute({intent("d/a.txt", "again.txt")}, 5000);
+    QCOMPARE(engine->setAsideRecords().size(), 1);
+}
+
+void RenameEngineTest::operationsReportEachFileUpToTheTotal() {
+    disk->file("d/c.txt", "C");
+    const QList<RenameIntent> batch = {intent("d/a.txt", "x.txt"), intent("d/b.txt", "y.txt"),
+                                       intent("d/c.txt", "z.txt")};
+    QStringList heard;
+    auto listen = [&](const RenameProgress& progress) { heard.append(progress.text()); };
+    auto counted = [](const char* verb) {
+        return QStringList{QStringLiteral("%1 0 of 3 files…").arg(verb),
+                           QStringLiteral("%1 1 of 3 files…").arg(verb),
+                           QStringLiteral("%1 2 of 3 files…").arg(verb),
+                           QStringLiteral("%1 3 of 3 files…").arg(verb)};
+    };
+    engine->execute(batch, 5000, listen);
+    QCOMPARE(heard, counted("Renaming"));
+    heard.clear();
+    engine->undo(listen);
+    QCOMPARE(heard, counted("Undoing"));
+    heard.clear();
+    interruptAfterRenaming(batch);
+    engine->recover(listen);
+    QCOMPARE(heard, counted("Recovering"));
+    heard.clear();
+    interruptAfterRenaming(batch);
+    engine->restoreFound(listen);
+    QCOMPARE(heard, counted("Restoring"));
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt", "c.txt"}));
+}
+
+void RenameEngineTest::journalFoldersAreSortedAndDistinct() {
+    disk->file("b/x/one.txt");
+    disk->file("a/y/two.txt");
+    disk->file("b/x/three.txt");
+    engine->execute({intent("b/x/one.txt", "1.txt"), intent("a/y/two.txt", "2.txt"),
+                     intent("b/x/three.txt", "3.txt")},
+                    5000);
+    QCOMPARE(engine->journalFolders(false), (QList<QUrl>{disk->url("a/y"), disk->url("b/x")}));
+    QCOMPARE(failureOf([&] { engine->journalFolders(true); }),
+             QStringLiteral("No readable rename journal was found."));
+}
+
+void RenameEngineTest::engineRefusesAJournalFolderBehindALink() {
+    disk->folder("real");
+    disk->symlink("alias", disk->at("real"));
+    QCOMPARE(failureOf([&] { RenameEngine(disk->at("alias/journal")); }),
+             QStringLiteral("Cannot safely open journal. Symbolic links and unavailable folders "
+                            "are not supported."));
+}
+
+QTEST_GUILESS_MAIN(RenameEngineTest)
+#include "test_rename_engine.moc"

@@ -1,0 +1,212 @@
+#include "temporary_folder.h"
+
+#include "core/base/rename_failure.h"
+#include "core/batch/file_record.h"
+#include "core/engine/rename_engine.h"
+#include "core/journal/rename_journal.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QFile>
+#include <QTest>
+
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+const QString damaged =
+    "The rename journal is damaged. Keep it for support; no files were changed.";
+const QString unsupported = "Unsupported rename journal.";
+const QString unsafe = "The rename journal failed safety checks. No files were changed.";
+
+// Every way a journal can be malformed, each applied to a valid one.
+using Damage = std::function<void(Json&)>;
+
+Json& entry(Json& journal, std::size_t position) {
+    return journal["entries"][position];
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Damage)
+
+class JournalReaderTest : public QObject {
+    Q_OBJECT
+private slots:
+    void refusesMalformedJournalsAndLeavesThemAlone_data();
+    void refusesMalformedJournalsAndLeavesThemAlone();
+    void refusesFilesThatAreNotPlainJournals();
+    void readsBothSolidusForms();
+
+private:
+    // A real completed batch of two files, returned as its JSON.
+    Json validJournal(TemporaryFolder& disk) {
+        disk.file("d/a.txt", "A");
+        disk.file("d/b.txt", "B");
+        RenameEngine engine(disk.at("journal"));
+        engine.execute({{FileRecord::make(disk.url("d/a.txt")), "x.txt"},
+                        {FileRecord::make(disk.url("d/b.txt")), "y.txt"}},
+                       5000);
+        return Json::parse(disk.read("journal/undo.json").toStdString());
+    }
+
+    QString recoverFrom(TemporaryFolder& disk, const QByteArray& active) {
+        disk.file("journal/active.json", active);
+        RenameEngine engine(disk.at("journal"));
+        try {
+            engine.recover();
+        } catch (const RenameFailure& failure) {
+            return failure.message;
+        }
+        return {};
+    }
+};
+
+void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone_data() {
+    QTest::addColumn<Damage>("damage");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("extra key is ignored") << Damage([](Json& j) { j["note"] = "x"; }) << QString();
+    QTest::newRow("capitalised purpose")
+        << Damage([](Json& j) { j["purpose"] = "Rename"; }) << damaged;
+    QTest::newRow("missing key") << Damage([](Json& j) { j.erase("completed"); }) << damaged;
+    QTest::newRow("volumes are read") << Damage([](Json& j) {
+        j["volumes"] = Json::array({{{"device", 57}, {"name", "fuse.sshfs me@nas:/ /"}}});
+    }) << QString();
+    QTest::newRow("volume without a name") << Damage([](Json& j) {
+        j["volumes"] = Json::array({{{"device", 57}}});
+    }) << damaged;
+    QTest::newRow("inode as a float")
+        << Damage([](Json& j) { entry(j, 0)["identity"]["inode"] = 1.5; }) << damaged;
+    QTest::newRow("device beyond 32 bits")
+        << Damage([](Json& j) { entry(j, 0)["identity"]["device"] = 4294967296LL; }) << damaged;
+    QTest::newRow("id in braces") << Damage([](Json& j) {
+        // Appended rather than added with +, which GCC 12 at -O3 warns about
+        // falsely (-Wrestrict).
+        j["id"] = std::string("{").append(j["id"].get<std::string>()).append("}");
+    }) << damaged;
+    QTest::newRow("version 2") << Damage([](Json& j) { j["version"] = 2; }) << unsupported;
+    QTest::newRow("no entries") << Damage([](Json& j) { j["entries"] = Json::array(); })
+                                << unsupported;
+    QTest::newRow("5,001 entries") << Damage([](Json& j) {
+        Json many = Json::array();
+        for (int i = 0; i < 5001; ++i)
+            many.push_back(entry(j, 0));
+        j["entries"] = many;
+    }) << unsupported;
+    QTest::newRow("staging numbered from 1")
+        << Damage([](Json& j) { std::swap(entry(j, 0)["staging"], entry(j, 1)["staging"]); })
+        << unsafe;
+    QTest::newRow("lower-case UUID in staging") << Damage([](Json& j) {
+        std::string staging = entry(j, 0)["staging"];
+        auto dot = staging.rfind("/.tessary-") + 10;
+        for (auto i = dot; i < dot + 36; ++i)
+            staging[i] = char(std::tolower(staging[i]));
+        entry(j, 0)["staging"] = staging;
+    }) << unsafe;
+    QTest::newRow("lower-case id is read") << Damage([](Json& j) {
+        std::string id = j["id"];
+        for (char& c : id)
+            c = char(std::tolower(c));
+        j["id"] = id;
+    }) << QString();
+    QTest::newRow("final in another folder") << Damage([](Json& j) {
+        std::string final = entry(j, 0)["final"];
+        entry(j, 0)["final"] = final.substr(0, final.rfind('/')) + "/sub/x.txt";
+    }) << unsafe;
+    QTest::newRow("dot-dot in original") << Damage([](Json& j) {
+        std::string original = entry(j, 0)["original"];
+        entry(j, 0)["original"] = original.substr(0, original.rfind('/')) + "/../d/a.txt";
+    }) << unsafe;
+    QTest::newRow("relative path") << Damage([](Json& j) {
+        std::string original = entry(j, 0)["original"];
+        entry(j, 0)["original"] = original.substr(1);
+    }) << unsafe;
+    // The kernel would stop reading at the NUL: another folder than the one checked.
+    QTest::newRow("NUL inside a folder name") << Damage([](Json& j) {
+        for (const char* key : {"original", "final", "staging"}) {
+            std::string path = entry(j, 0)[key];
+            auto slash = path.rfind('/');
+            entry(j, 0)[key] = path.substr(0, slash) + std::string("\0x", 2) + path.substr(slash);
+        }
+    }) << unsafe;
+    QTest::newRow("same final twice")
+        << Damage([](Json& j) { entry(j, 1)["final"] = entry(j, 0)["final"]; }) << unsafe;
+    QTest::newRow("same identity twice")
+        << Damage([](Json& j) { entry(j, 1)["identity"] = entry(j, 0)["identity"]; }) << unsafe;
+    QTest::newRow("hidden final name") << Damage([](Json& j) {
+        std::string final = entry(j, 0)["final"];
+        entry(j, 0)["final"] = final.substr(0, final.rfind('/')) + "/.x.txt";
+    }) << unsafe;
+}
+
+void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone() {
+    QFETCH(Damage, damage);
+    QFETCH(QString, expected);
+    TemporaryFolder disk;
+    Json journal = validJournal(disk);
+    journal["completed"] = true;
+    damage(journal);
+    QByteArray bytes = QByteArray::fromStdString(journal.dump());
+    QString failure = recoverFrom(disk, bytes);
+    QCOMPARE(failure, expected);
+    if (!expected.isEmpty())
+        QCOMPARE(disk.read("journal/active.json"), bytes);
+}
+
+void JournalReaderTest::refusesFilesThatAreNotPlainJournals() {
+    TemporaryFolder disk;
+    Json journal = validJournal(disk);
+    RenameEngine engine(disk.at("journal"));
+    auto failure = [&] {
+        try {
+            engine.recover();
+        } catch (const RenameFailure& failure) {
+            return failure.message;
+        }
+        return QString();
+    };
+    QVERIFY(!engine.recover());
+
+    // A link to a valid journal is not a journal.
+    disk.symlink("journal/active.json", disk.at("journal/undo.json"));
+    QCOMPARE(failure(), QStringLiteral("No readable rename journal was found."));
+    QFile::remove(disk.at("journal/active.json"));
+
+    // A FIFO must not block the reader.
+    QCOMPARE(::mkfifo(disk.at("journal/active.json").toUtf8().constData(), 0600), 0);
+    QCOMPARE(failure(), QStringLiteral("The rename journal is not a regular file or exceeds the "
+                                       "safe size limit. No files were changed."));
+    QFile::remove(disk.at("journal/active.json"));
+
+    disk.file("journal/active.json", "");
+    QCOMPARE(failure(), damaged);
+
+    // One byte over the limit, without writing 128 MiB: a sparse file.
+    int fd = ::open(disk.at("journal/active.json").toUtf8().constData(), O_WRONLY);
+    QCOMPARE(::ftruncate(fd, RenameJournal::maximumDocumentBytes + 1), 0);
+    ::close(fd);
+    QCOMPARE(failure(), QStringLiteral("The rename journal is not a regular file or exceeds the "
+                                       "safe size limit. No files were changed."));
+    QCOMPARE(QFileInfo(disk.at("journal/active.json")).size(),
+             RenameJournal::maximumDocumentBytes + 1);
+}
+
+void JournalReaderTest::readsBothSolidusForms() {
+    TemporaryFolder disk;
+    Json journal = validJournal(disk);
+    QByteArray written = disk.read("journal/undo.json");
+    QVERIFY(written.contains("\\/d\\/x.txt"));
+    RenameJournal escaped = RenameJournal::decoded(written);
+    RenameJournal plain = RenameJournal::decoded(QByteArray::fromStdString(journal.dump()));
+    QCOMPARE(escaped, plain);
+    QCOMPARE(plain.encoded(), written);
+}
+
+QTEST_GUILESS_MAIN(JournalReaderTest)
+#include "test_journal_reader.moc"
