@@ -1,0 +1,490 @@
+#include "core/engine/rename_engine.h"
+
+#include "core/base/rename_failure.h"
+#include "core/base/uuid_text.h"
+#include "core/batch/file_record.h"
+#include "core/batch/file_safety.h"
+#include "core/engine/engine_parts.h"
+#include "core/engine/move_flushing.h"
+#include "core/journal/journaled_volumes.h"
+#include "core/naming/filename.h"
+#include "core/platform/exclusive_move.h"
+#include "core/platform/posix_file_system.h"
+
+#include <QDateTime>
+#include <QHash>
+#include <QMap>
+#include <QSet>
+
+#include <algorithm>
+
+using namespace EngineParts;
+
+namespace {
+
+// "report (restored).pdf", then "report (restored 2).pdf" and on: names for a
+// file whose original name was taken while it was away.
+QStringList besideNames(const QString& original) {
+    qsizetype period = original.lastIndexOf(QLatin1Char('.'));
+    if (period <= 0)
+        period = original.size();
+    QStringList names;
+    for (int number = 1; number <= 20; ++number) {
+        QString mark = number == 1 ? QStringLiteral(" (restored)")
+                                   : QStringLiteral(" (restored %1)").arg(number);
+        names.append(original.left(period) + mark + original.mid(period));
+    }
+    return names;
+}
+
+// The entries whose file was found nowhere.
+QList<JournalEntry> unfound(const RenameJournal& journal,
+                            const QList<std::optional<QString>>& found) {
+    QList<JournalEntry> missing;
+    for (qsizetype index = 0; index < found.size(); ++index) {
+        if (!found[index])
+            missing.append(journal.entries[index]);
+    }
+    return missing;
+}
+
+bool isAt(const QString& path, const FileIdentity& identity, const FileIdentity& parentIdentity) {
+    try {
+        UniqueFd folder = FileSafety::directoryFD(FilePath::parent(path));
+        auto file = FileSafety::fileStat(FilePath::lastComponent(path), folder.get());
+        auto opened = PosixFileSystem::statDescriptor(folder.get());
+        return opened && FileIdentity::sameFile(identity, file.identity) &&
+               FileIdentity::sameFile(parentIdentity, opened.value->identity);
+    } catch (const RenameFailure&) {
+        return false;
+    }
+}
+
+// Whether the folder lists `path`'s name spelled exactly so. A folder that
+// ignores letter case (FAT32, exFAT, casefolded ext4) finds "IMG_0001.JPG"
+// under "img_0001.JPG" too, so a file renamed only in case answers to both of
+// its names; only the listing tells which one it has.
+bool listedAsSpelled(const QString& path) {
+    try {
+        UniqueFd folder = FileSafety::directoryFD(FilePath::parent(path));
+        auto listing = PosixFileSystem::listFolder(folder.get());
+        const QByteArray name = FilePath::lastComponent(path).toUtf8();
+        return listing && std::find(listing.value->begin(), listing.value->end(), name) !=
+                              listing.value->end();
+    } catch (const RenameFailure&) {
+        return false;
+    }
+}
+
+// Whether another file of the batch agrees with `entry`'s in everything that
+// recognises a file on a card, so that only its staging name tells them apart.
+bool hasTwin(const RenameJournal& journal, const JournalEntry& entry) {
+    auto alike = [&](const JournalEntry& other) {
+        return &other != &entry && FileIdentity::sameFile(entry.identity, other.identity);
+    };
+    return std::any_of(journal.entries.begin(), journal.entries.end(), alike);
+}
+
+// Whether `name`, one of the entry's names, holds its file. A file renamed
+// only in case answers to both spellings, so the listing decides there.
+bool holds(const JournalEntry& entry, const QString& name) {
+    bool caseOnly =
+        name != entry.staging && Filename::collisionKey(FilePath::lastComponent(entry.original)) ==
+                                     Filename::collisionKey(FilePath::lastComponent(entry.final));
+    return isAt(name, entry.identity, entry.parentIdentity) && (!caseOnly || listedAsSpelled(name));
+}
+
+// How to check the card or disk that holds `folder`, in a sentence's words.
+QString volumeCheck(const QString& folder) {
+    VolumeFormat format = VolumeFormat::other;
+    try {
+        format = PosixFileSystem::volumeFormat(FileSafety::directoryFD(folder).get());
+    } catch (const RenameFailure&) {
+    }
+    switch (format) {
+    case VolumeFormat::fat32:
+        return QStringLiteral("a card check (fsck.vfat, or Windows' \"Scan and fix\")");
+    case VolumeFormat::exfat:
+        return QStringLiteral("a card check (fsck.exfat, or Windows' \"Scan and fix\")");
+    default:
+        return QStringLiteral("a disk check (chkdsk in Windows)");
+    }
+}
+
+// What the person should know of a card that was pulled in the middle of a
+// move and is now recovered: a file it kept under a second name, which shares
+// the file's contents and so must not simply be deleted. That name may be
+// none of the batch's: FAT32 can lose a long name and keep its short form
+// ("TESSAR~2"), so each folder is looked through for its files' contents
+// under names that are not theirs.
+QStringList extraNameNotes(const RenameJournal& journal) {
+    QMap<QString, QList<const JournalEntry*>> byFolder;
+    QSet<QString> originals;
+    for (const JournalEntry& entry : journal.entries) {
+        originals.insert(entry.original);
+        if (entry.identity.renumbered)
+            byFolder[FilePath::parent(entry.original)].append(&entry);
+    }
+    QStringList notes;
+    for (auto folder = byFolder.cbegin(); folder != byFolder.cend(); ++folder) {
+        QMultiHash<std::uint64_t, const JournalEntry*> bySize;
+        for (const JournalEntry* entry : folder.value())
+            bySize.insert(entry->identity.size, entry);
+        try {
+            UniqueFd fd = FileSafety::directoryFD(folder.key());
+            auto listing = PosixFileSystem::listFolder(fd.get());
+            if (!listing)
+                continue;
+            for (const QByteArray& name : *listing.value) {
+                const QString path = FilePath::joined(folder.key(), QString::fromUtf8(name));
+                if (originals.contains(path))
+                    continue;
+                PosixFileSystem::Status status;
+                try {
+                    status = FileSafety::fileStat(QString::fromUtf8(name), fd.get());
+                } catch (const RenameFailure&) {
+                    continue;
+                }
+                for (const JournalEntry* entry : bySize.values(status.size)) {
+                    if (!FileIdentity::sameFile(entry->identity, status.identity) ||
+                        !holds(*entry, entry->original))
+                        continue;
+                    notes.append(
+                        Filename::shown(FilePath::lastComponent(entry->original)) +
+                        QStringLiteral(" is back under its name, and the card also kept it as ") +
+                        Filename::shown(QString::fromUtf8(name)) +
+                        QStringLiteral(". Both names share its contents, so delete neither: ") +
+                        volumeCheck(folder.key()) + QStringLiteral(" clears the extra name."));
+                    // Twins in one folder (a burst of identical photos) cannot
+                    // be told apart here; either name gets the same advice.
+                    break;
+                }
+            }
+        } catch (const RenameFailure&) {
+        }
+    }
+    return notes;
+}
+
+// A file a pulled card may have lost: exFAT can drop the one entry it was
+// writing.
+QStringList lostNotes(const QList<JournalEntry>& missing) {
+    QStringList notes;
+    for (const JournalEntry& entry : missing) {
+        if (entry.identity.renumbered)
+            notes.append(Filename::shown(FilePath::lastComponent(entry.original)) +
+                         QStringLiteral(" may have been lost by its card when it was pulled: ") +
+                         volumeCheck(FilePath::parent(entry.original)) +
+                         QStringLiteral(" may bring it back."));
+    }
+    return notes;
+}
+
+} // namespace
+
+void RenameEngine::undo(const RenameProgress::Observer& progress) {
+    Lock held = lock();
+    RenameJournal journal = read(undoJournal);
+    Steps steps(progress, RenameProgress::Phase::undoing);
+    steps.begin(journal.entries.size(), 0);
+    QList<RenameIntent> intents;
+    intents.reserve(journal.entries.size());
+    // Every file is checked before anything moves: undo either starts with all
+    // of them where the batch left them, or does not start.
+    for (const JournalEntry& entry : journal.entries) {
+        QString path = FilePath::standardized(entry.final);
+        if (FileSafety::isInsidePackage(path))
+            throw RenameFailure(
+                QStringLiteral("Files inside application or document bundles are not supported."));
+        auto now = FileSafety::record(QUrl::fromLocalFile(path), false);
+        if (!FileIdentity::sameFile(entry.identity, now.file) &&
+            entry.identity.device == JournaledVolumes::unrecognisedDevice)
+            throw RenameFailure(
+                QStringLiteral("The volume of ") + FilePath::lastComponent(path) +
+                QStringLiteral(" was mounted again and cannot be recognised, so undo cannot be "
+                               "sure it is the same file. No files were changed."));
+        if (!FileIdentity::sameFile(entry.identity, now.file) ||
+            !FileIdentity::sameFile(entry.parentIdentity, now.folder))
+            throw RenameFailure(
+                FilePath::lastComponent(path) +
+                QStringLiteral(" was replaced or moved. Undo cannot safely continue."));
+        intents.append(
+            {FileRecord{path, now.file, now.folder}, FilePath::lastComponent(entry.original)});
+    }
+    perform(intents, JournalPurpose::undo, steps);
+}
+
+std::optional<QStringList> RenameEngine::recover(const RenameProgress::Observer& progress) {
+    Lock held = lock();
+    if (!hasRecovery())
+        return std::nullopt;
+    RenameJournal journal = read(activeJournal);
+    Steps steps(progress, RenameProgress::Phase::recovering);
+    steps.begin(journal.entries.size(), 0);
+    if (journal.completed) {
+        finish(journal);
+        steps.end();
+        return QStringList();
+    }
+    FolderLocks locks = lockFolders(journal);
+    dropSecondNames(journal);
+    // Every file is located before any moves, so a file on a volume that is not
+    // mounted stops recovery with nothing moved anywhere.
+    const QList<std::optional<QString>> found = locate(journal);
+    for (qsizetype index = 0; index < found.size(); ++index) {
+        if (!found[index]) {
+            const JournalEntry& entry = journal.entries[index];
+            QString failure = QStringLiteral("Recovery cannot find the original ") +
+                              Filename::shown(FilePath::lastComponent(entry.original)) +
+                              QStringLiteral(". Reconnect its volume or restore it to a recorded "
+                                             "location, then retry. The journal remains in ") +
+                              folder + QLatin1Char('.');
+            for (const QString& note : lostNotes({entry}))
+                failure += QLatin1Char(' ') + note;
+            throw RenameFailure(failure);
+        }
+    }
+    restore(journal, found, nullptr, steps);
+    removeDurably(activeJournal);
+    return extraNameNotes(journal);
+}
+
+SetAsideBatch RenameEngine::restoreFound(const RenameProgress::Observer& progress) {
+    Lock held = lock();
+    RenameJournal journal = read(activeJournal);
+    Steps steps(progress, RenameProgress::Phase::restoring);
+    steps.begin(journal.entries.size(), 0);
+    if (journal.completed) {
+        finish(journal);
+        steps.end();
+        return {};
+    }
+    FolderLocks locks = lockFolders(journal);
+    dropSecondNames(journal);
+    const QList<std::optional<QString>> found = locateForRestoring(journal);
+    SetAsideBatch result;
+    result.restored = restore(journal, found, &result.renamed, steps);
+    result.missing = unfound(journal, found);
+    result.notes = extraNameNotes(journal) + lostNotes(result.missing);
+    if (result.missing.isEmpty() && result.renamed.isEmpty()) {
+        removeDurably(activeJournal);
+        return result;
+    }
+    // The journal is the only record of where the missing files were and under
+    // which names; it is kept under a dated name that no operation acts on, and
+    // it stops blocking new batches only once that name is on disk.
+    const QString record = QStringLiteral("set-aside-") +
+                           QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'") +
+                           QLatin1Char('-') + UuidText::text(journal.id) + QStringLiteral(".json");
+    {
+        UniqueFd journals = FileSafety::directoryFD(folder);
+        if (int error =
+                PosixFileSystem::renameReplacing(journals.get(), activeJournal, record.toUtf8()))
+            platformFailure(error);
+    }
+    syncJournalFolder();
+    result.record = FilePath::joined(folder, record);
+    return result;
+}
+
+FolderLocks RenameEngine::lockFolders(const RenameJournal& journal) {
+    QStringList folders;
+    for (const JournalEntry& entry : journal.entries)
+        folders.append(FilePath::parent(entry.original));
+    folders.removeDuplicates();
+    return FolderLocks::acquire(folders);
+}
+
+// Where each file of an unfinished batch is now: its staging name first (the
+// only name no other file can have), then its original and its final name.
+//
+// On a card (FAT32, exFAT) a file is recognised by its size and times, not its
+// inode, and two files of one batch may agree in all of them (raw photos of a
+// burst). A name that is the original or final name of two such twins could
+// hold either, so neither is taken to be there: such a file is found only
+// under its staging name, and otherwise stays visible where it is.
+//
+// A FAT32 card pulled between the flush of a moved file and that of its
+// folder keeps the one move in flight under both names: two entries that
+// share the file's clusters. Removing or replacing either would free the
+// clusters the other still uses, so a file found under its staging name and
+// its original name counts as back where it was, and the staging entry stays
+// as it is, for a card check to clear.
+QList<std::optional<QString>> RenameEngine::locate(const RenameJournal& journal) const {
+    // What recognises a file on a card, with one of its names.
+    auto twinKey = [](const FileIdentity& identity, const QString& name) {
+        return QStringLiteral("%1 %2 %3.%4 %5.%6 ")
+                   .arg(identity.device)
+                   .arg(identity.size)
+                   .arg(identity.modifiedSeconds)
+                   .arg(identity.modifiedNanos)
+                   .arg(identity.birthSeconds)
+                   .arg(identity.birthNanos) +
+               name;
+    };
+    QHash<QString, int> claims;
+    for (const JournalEntry& entry : journal.entries) {
+        if (entry.identity.renumbered) {
+            for (const QString& name : {entry.original, entry.final})
+                ++claims[twinKey(entry.identity, name)];
+        }
+    }
+    QList<std::optional<QString>> found;
+    found.reserve(journal.entries.size());
+    for (const JournalEntry& entry : journal.entries) {
+        auto heldBy = [&](const QString& candidate) {
+            bool contested = candidate != entry.staging && entry.identity.renumbered &&
+                             claims.value(twinKey(entry.identity, candidate)) > 1;
+            return !contested && holds(entry, candidate);
+        };
+        std::optional<QString> place;
+        for (const QString& candidate : {entry.staging, entry.original, entry.final}) {
+            if (heldBy(candidate)) {
+                place = candidate;
+                break;
+            }
+        }
+        if (place == entry.staging && entry.identity.renumbered && heldBy(entry.original))
+            place = entry.original;
+        found.append(place);
+    }
+    return found;
+}
+
+// Where each file is for restoring what can be found: as recovery finds it,
+// and also a file under its staging name that recovery does not know by its
+// full identity. That one came there with this batch, since no other program
+// makes a name with the batch's id in it; its identity can only have changed
+// where the file system records no birth time and the volume came back under
+// another device, and there it keeps its inode. The user chose this way out,
+// so it comes back to a visible name rather than staying hidden; its entry
+// takes the identities it has now.
+QList<std::optional<QString>> RenameEngine::locateForRestoring(RenameJournal& journal) const {
+    QList<std::optional<QString>> found = locate(journal);
+    for (qsizetype index = 0; index < found.size(); ++index) {
+        JournalEntry& entry = journal.entries[index];
+        if (found[index])
+            continue;
+        try {
+            FileSafety::Identities now =
+                FileSafety::record(QUrl::fromLocalFile(entry.staging), true);
+            if (now.file.inode == entry.identity.inode) {
+                entry.identity = now.file;
+                entry.parentIdentity = now.folder;
+                found[index] = entry.staging;
+            }
+        } catch (const RenameFailure&) {
+        }
+    }
+    return found;
+}
+
+// A move by link interrupted before its old name went leaves a file under its
+// staging name and its original or final name, or, when it went straight to
+// its new name, under its original and final name. Files are only recognised
+// under a single name, and that second name would stand in the way of the
+// file whose name it is, so it goes before anything is located. Only a second
+// name of the very same inode goes, which loses no data; never on a card,
+// whose two entries of one file are two inodes sharing clusters.
+void RenameEngine::dropSecondNames(const RenameJournal& journal) {
+    for (const JournalEntry& entry : journal.entries) {
+        if (entry.identity.renumbered)
+            continue;
+        try {
+            UniqueFd fd = FileSafety::directoryFD(FilePath::parent(entry.staging));
+            const QByteArray staging = FilePath::lastComponent(entry.staging).toUtf8();
+            const QByteArray original = FilePath::lastComponent(entry.original).toUtf8();
+            const QByteArray final = FilePath::lastComponent(entry.final).toUtf8();
+            ExclusiveMove::dropSecondName(fd.get(), staging, original);
+            ExclusiveMove::dropSecondName(fd.get(), staging, final);
+            ExclusiveMove::dropSecondName(fd.get(), original, final);
+        } catch (const RenameFailure&) {
+        }
+    }
+}
+
+// Puts every found file back under its original name and returns how many.
+// Through the staging names again, so exchanged or rotated names come back
+// without meeting each other, whatever mix the interruption left. A file
+// already at its original name stays put: moving it could only fail, as it
+// does for ever on a file the user may not rename (an immutable file, or
+// another user's file in a sticky folder). With `aside`, a file whose
+// original name another program has taken since gets a name beside it
+// instead of staying hidden, and is listed there.
+qsizetype RenameEngine::restore(const RenameJournal& journal,
+                                const QList<std::optional<QString>>& found,
+                                QList<SetAsideBatch::Renamed>* aside, Steps& steps) {
+    qsizetype moves = 0;
+    for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+        const JournalEntry& entry = journal.entries[index];
+        if (found[index] && *found[index] != entry.original)
+            moves += *found[index] == entry.staging ? 1 : 2;
+    }
+    steps.begin(journal.entries.size(), moves);
+    MoveFlushing flushing;
+    // Moves that did happen are written out before a failure is reported, as
+    // after every pass, so the next crash finds them as this one left them.
+    struct SettleOnFailure {
+        MoveFlushing& flushing;
+        ~SettleOnFailure() {
+            if (std::uncaught_exceptions() == 0)
+                return;
+            try {
+                flushing.settle();
+            } catch (const RenameFailure&) {
+            }
+        }
+    } settleOnFailure{flushing};
+    QList<std::optional<QString>> at = found;
+    for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+        const JournalEntry& entry = journal.entries[index];
+        if (at[index] && *at[index] != entry.staging && *at[index] != entry.original) {
+            move(*at[index], entry.staging, entry.identity, entry.parentIdentity, flushing);
+            at[index] = entry.staging;
+            steps.moved();
+        }
+    }
+    flushing.settle();
+    // A FAT32 card pulled in the middle of a move to the final name keeps the
+    // file under its staging and its final entry, both on its clusters (see
+    // locate). The staging entry cannot be moved onto the original name while
+    // the final entry stands in another file's way, nor may either entry be
+    // removed; so the final entry goes back to the original name, now free,
+    // and the staging entry stays for a card check.
+    for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+        const JournalEntry& entry = journal.entries[index];
+        if (at[index] == entry.staging && entry.identity.renumbered && holds(entry, entry.final) &&
+            !hasTwin(journal, entry)) {
+            move(entry.final, entry.original, entry.identity, entry.parentIdentity, flushing);
+            at[index] = entry.original;
+            steps.moved();
+        }
+    }
+    qsizetype restored = 0;
+    for (qsizetype index = 0; index < journal.entries.size(); ++index) {
+        const JournalEntry& entry = journal.entries[index];
+        if (!at[index])
+            continue;
+        ++restored;
+        if (*at[index] == entry.original)
+            continue;
+        const QString original = FilePath::lastComponent(entry.original);
+        QString name = move(entry.staging, entry.original, entry.identity, entry.parentIdentity,
+                            flushing, aside ? besideNames(original) : QStringList());
+        steps.moved();
+        if (name != original) {
+            aside->append({entry, name});
+            --restored;
+        }
+    }
+    flushing.settle();
+    steps.end();
+    return restored;
+}
+
+QList<JournalEntry> RenameEngine::missingFiles() const {
+    RenameJournal journal = read(activeJournal);
+    if (journal.completed)
+        return {};
+    return unfound(journal, locateForRestoring(journal));
+}
