@@ -13,6 +13,7 @@ inline constexpr const char* undoJournal = "undo.json";
 
 // A failed system call, as the sentence the person reads.
 [[noreturn]] void platformFailure(int error);
+// A file or its folder is no longer the one the journal recorded.
 [[noreturn]] void fileChanged();
 
 } // namespace EngineParts
