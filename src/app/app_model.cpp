@@ -293,15 +293,18 @@ void AppModel::setPreviewComputation(PreviewComputation computation) {
 }
 
 void AppModel::startPreviewComputation(quint64 generation, PreviewInputs inputs) {
-    QList<FileRecord> files = inputs.files;
+    // The files a new volume note is taken for, when the inputs ask for one.
+    std::optional<QList<FileRecord>> noted;
+    if (inputs.noteVolumes)
+        noted = inputs.files;
     runInBackground(
         this,
         [compute = previewComputation, inputs = std::move(inputs)] { return compute(inputs); },
-        [this, generation, files](const PreviewResult& result) {
+        [this, generation, noted = std::move(noted)](const PreviewResult& result) {
             if (generation != previewGeneration)
                 return;
-            if (result.volumesNoted) {
-                notedFiles_ = files;
+            if (noted) {
+                notedFiles_ = *noted;
                 assign(volumeNote_, result.volumeNote, &AppModel::volumeNoteChanged);
             }
             assign(rows_, result.rows, &AppModel::rowsChanged);

@@ -9,10 +9,8 @@
 
 PreviewResult computePreview(const PreviewInputs& inputs) {
     PreviewResult result;
-    if (inputs.noteVolumes) {
-        result.volumesNoted = true;
+    if (inputs.noteVolumes)
         result.volumeNote = VolumeNote::forFiles(inputs.files);
-    }
     if (inputs.mode == RenameMode::rules) {
         result.rows =
             inputs.observation.isValid()

@@ -45,8 +45,7 @@ struct PreviewResult {
     QList<PreviewRow> rows;
     QList<MappingDiagnostic> diagnostics;
     qsizetype mappingCount = 0;
-    // Taken only when the inputs asked for it.
-    bool volumesNoted = false;
+    // Taken only when the inputs ask for it (`noteVolumes`).
     std::optional<QString> volumeNote;
 };
 
