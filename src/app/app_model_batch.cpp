@@ -344,10 +344,8 @@ void AppModel::runRecoveryAction(bool recover) {
                                           : RenameProgress::Phase::undoing)] {
             RecoveryOutcome outcome;
             outcome.failure = failureOf([&] {
-                if (recover)
-                    outcome.notes = engine->recover(progress).value_or(QStringList());
-                else
-                    engine->undo(progress);
+                outcome.notes = recover ? engine->recover(progress).value_or(QStringList())
+                                        : engine->undo(progress);
             });
             // Asked here, off the main thread: finding files may wait on
             // a slow volume. Whatever stopped recovery (a missing file, or
@@ -359,11 +357,11 @@ void AppModel::runRecoveryAction(bool recover) {
             return outcome;
         },
         [this, recover](const RecoveryOutcome& outcome) {
+            const QString done = recover ? recoveredNotice
+                                         : QStringLiteral("The last batch was undone. "
+                                                          "Original names restored.");
             finishFileOperation(outcome.failure,
-                                recover ? QStringList(QStringList{recoveredNotice} + outcome.notes)
-                                              .join(QLatin1Char(' '))
-                                        : QStringLiteral("The last batch was undone. "
-                                                         "Original names restored."));
+                                (QStringList{done} + outcome.notes).join(QLatin1Char(' ')));
             if (recover && hasRecovery_) {
                 assign(missingFiles_, outcome.missing, &AppModel::missingFilesChanged);
                 assign(recoveryFailed_, outcome.failure.has_value(),

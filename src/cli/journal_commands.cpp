@@ -150,11 +150,14 @@ int undo(const QStringList& arguments) {
          plainExitStatus,
          QStringLiteral("  tessary-cli undo\n")},
         [](RenameEngine& engine, const QCommandLineParser&, QTextStream& out, QTextStream& errors) {
+            QStringList notes;
             {
                 TerminalProgress progress(errors);
-                engine.undo(progress.observer());
+                notes = engine.undo(progress.observer());
             }
             out << "The last batch was undone. Original names restored.\n";
+            for (const QString& note : notes)
+                out << note << '\n';
             return 0;
         });
 }

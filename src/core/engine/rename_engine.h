@@ -50,7 +50,9 @@ public:
     bool hasRecovery() const;
 
     // Reverses the last completed batch, as a journaled batch of its own.
-    void undo(const RenameProgress::Observer& progress = {});
+    // Returns what the person should know of the result, in sentences, as
+    // `recover` does: a card may still hold a file under a second name.
+    QStringList undo(const RenameProgress::Observer& progress = {});
 
     // Finishes a batch that was interrupted after all its files had their new
     // names, or otherwise puts every file of it back under its original name.

@@ -154,7 +154,11 @@ QStringList extraNameNotes(const RenameJournal& journal) {
                         QStringLiteral(" is back under its name, and the card also kept it as ") +
                         Filename::shown(QString::fromUtf8(name)) +
                         QStringLiteral(". Both names share its contents, so delete neither: ") +
-                        volumeCheck(folder.key()) + QStringLiteral(" clears the extra name."));
+                        volumeCheck(folder.key()) +
+                        QStringLiteral(" separates them and may empty either one; then keep "
+                                       "the one that is not empty, under the name ") +
+                        Filename::shown(FilePath::lastComponent(entry->original)) +
+                        QLatin1Char('.'));
                     // Twins in one folder (a burst of identical photos) cannot
                     // be told apart here; either name gets the same advice.
                     break;
@@ -182,7 +186,7 @@ QStringList lostNotes(const QList<JournalEntry>& missing) {
 
 } // namespace
 
-void RenameEngine::undo(const RenameProgress::Observer& progress) {
+QStringList RenameEngine::undo(const RenameProgress::Observer& progress) {
     Lock held = lock();
     RenameJournal journal = read(undoJournal);
     Steps steps(progress, RenameProgress::Phase::undoing);
@@ -196,6 +200,14 @@ void RenameEngine::undo(const RenameProgress::Observer& progress) {
         if (FileSafety::isInsidePackage(path))
             throw RenameFailure(
                 QStringLiteral("Files inside application or document bundles are not supported."));
+        // A FAT32 card cut in the middle of an earlier undo can keep a file
+        // under its original name too, an entry sharing its clusters that
+        // recovery left in place, and a card check may since have emptied
+        // either entry. Where the original name holds the file, it is home:
+        // moving it onto that entry would be refused, and removing either
+        // would free clusters the other uses.
+        if (entry.identity.renumbered && !hasTwin(journal, entry) && holds(entry, entry.original))
+            continue;
         auto now = FileSafety::record(QUrl::fromLocalFile(path), false);
         if (!FileIdentity::sameFile(entry.identity, now.file) &&
             entry.identity.device == JournaledVolumes::unrecognisedDevice)
@@ -211,7 +223,13 @@ void RenameEngine::undo(const RenameProgress::Observer& progress) {
         intents.append(
             {FileRecord{path, now.file, now.folder}, FilePath::lastComponent(entry.original)});
     }
-    perform(intents, JournalPurpose::undo, steps);
+    if (intents.isEmpty()) {
+        removeDurably(undoJournal);
+        steps.end();
+    } else {
+        perform(intents, JournalPurpose::undo, steps);
+    }
+    return extraNameNotes(journal);
 }
 
 std::optional<QStringList> RenameEngine::recover(const RenameProgress::Observer& progress) {
