@@ -31,9 +31,8 @@ namespace {
 constexpr int patience = 60000;
 
 // A real model whose preview computations can be counted, and held back so
-// that a test can supersede one at a moment of its choosing.
-// What the computations of an observed model share with the test; it outlives
-// the model, since a computation may still be running when the model goes.
+// that a test can supersede one at a moment of its choosing. What they share
+// with the test outlives the model: a computation may still run when it goes.
 struct Observation {
     std::atomic<int> computations{0};
     std::atomic<int> finished{0};
@@ -45,10 +44,8 @@ struct Observation {
 class ObservedModel : public AppModel {
 public:
     ObservedModel(const PlatformServices& services, const Startup& startup)
-        : AppModel(services, startup), observation(std::make_shared<Observation>()),
-          computations(observation->computations), finished(observation->finished),
-          holdNext(observation->holdNext), held(observation->held), gate(observation->gate) {
-        setPreviewComputation([observed = observation](const PreviewInputs& inputs) {
+        : AppModel(services, startup), seen(std::make_shared<Observation>()) {
+        setPreviewComputation([observed = seen](const PreviewInputs& inputs) {
             ++observed->computations;
             if (observed->holdNext.exchange(false)) {
                 observed->held.release();
@@ -59,15 +56,8 @@ public:
             return result;
         });
     }
-
-    ~ObservedModel() override { gate.release(100); }
-
-    std::shared_ptr<Observation> observation;
-    std::atomic<int>& computations;
-    std::atomic<int>& finished;
-    std::atomic<bool>& holdNext;
-    QSemaphore& held;
-    QSemaphore& gate;
+    ~ObservedModel() override { seen->gate.release(100); }
+    std::shared_ptr<Observation> seen;
 };
 
 bool settled(const AppModel& model) {
@@ -100,8 +90,7 @@ private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init();
     void cleanup();
-    void burstOfEditsComputesOnePreviewWithTheLastInputs();
-    void supersededPreviewIsNeverApplied();
+    void onlyTheNewestPreviewIsComputedAndApplied();
     void renameIsOfferedOnlyForACurrentCleanPreview();
     void namesByDateWaitForTheDatesReadOnceEach();
     void renameUndoAndRecoveryAcrossARestart();
@@ -154,6 +143,27 @@ private:
                    journal.replace(R"("completed":true)", R"("completed":false)"));
         return true;
     }
+
+    // The next run finds the interrupted batch, offers no way out yet, and
+    // recovers it with access to `folder`.
+    bool recoverAfterRestart(const QUrl& folder) {
+        model = start();
+        if (!model->hasRecovery() || model->canRestoreFound())
+            return false;
+        dialogs->openRequests.clear();
+        dialogs->openAnswers = {{folder}};
+        model->runRecoveryAction(true);
+        return settled(*model);
+    }
+
+    // The way out of a recovery that stopped: the error read, what can be found restored.
+    bool restoreFound() {
+        model->setError(std::nullopt);
+        model->restoreFound();
+        const bool started = model->mutatingFiles();
+        return started && settled(*model) && !model->error() && !model->hasRecovery() &&
+               !model->canRestoreFound();
+    }
 };
 
 void AppModelTest::init() {
@@ -168,11 +178,11 @@ void AppModelTest::cleanup() {
     model.reset();
 }
 
-void AppModelTest::burstOfEditsComputesOnePreviewWithTheLastInputs() {
+void AppModelTest::onlyTheNewestPreviewIsComputedAndApplied() {
     disk->file("in/a.txt");
     disk->file("in/b.txt");
     QVERIFY(load(disk->at("in")));
-    model->computations = 0;
+    model->seen->computations = 0;
     QSignalSpy applied(model.get(), &AppModel::previewApplied);
     QSignalSpy previewing(model.get(), &AppModel::previewingChanged);
 
@@ -183,30 +193,24 @@ void AppModelTest::burstOfEditsComputesOnePreviewWithTheLastInputs() {
     QVERIFY(settled(*model));
     // Long enough for any stray timer from the burst to fire as well.
     QTest::qWait(300);
-
-    QCOMPARE(model->computations.load(), 1);
+    QCOMPARE(model->seen->computations.load(), 1);
     QCOMPARE(applied.count(), 1);
     // Raised once by the first edit, lowered once by the result.
     QCOMPARE(previewing.count(), 2);
     QCOMPARE(proposedNames(*model), (QStringList{"v5-a.txt", "v5-b.txt"}));
-}
 
-void AppModelTest::supersededPreviewIsNeverApplied() {
-    disk->file("in/a.txt");
-    QVERIFY(load(disk->at("in")));
-    model->finished = 0;
-    QSignalSpy applied(model.get(), &AppModel::previewApplied);
-
-    model->holdNext = true;
+    // A computation overtaken while it runs is never applied.
+    model->seen->finished = 0;
+    applied.clear();
+    model->seen->holdNext = true;
     model->setRules(prefixed("old-"));
-    QVERIFY(QTest::qWaitFor([&] { return model->held.tryAcquire(); }, patience));
+    QVERIFY(QTest::qWaitFor([&] { return model->seen->held.tryAcquire(); }, patience));
     model->setRules(prefixed("new-"));
-    model->gate.release();
-
-    QTRY_COMPARE_WITH_TIMEOUT(model->finished.load(), 2, patience);
+    model->seen->gate.release();
+    QTRY_COMPARE_WITH_TIMEOUT(model->seen->finished.load(), 2, patience);
     QVERIFY(settled(*model));
     QCOMPARE(applied.count(), 1);
-    QCOMPARE(proposedNames(*model), QStringList{"new-a.txt"});
+    QCOMPARE(proposedNames(*model), (QStringList{"new-a.txt", "new-b.txt"}));
 }
 
 void AppModelTest::renameIsOfferedOnlyForACurrentCleanPreview() {
@@ -425,12 +429,7 @@ void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
                  0);
     }
 
-    model = start();
-    QVERIFY(model->hasRecovery());
-    QVERIFY(!model->canRestoreFound());
-    dialogs->openAnswers = {{QUrl::fromLocalFile(batch)}};
-    model->runRecoveryAction(true);
-    QVERIFY(settled(*model));
+    QVERIFY(recoverAfterRestart(QUrl::fromLocalFile(batch)));
     QVERIFY(model->error().value_or("").startsWith("Recovery cannot find the original c 3.txt."));
     QVERIFY(model->hasRecovery());
     QCOMPARE(model->missingFiles().size(), 11);
@@ -441,14 +440,8 @@ void AppModelTest::recoveryThatCannotFindFilesOffersToRestoreTheOthers() {
 
     // Meanwhile a sync client brought back a file under one of the original names.
     disk->file("Batch/c 2.txt", "synced");
-    model->setError(std::nullopt);
-    model->restoreFound();
-    QVERIFY(model->mutatingFiles());
-    QVERIFY(settled(*model));
-    QVERIFY(!model->error());
-    QVERIFY(!model->hasRecovery());
+    QVERIFY(restoreFound());
     QVERIFY(model->missingFiles().isEmpty());
-    QVERIFY(!model->canRestoreFound());
     QCOMPARE(model->setAsideCount(), 1);
     QVERIFY2(QRegularExpression("^1 file is back under its original name\\. c 2\\.txt is back as "
                                 "c 2 \\(restored\\)\\.txt, because another file has taken its "
@@ -478,17 +471,10 @@ void AppModelTest::recoveryAsksNoAccessToAFolderThatIsGone() {
     QVERIFY(renameAndInterrupt());
     QVERIFY(QDir(disk->at("Gone")).removeRecursively());
 
-    model = start();
-    dialogs->openRequests.clear();
-    dialogs->openAnswers = {{disk->url("Kept")}};
-    model->runRecoveryAction(true);
-    QVERIFY(settled(*model));
+    QVERIFY(recoverAfterRestart(disk->url("Kept")));
     QCOMPARE(dialogs->openRequests.size(), 1);
     QVERIFY(model->error().value_or("").startsWith("Recovery cannot find the original b.txt."));
-    model->setError(std::nullopt);
-    model->restoreFound();
-    QVERIFY(settled(*model));
-    QVERIFY(!model->hasRecovery());
+    QVERIFY(restoreFound());
     QCOMPARE(listing(disk->at("Kept")), QStringList{"a.txt"});
 }
 
@@ -500,17 +486,11 @@ void AppModelTest::recoveryStoppedByATakenNameOffersTheWayOut() {
     QVERIFY(renameAndInterrupt());
     disk->file("Kept/a.txt", "synced");
 
-    model = start();
-    dialogs->openAnswers = {{disk->url("Kept")}};
-    model->runRecoveryAction(true);
-    QVERIFY(settled(*model));
+    QVERIFY(recoverAfterRestart(disk->url("Kept")));
     QVERIFY(model->error().value_or("").contains("File exists"));
     QVERIFY(model->missingFiles().isEmpty());
     QVERIFY(model->canRestoreFound());
-    model->setError(std::nullopt);
-    model->restoreFound();
-    QVERIFY(settled(*model));
-    QVERIFY(!model->hasRecovery());
+    QVERIFY(restoreFound());
     QCOMPARE(listing(disk->at("Kept")), (QStringList{"a (restored).txt", "a.txt"}));
     QCOMPARE(disk->read("Kept/a (restored).txt"), QByteArray("mine"));
 }
