@@ -19,6 +19,7 @@
 #include <memory>
 
 using Step = TutorialView::Step;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -71,7 +72,7 @@ bool showsAll(QWidget* root, const QStringList& expected) {
 
 QLineEdit* projectField(QWidget* root) {
     for (QLineEdit* field : root->findChildren<QLineEdit*>()) {
-        if (field->accessibleName() == QStringLiteral("Sample project name"))
+        if (field->accessibleName() == u"Sample project name"_s)
             return field;
     }
     return nullptr;
@@ -85,7 +86,7 @@ void retype(QLineEdit* field, const QString& text) {
 
 QString indicatorName(QWidget* root) {
     for (QWidget* widget : root->findChildren<QWidget*>()) {
-        if (widget->accessibleName().startsWith(QStringLiteral("Tutorial step ")))
+        if (widget->accessibleName().startsWith(u"Tutorial step "_s))
             return widget->accessibleName();
     }
     return {};
@@ -96,7 +97,7 @@ const QStringList studioNorth = {"studio-north-001.pdf", "studio-north-002.jpg",
 const QStringList acmeLaunch = {"acme-launch-001.pdf", "acme-launch-002.jpg",
                                 "acme-launch-003.png"};
 const QStringList fromSpreadsheet = {"north-deck.pdf", "north-photo.jpg", "north-logo.png"};
-const QString noProjectName = QStringLiteral("Enter a project name to try this recipe.");
+const QString noProjectName = u"Enter a project name to try this recipe."_s;
 
 } // namespace
 
@@ -106,39 +107,35 @@ private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init();
     void cleanup();
-    void practiceProposesNamesByEitherMethod_data();
-    void practiceProposesNamesByEitherMethod();
+    void practiceRefusesABlankOrUnusableProjectName();
     void rulesLoopRenamesAndUndoesOnScreenOnly();
     void spreadsheetLoopNeedsNoProjectName();
-    void backFromUndoRestoresTheSamples();
-    void theAlertRenamesOnce();
+    void theAlertRenamesOnceAndBackUndoesIt();
     void everyWayOutRecordsTheTutorialAsSeen_data();
     void everyWayOutRecordsTheTutorialAsSeen();
 
 private:
     std::unique_ptr<QTemporaryDir> disk;
-    std::unique_ptr<ScriptedDialogs> dialogs;
-    std::unique_ptr<ScriptedClipboard> clipboard;
-    std::unique_ptr<RecordingUrlOpener> urls;
+    ScriptedDialogs dialogs;
+    ScriptedClipboard clipboard;
+    RecordingUrlOpener urls;
     std::unique_ptr<QSettingsStore> settings;
     std::unique_ptr<AppModel> model;
     std::unique_ptr<AnsweredTutorial> view;
 
-    bool seen() const { return settings->flag(QStringLiteral("hasSeenTutorial")); }
+    bool seen() const { return settings->flag(u"hasSeenTutorial"_s); }
 };
 
 void TutorialTest::init() {
     disk = std::make_unique<QTemporaryDir>();
-    dialogs = std::make_unique<ScriptedDialogs>();
-    clipboard = std::make_unique<ScriptedClipboard>();
-    urls = std::make_unique<RecordingUrlOpener>();
-    settings = std::make_unique<QSettingsStore>(disk->filePath(QStringLiteral("settings.ini")));
+    urls = RecordingUrlOpener();
+    settings = std::make_unique<QSettingsStore>(disk->filePath(u"settings.ini"_s));
     model = std::make_unique<AppModel>(
-        PlatformServices{*dialogs, *clipboard, *settings, *urls},
-        AppModel::Startup{disk->filePath(QStringLiteral("journal")), {}, QProcessEnvironment()});
+        PlatformServices{dialogs, clipboard, *settings, urls},
+        AppModel::Startup{disk->filePath(u"journal"_s), {}, QProcessEnvironment()});
     model->presentTutorial();
     QVERIFY(model->showTutorial());
-    view = std::make_unique<AnsweredTutorial>(*model, *settings, *urls);
+    view = std::make_unique<AnsweredTutorial>(*model, *settings, urls);
     view->show();
     QVERIFY(QTest::qWaitForWindowExposed(view.get()));
 }
@@ -148,95 +145,77 @@ void TutorialTest::cleanup() {
     model.reset();
 }
 
-void TutorialTest::practiceProposesNamesByEitherMethod_data() {
-    QTest::addColumn<RenameMode>("method");
-    QTest::addColumn<QString>("projectName");
-    QTest::addColumn<QStringList>("names");
-    QTest::addColumn<QString>("problem");
-
-    QTest::newRow("default project") << RenameMode::rules << "Studio North" << studioNorth << "";
-    QTest::newRow("typed project") << RenameMode::rules << "Acme Launch" << acmeLaunch << "";
-    QTest::newRow("blank project")
-        << RenameMode::rules << " \t\n " << QStringList() << noProjectName;
-    QTest::newRow("unusable name") << RenameMode::rules << "North/South" << QStringList()
-                                   << "Remove slashes, colons, or control characters.";
-    QTest::newRow("spreadsheet ignores the project")
-        << RenameMode::spreadsheet << "   " << fromSpreadsheet << "";
-}
-
-void TutorialTest::practiceProposesNamesByEitherMethod() {
-    QFETCH(RenameMode, method);
-    QFETCH(QString, projectName);
-    QFETCH(QStringList, names);
-    QFETCH(QString, problem);
-
-    TutorialPractice practice;
-    QCOMPARE(practice.projectName, QStringLiteral("Studio North"));
-    practice.method = method;
-    practice.projectName = projectName;
-    if (!names.isEmpty())
-        QCOMPARE(practice.proposedNames(), names);
-    QCOMPARE(practice.problem().value_or(QString()), problem);
-    QVERIFY(!practice.renamedNames);
+// The names each project name proposes are checked on screen below.
+void TutorialTest::practiceRefusesABlankOrUnusableProjectName() {
+    for (auto [name, problem] : {std::pair(u" \t\n "_s, noProjectName),
+                                 std::pair(u"North/South"_s, u"Remove slashes, colons, or "
+                                                             "control characters."_s)}) {
+        TutorialPractice practice;
+        practice.projectName = name;
+        QCOMPARE(practice.problem(), std::optional<QString>(problem));
+    }
 }
 
 void TutorialTest::rulesLoopRenamesAndUndoesOnScreenOnly() {
     QCOMPARE(view->step(), Step::welcome);
-    QCOMPARE(indicatorName(view.get()), QStringLiteral("Tutorial step 1 of 4"));
-    QVERIFY(!visibleButton(view.get(), QStringLiteral("Back")));
+    QCOMPARE(indicatorName(view.get()), u"Tutorial step 1 of 4"_s);
+    QVERIFY(!visibleButton(view.get(), u"Back"_s));
     QVERIFY(showsAll(view.get(), {"Your first rename, without the worry."}));
 
-    QVERIFY(press(view.get(), QStringLiteral("Try sample files")));
-    QCOMPARE(indicatorName(view.get()), QStringLiteral("Tutorial step 2 of 4"));
+    QVERIFY(press(view.get(), u"Try sample files"_s));
+    QCOMPARE(indicatorName(view.get()), u"Tutorial step 2 of 4"_s);
     QVERIFY(showsAll(view.get(), TutorialPractice::sampleNames() + studioNorth));
     QVERIFY(showsAll(view.get(), {"3 ready · extensions stay the same"}));
-    retype(projectField(view.get()), QStringLiteral("Acme Launch"));
+    retype(projectField(view.get()), u"Acme Launch"_s);
     QVERIFY(showsAll(view.get(), acmeLaunch));
 
     // Cancel at the alert leaves the samples as they are.
-    QVERIFY(press(view.get(), QStringLiteral("Rename sample files")));
+    QVERIFY(press(view.get(), u"Rename sample files"_s));
     QCOMPARE(view->asked, 1);
     QCOMPARE(view->step(), Step::preview);
     QVERIFY(!view->practice().renamedNames);
 
     view->answers = {true};
-    QVERIFY(press(view.get(), QStringLiteral("Rename sample files")));
+    QVERIFY(press(view.get(), u"Rename sample files"_s));
     QCOMPARE(view->step(), Step::undo);
     QCOMPARE(view->practice().renamedNames, std::optional<QStringList>(acmeLaunch));
     QVERIFY(showsAll(view.get(), QStringList{"A fresh set of names."} + acmeLaunch));
 
-    QVERIFY(press(view.get(), QStringLiteral("Undo sample rename")));
+    QVERIFY(press(view.get(), u"Undo sample rename"_s));
     QCOMPARE(view->step(), Step::undo);
     QVERIFY(!view->practice().renamedNames);
     QVERIFY(showsAll(view.get(), {"Back to the originals."}));
     QVERIFY(!shownTexts(view.get()).contains(acmeLaunch.front()));
 
-    QVERIFY(press(view.get(), QStringLiteral("Continue")));
+    QVERIFY(press(view.get(), u"Continue"_s));
     QCOMPARE(view->step(), Step::finish);
-    QCOMPARE(indicatorName(view.get()), QStringLiteral("Tutorial step 4 of 4"));
-    QVERIFY(press(view.get(), QStringLiteral("Full guide ↗")));
-    QCOMPARE(urls->opened, QList<QUrl>{TutorialView::userGuide()});
+    QCOMPARE(indicatorName(view.get()), u"Tutorial step 4 of 4"_s);
+    QVERIFY(press(view.get(), u"Full guide ↗"_s));
+    QCOMPARE(urls.opened, QList<QUrl>{TutorialView::userGuide()});
     QVERIFY(TutorialView::userGuide().isLocalFile());
 
-    QVERIFY(press(view.get(), QStringLiteral("Start using Tessary")));
+    QVERIFY(press(view.get(), u"Start using Tessary"_s));
     QVERIFY(!view->isVisible());
     QVERIFY(seen());
     QVERIFY(!model->showTutorial());
     QVERIFY(model->files().isEmpty());
     QCOMPARE(model->undoCount(), 0);
-    QVERIFY(!QFile::exists(disk->filePath(QStringLiteral("journal/undo.json"))));
+    QVERIFY(!QFile::exists(disk->filePath(u"journal/undo.json"_s)));
 }
 
 void TutorialTest::spreadsheetLoopNeedsNoProjectName() {
-    QVERIFY(press(view.get(), QStringLiteral("Try sample files")));
-    retype(projectField(view.get()), QStringLiteral("   "));
+    QVERIFY(press(view.get(), u"Try sample files"_s));
+    retype(projectField(view.get()), u"North/South"_s);
+    QVERIFY(showsAll(view.get(), {u"Remove slashes, colons, or control characters."_s}));
+    QVERIFY(!press(view.get(), u"Rename sample files"_s));
+    retype(projectField(view.get()), u"   "_s);
     QVERIFY(showsAll(view.get(), {noProjectName}));
-    QVERIFY(!press(view.get(), QStringLiteral("Rename sample files")));
+    QVERIFY(!press(view.get(), u"Rename sample files"_s));
     QCOMPARE(view->asked, 0);
     view->confirmSampleRename();
     QCOMPARE(view->step(), Step::preview);
 
-    QVERIFY(press(view.get(), QStringLiteral("Spreadsheet")));
+    QVERIFY(press(view.get(), u"Spreadsheet"_s));
     QVERIFY(!projectField(view.get())->isVisible());
     QVERIFY(!shownTexts(view.get()).contains(noProjectName));
     QVERIFY(
@@ -248,37 +227,17 @@ void TutorialTest::spreadsheetLoopNeedsNoProjectName() {
     QCOMPARE(view->step(), Step::undo);
     QCOMPARE(view->practice().renamedNames, std::optional<QStringList>(fromSpreadsheet));
 
-    QVERIFY(press(view.get(), QStringLiteral("Back")));
-    QVERIFY(press(view.get(), QStringLiteral("Naming rules")));
+    QVERIFY(press(view.get(), u"Back"_s));
+    QVERIFY(press(view.get(), u"Naming rules"_s));
     QVERIFY(showsAll(view.get(), {noProjectName}));
-    QVERIFY(!visibleButton(view.get(), QStringLiteral("Rename sample files"))->isEnabled());
+    QVERIFY(!visibleButton(view.get(), u"Rename sample files"_s)->isEnabled());
 }
 
-void TutorialTest::backFromUndoRestoresTheSamples() {
-    view->answers = {true};
-    QVERIFY(press(view.get(), QStringLiteral("Try sample files")));
-    QVERIFY(press(view.get(), QStringLiteral("Rename sample files")));
-    QCOMPARE(view->step(), Step::undo);
-
-    QVERIFY(press(view.get(), QStringLiteral("Back")));
-    QCOMPARE(view->step(), Step::preview);
-    QVERIFY(!view->practice().renamedNames);
-    QVERIFY(showsAll(view.get(), TutorialPractice::sampleNames() + studioNorth));
-    QVERIFY(press(view.get(), QStringLiteral("Back")));
-    QCOMPARE(view->step(), Step::welcome);
-    view->goBack();
-    QCOMPARE(view->step(), Step::welcome);
-
-    AnsweredTutorial next(*model, *settings, *urls);
-    QCOMPARE(next.step(), Step::welcome);
-    QVERIFY(next.practice() == TutorialPractice());
-}
-
-void TutorialTest::theAlertRenamesOnce() {
-    TutorialView plain(*model, *settings, *urls);
+void TutorialTest::theAlertRenamesOnceAndBackUndoesIt() {
+    TutorialView plain(*model, *settings, urls);
     plain.show();
     QVERIFY(QTest::qWaitForWindowExposed(&plain));
-    QVERIFY(press(&plain, QStringLiteral("Try sample files")));
+    QVERIFY(press(&plain, u"Try sample files"_s));
 
     QString title;
     QString message;
@@ -292,15 +251,14 @@ void TutorialTest::theAlertRenamesOnce() {
             press(alert, choice);
         });
     };
-    answerWith(QStringLiteral("Cancel"));
-    QVERIFY(press(&plain, QStringLiteral("Rename sample files")));
-    QCOMPARE(title, QStringLiteral("Rename these 3 sample files?"));
-    QVERIFY(
-        message.startsWith(QStringLiteral("This practice changes sample names on screen only.")));
+    answerWith(u"Cancel"_s);
+    QVERIFY(press(&plain, u"Rename sample files"_s));
+    QCOMPARE(title, u"Rename these 3 sample files?"_s);
+    QVERIFY(message.startsWith(u"This practice changes sample names on screen only."_s));
     QCOMPARE(plain.step(), Step::preview);
 
-    answerWith(QStringLiteral("Rename samples"));
-    QVERIFY(press(&plain, QStringLiteral("Rename sample files")));
+    answerWith(u"Rename samples"_s);
+    QVERIFY(press(&plain, u"Rename sample files"_s));
     QCOMPARE(plain.step(), Step::undo);
     QCOMPARE(plain.practice().renamedNames, std::optional<QStringList>(studioNorth));
 
@@ -309,6 +267,19 @@ void TutorialTest::theAlertRenamesOnce() {
     plain.confirmSampleRename();
     QVERIFY(plain.practice() == once);
     QCOMPARE(plain.step(), Step::undo);
+
+    QVERIFY(press(&plain, u"Back"_s));
+    QCOMPARE(plain.step(), Step::preview);
+    QVERIFY(!plain.practice().renamedNames);
+    QVERIFY(showsAll(&plain, TutorialPractice::sampleNames() + studioNorth));
+    QVERIFY(press(&plain, u"Back"_s));
+    QCOMPARE(plain.step(), Step::welcome);
+    plain.goBack();
+    QCOMPARE(plain.step(), Step::welcome);
+
+    AnsweredTutorial next(*model, *settings, urls);
+    QCOMPARE(next.step(), Step::welcome);
+    QVERIFY(next.practice() == TutorialPractice());
 }
 
 void TutorialTest::everyWayOutRecordsTheTutorialAsSeen_data() {
@@ -325,11 +296,11 @@ void TutorialTest::everyWayOutRecordsTheTutorialAsSeen() {
     QVERIFY(!seen());
     if (way == "skip after rename") {
         view->answers = {true};
-        QVERIFY(press(view.get(), QStringLiteral("Try sample files")));
-        QVERIFY(press(view.get(), QStringLiteral("Rename sample files")));
+        QVERIFY(press(view.get(), u"Try sample files"_s));
+        QVERIFY(press(view.get(), u"Rename sample files"_s));
     }
     if (way.startsWith("skip")) {
-        QVERIFY(press(view.get(), QStringLiteral("Skip tutorial")));
+        QVERIFY(press(view.get(), u"Skip tutorial"_s));
     } else if (way == "escape") {
         QTest::keyClick(view.get(), Qt::Key_Escape);
     } else if (way == "close") {
