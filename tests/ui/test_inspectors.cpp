@@ -56,18 +56,18 @@ template <typename Widget> Widget* named(QWidget* root, const QString& accessibl
     return nullptr;
 }
 
-QLineEdit* fieldWithPlaceholder(QWidget* root, const QString& placeholder) {
-    for (QLineEdit* field : root->findChildren<QLineEdit*>())
-        if (field->placeholderText() == placeholder)
-            return field;
-    return nullptr;
-}
-
 QAbstractButton* button(QWidget* root, const QString& text) {
     for (QAbstractButton* candidate : root->findChildren<QAbstractButton*>())
         if (candidate->text() == text && candidate->isVisibleTo(root))
             return candidate;
     return nullptr;
+}
+
+QStringList items(const QComboBox* box) {
+    QStringList texts;
+    for (int index = 0; index < box->count(); ++index)
+        texts.append(box->itemText(index));
+    return texts;
 }
 
 bool shows(QWidget* root, const QString& text) {
@@ -129,9 +129,9 @@ private slots:
 
 private:
     std::unique_ptr<QTemporaryDir> disk;
-    std::unique_ptr<WatchedDialogs> dialogs;
-    std::unique_ptr<ScriptedClipboard> clipboard;
-    std::unique_ptr<RecordingUrlOpener> urls;
+    WatchedDialogs dialogs;
+    ScriptedClipboard clipboard;
+    RecordingUrlOpener urls;
     std::unique_ptr<QSettingsStore> settings;
     std::unique_ptr<AppModel> model;
 
@@ -151,12 +151,11 @@ private:
 
 void InspectorsTest::init() {
     disk = std::make_unique<QTemporaryDir>();
-    dialogs = std::make_unique<WatchedDialogs>();
-    clipboard = std::make_unique<ScriptedClipboard>();
-    urls = std::make_unique<RecordingUrlOpener>();
+    dialogs = WatchedDialogs();
+    clipboard.contents.clear();
     settings = std::make_unique<QSettingsStore>(disk->filePath(u"settings.ini"_s));
     model = std::make_unique<AppModel>(
-        PlatformServices{*dialogs, *clipboard, *settings, *urls},
+        PlatformServices{dialogs, clipboard, *settings, urls},
         AppModel::Startup{disk->filePath(u"journal"_s), {}, QProcessEnvironment()});
 }
 
@@ -185,9 +184,9 @@ void InspectorsTest::textFieldsWriteEveryKeystroke() {
     inspector.show();
     QVERIFY(shows(&inspector, u"Start fresh"_s));
 
-    QLineEdit* edit = fieldWithPlaceholder(&inspector, placeholder);
+    auto* edit = named<QLineEdit>(&inspector, accessibleName);
     QVERIFY(edit);
-    QCOMPARE(edit->accessibleName(), accessibleName);
+    QCOMPARE(edit->placeholderText(), placeholder);
     edit->setFocus();
     QTest::keyClicks(edit, u"Q"_s);
     QCOMPARE(model->rules().*field, u"Q"_s);
@@ -245,10 +244,7 @@ void InspectorsTest::choicesStoreTheirValues() {
 
     auto* digits = named<QComboBox>(&inspector, u"Sequence digits"_s);
     QVERIFY(digits);
-    QStringList widths;
-    for (int index = 0; index < digits->count(); ++index)
-        widths.append(digits->itemText(index));
-    QCOMPARE(widths, (QStringList{"1", "01", "001", "0001", "00001", "000001"}));
+    QCOMPARE(items(digits), (QStringList{"1", "01", "001", "0001", "00001", "000001"}));
     QVERIFY(choose(digits, u"00001"_s));
     QCOMPARE(model->rules().sequencePadding, 5);
     QVERIFY(choose(digits, u"001"_s));
@@ -325,10 +321,7 @@ void InspectorsTest::patternAccentsAndDuplicateSwitches() {
     QTest::mouseClick(button(&inspector, u"Number duplicates"_s), Qt::LeftButton);
     QVERIFY(model->rules().numberDuplicates);
     QVERIFY(format->isEnabled());
-    QStringList formats;
-    for (int index = 0; index < format->count(); ++index)
-        formats.append(format->itemText(index));
-    QCOMPARE(formats, (QStringList{"name (2)", "name 2", "name-2", "name_2"}));
+    QCOMPARE(items(format), (QStringList{"name (2)", "name 2", "name-2", "name_2"}));
     QVERIFY(choose(format, u"name_2"_s));
     QCOMPARE(model->rules().duplicateFormat, DuplicateFormat::underscore);
 }
@@ -336,8 +329,8 @@ void InspectorsTest::patternAccentsAndDuplicateSwitches() {
 void InspectorsTest::rulesFromElsewhereFillTheFieldsWithoutEditing() {
     RulesInspector inspector(*model);
     inspector.show();
-    QLineEdit* base = fieldWithPlaceholder(&inspector, u"Keep original name"_s);
-    QLineEdit* suffix = fieldWithPlaceholder(&inspector, u"e.g. -final"_s);
+    auto* base = named<QLineEdit>(&inspector, u"Base name"_s);
+    auto* suffix = named<QLineEdit>(&inspector, u"Suffix"_s);
 
     const Recipe& handoff = Recipe::builtIn().front();
     model->apply(handoff);
@@ -475,7 +468,7 @@ void InspectorsTest::editorPastesOpensAndClears() {
     QVERIFY(format);
     QVERIFY(choose(format, u"TSV (tabs)"_s));
     QCOMPARE(model->mappingFormat(), MappingFormat::tsv);
-    clipboard->contents = u"c.txt\td.txt"_s;
+    clipboard.contents = u"c.txt\td.txt"_s;
     QTest::mouseClick(button(&editor, u"Paste columns"_s), Qt::LeftButton);
     QCOMPARE(text->toPlainText(), u"c.txt\td.txt"_s);
     QCOMPARE(format->currentText(), u"Detect format"_s);
@@ -494,7 +487,7 @@ void InspectorsTest::editorPastesOpensAndClears() {
     QVERIFY(list.open(QIODevice::WriteOnly));
     list.write("e.txt\tf.txt\n");
     list.close();
-    dialogs->openAnswers.append({QUrl::fromLocalFile(list.fileName())});
+    dialogs.openAnswers.append({QUrl::fromLocalFile(list.fileName())});
     QTest::mouseClick(button(&editor, u"Open CSV / TSV…"_s), Qt::LeftButton);
     QCOMPARE(text->toPlainText(), u"e.txt\tf.txt\n"_s);
     QCOMPARE(format->currentText(), u"TSV (tabs)"_s);
@@ -533,22 +526,19 @@ void InspectorsTest::editorClosesEveryWayAndWaitsForFolderAccess() {
         return model->showMappingEditor() && QTest::qWaitForWindowExposed(&editor);
     };
 
-    QVERIFY(reopen());
-    QTest::mouseClick(button(&editor, u"Done"_s), Qt::LeftButton);
-    QVERIFY(!model->showMappingEditor());
-    QVERIFY(!editor.isVisible());
-
-    QVERIFY(reopen());
-    QTest::keyClick(&editor, Qt::Key_Escape);
-    QVERIFY(!model->showMappingEditor());
-
-    QVERIFY(reopen());
-    editor.close();
-    QVERIFY(!model->showMappingEditor());
+    const std::function<void()> ways[] = {
+        [&] { QTest::mouseClick(button(&editor, u"Done"_s), Qt::LeftButton); },
+        [&] { QTest::keyClick(&editor, Qt::Key_Escape); }, [&] { editor.close(); }};
+    for (const auto& close : ways) {
+        QVERIFY(reopen());
+        close();
+        QVERIFY(!model->showMappingEditor());
+        QVERIFY(!editor.isVisible());
+    }
 
     QVERIFY(reopen());
     std::optional<bool> enabledWhileAsking;
-    dialogs->whileOpen = [&] { enabledWhileAsking = editor.isEnabled(); };
+    dialogs.whileOpen = [&] { enabledWhileAsking = editor.isEnabled(); };
     QVERIFY(!model->authorizeFolders({QUrl::fromLocalFile(disk->path())}, u"Test."_s));
     QCOMPARE(enabledWhileAsking, std::optional<bool>(false));
     QVERIFY(editor.isEnabled());
