@@ -17,6 +17,7 @@
 #include <QDBusConnectionInterface>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -79,6 +80,12 @@ private:
         process->start(program, arguments);
         return process;
     }
+
+    // A launch that hands its items to the open window and ends well.
+    bool handsOver(const QStringList& arguments) {
+        QProcess* launch = run(TESSARY_APP, arguments);
+        return ended(launch) && launch->exitCode() == 0;
+    }
 };
 
 void LaunchesTest::initTestCase() {
@@ -101,12 +108,11 @@ void LaunchesTest::initTestCase() {
 
 void LaunchesTest::init() {
     shoot = at("shoot");
-    QDir().mkpath(shoot);
-    QDir().mkpath(at("My Trip"));
-    QDir().mkpath(at("loose"));
     for (const char* name :
-         {"shoot/IMG_2.jpg", "shoot/IMG_10.jpg", "My Trip/day #1.jpg", "loose/notes.txt"})
+         {"shoot/IMG_2.jpg", "shoot/IMG_10.jpg", "My Trip/day #1.jpg", "loose/notes.txt"}) {
+        QDir().mkpath(QFileInfo(at(name)).path());
         QVERIFY(QFile(at(name)).open(QIODevice::WriteOnly));
+    }
     settings = std::make_unique<QSettingsStore>(at("settings.ini"));
     settings->setFlag("hasSeenTutorial", true);
     dialogs = ScriptedDialogs();
@@ -126,10 +132,8 @@ void LaunchesTest::cleanup() {
     channel.reset();
     window.reset();
     model.reset();
-    QDir(at("shoot")).removeRecursively();
-    QDir(at("My Trip")).removeRecursively();
-    QDir(at("loose")).removeRecursively();
-    QDir(at("journal")).removeRecursively();
+    for (const char* folder : {"shoot", "My Trip", "loose", "journal"})
+        QDir(at(folder)).removeRecursively();
 }
 
 void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
@@ -149,9 +153,7 @@ void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
     dialogs.openAnswers = {{QUrl::fromLocalFile(shoot)},
                            {QUrl::fromLocalFile(at("My Trip"))},
                            {QUrl::fromLocalFile(at("loose"))}};
-    QProcess* launch = run(TESSARY_APP, {"shoot/IMG_10.jpg", trip, at("loose")});
-    QVERIFY(ended(launch));
-    QCOMPARE(launch->exitCode(), 0);
+    QVERIFY(handsOver({"shoot/IMG_10.jpg", trip, at("loose")}));
     QTRY_COMPARE_WITH_TIMEOUT(batchNames(*model),
                               (QStringList{"day #1.jpg", "IMG_10.jpg", "notes.txt"}), patience);
     // Through the same access step as a drop.
@@ -161,9 +163,7 @@ void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
     QTRY_VERIFY(window->isActiveWindow());
 
     // Items that are not on this computer are refused with a sentence.
-    launch = run(TESSARY_APP, {"sftp://host/a.jpg"});
-    QVERIFY(ended(launch));
-    QCOMPARE(launch->exitCode(), 0);
+    QVERIFY(handsOver({"sftp://host/a.jpg"}));
     QTRY_COMPARE(model->error(), std::optional<QString>("Only files and folders on this computer "
                                                         "can be added, so sftp://host/a.jpg was "
                                                         "not added."));
@@ -171,9 +171,7 @@ void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
 
     // While an editor is open the items wait, and are added when it closes.
     model->setShowSaveRecipe(true);
-    launch = run(TESSARY_APP, {shoot + "/IMG_2.jpg"});
-    QVERIFY(ended(launch));
-    QCOMPARE(launch->exitCode(), 0);
+    QVERIFY(handsOver({shoot + "/IMG_2.jpg"}));
     QTest::qWait(200);
     QCOMPARE(model->files().size(), qsizetype(3));
     model->setShowSaveRecipe(false);
@@ -190,7 +188,7 @@ void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
     QTRY_COMPARE_WITH_TIMEOUT(model->files().size(), qsizetype(6), patience);
 
     // A demonstration opens a window of its own instead.
-    launch = run(TESSARY_APP, {"--demo"});
+    QProcess* launch = run(TESSARY_APP, {"--demo"});
     QVERIFY(!ended(launch, 1500));
     QCOMPARE(QDir(at("demo/Journal")).exists(), true);
     launch->kill();
