@@ -44,6 +44,11 @@ void FilenameTest::problem_data() {
     QTest::newRow("zero width space") << "a\u200bb" << badCharacter;
     QTest::newRow("byte order mark") << "a\ufeffb" << badCharacter;
     QTest::newRow("right-to-left override") << "a\u202eb" << badCharacter;
+    // The edges of the controls below U+0100, which are answered without Unicode's tables.
+    QTest::newRow("delete") << "a\u007fb" << badCharacter;
+    QTest::newRow("last C1 control") << "a\u009fb" << badCharacter;
+    QTest::newRow("soft hyphen") << "a\u00adb" << badCharacter;
+    QTest::newRow("no-break space") << "a\u00a0b" << QString();
     QTest::newRow("backslash") << "a\\b" << QString();
     QTest::newRow("trailing period") << "a." << QString();
     QTest::newRow("255 ascii") << QString("a").repeated(255) << QString();
