@@ -17,11 +17,7 @@ private slots:
 private:
     std::unique_ptr<QTemporaryDir> folder;
     QString at(const QString& name) const { return folder->path() + QLatin1Char('/') + name; }
-    QStringList files() const {
-        QStringList names = QDir(at("shoot")).entryList(QDir::Files);
-        names.sort();
-        return names;
-    }
+    QStringList files() const { return QDir(at("shoot")).entryList(QDir::Files, QDir::Name); }
     void write(const QString& name, const QByteArray& content) {
         QFile file(at(name));
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -71,14 +67,12 @@ void CliMappingTest::standardInputRenamesAndReportsSaveBothKinds() {
     CliOutcome run =
         cli({"report", "--receipt", "-o", at("receipt.html"), "--journal", at("journal")});
     QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.errors, QStringLiteral("There is no completed rename batch to report.\n"));
+    QCOMPARE(run.errors, "There is no completed rename batch to report.\n");
 
     run = cli({"report", "--draft", "-o", at("draft.html"), "--case", "upper", at("shoot")});
     QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out,
-             QStringLiteral("Draft preview saved. No files were renamed by this export.\n"));
-    QByteArray draft = QFile(at("draft.html")).exists() ? QByteArray("saved") : QByteArray();
-    QCOMPARE(draft, QByteArray("saved"));
+    QCOMPARE(run.out, "Draft preview saved. No files were renamed by this export.\n");
+    QVERIFY(QFile::exists(at("draft.html")));
 
     QProcess process;
     process.start(QStringLiteral(TESSARY_CLI),
@@ -91,11 +85,10 @@ void CliMappingTest::standardInputRenamesAndReportsSaveBothKinds() {
 
     run = cli({"report", "--receipt", "-o", at("receipt.html"), "--journal", at("journal")});
     QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out,
-             QStringLiteral("Rename receipt saved. It records the last completed batch.\n"));
+    QCOMPARE(run.out, "Rename receipt saved. It records the last completed batch.\n");
     QFile receipt(at("receipt.html"));
     QVERIFY(receipt.open(QIODevice::ReadOnly));
-    QByteArray html = receipt.readAll();
+    const QByteArray html = receipt.readAll();
     QVERIFY(html.contains("<td class=\"name\">Report.pdf</td><td class=\"name\">Final.pdf</td>"));
     QVERIFY(!html.contains(folder->path().toUtf8()));
 

@@ -29,9 +29,17 @@ private slots:
 
 private:
     std::unique_ptr<QTemporaryDir> folder;
+    const QStringList original{"IMG_10.jpg", "IMG_2.jpg"};
     QString at(const QString& name) const { return folder->path() + QLatin1Char('/') + name; }
     QStringList names() const { return QDir(at("shoot")).entryList(QDir::Files, QDir::Name); }
-    QStringList journal() const { return {"--journal", at("journal")}; }
+    // A command run with this test's journal.
+    CliOutcome run(const QStringList& arguments) const {
+        return cli(arguments + QStringList{"--journal", at("journal")});
+    }
+    // A rename of the whole shoot folder.
+    CliOutcome rename(const QStringList& options) const {
+        return run(QStringList{"rename"} + options + QStringList{at("shoot")});
+    }
     void write(const QString& name, const QByteArray& content) {
         QFile file(at(name));
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -48,39 +56,35 @@ void CliRenameTest::init() {
 }
 
 void CliRenameTest::renameUndoAndStatusThroughTheJournal() {
-    CliOutcome run = cli(QStringList{"rename", "--yes", "--recipe", "Client handoff"} + journal() +
-                         QStringList{at("shoot")});
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out,
-             QStringLiteral(
-                 "2 files renamed. You can undo this batch, even after reopening Tessary.\n"));
+    CliOutcome outcome = rename({"--yes", "--recipe", "Client handoff"});
+    QCOMPARE(outcome.exitCode, 0);
+    QCOMPARE(outcome.out,
+             "2 files renamed. You can undo this batch, even after reopening Tessary.\n");
     // Piped, standard error carries no progress.
-    QCOMPARE(run.errors, QString());
+    QCOMPARE(outcome.errors, QString());
     QCOMPARE(names(), (QStringList{"studio-north-001.jpg", "studio-north-002.jpg"}));
 
-    run = cli(QStringList{"status", "--json"} + journal());
-    QCOMPARE(run.exitCode, 0);
-    auto status = nlohmann::json::parse(run.out.toStdString());
+    outcome = run({"status", "--json"});
+    QCOMPARE(outcome.exitCode, 0);
+    auto status = nlohmann::json::parse(outcome.out.toStdString());
     QCOMPARE(status["journal"].get<std::string>(), at("journal").toStdString());
     QCOMPARE(status["hasRecovery"].get<bool>(), false);
     QCOMPARE(status["undoCount"].get<int>(), 2);
 
-    run = cli(QStringList{"undo"} + journal());
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out, QStringLiteral("The last batch was undone. Original names restored.\n"));
-    QCOMPARE(run.errors, QString());
-    QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
+    outcome = run({"undo"});
+    QCOMPARE(outcome.exitCode, 0);
+    QCOMPARE(outcome.out, "The last batch was undone. Original names restored.\n");
+    QCOMPARE(outcome.errors, QString());
+    QCOMPARE(names(), original);
 
-    run = cli(QStringList{"undo"} + journal());
-    QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.errors, QStringLiteral("No readable rename journal was found.\n"));
+    outcome = run({"undo"});
+    QCOMPARE(outcome.exitCode, 1);
+    QCOMPARE(outcome.errors, "No readable rename journal was found.\n");
 
     // One file: the notice says "file".
-    run = cli(QStringList{"rename", "--yes", "--prefix", "x"} + journal() +
-              QStringList{at("shoot/IMG_2.jpg")});
-    QCOMPARE(
-        run.out,
-        QStringLiteral("1 file renamed. You can undo this batch, even after reopening Tessary.\n"));
+    outcome = run({"rename", "--yes", "--prefix", "x", at("shoot/IMG_2.jpg")});
+    QCOMPARE(outcome.out,
+             "1 file renamed. You can undo this batch, even after reopening Tessary.\n");
 }
 
 void CliRenameTest::progressIsDrawnOnlyAtATerminal() {
@@ -112,23 +116,22 @@ void CliRenameTest::progressIsDrawnOnlyAtATerminal() {
 }
 
 void CliRenameTest::refusesWithoutConfirmationOrWithConflicts() {
-    CliOutcome run =
-        cli(QStringList{"rename", "--case", "lower"} + journal() + QStringList{at("shoot")});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY(run.errors.endsWith("Nothing was renamed. Confirm at a terminal, or pass --yes.\n"));
-    QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
-
-    run = cli(QStringList{"rename", "--yes", "--base-name", "same"} + journal() +
-              QStringList{at("shoot")});
-    QCOMPARE(run.exitCode, 1);
+    CliOutcome outcome = rename({"--case", "lower"});
+    QCOMPARE(outcome.exitCode, 1);
     QVERIFY(
-        run.out.contains("Two files would have the same name (ignoring case and Unicode form)."));
-    QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
+        outcome.errors.endsWith("Nothing was renamed. Confirm at a terminal, or pass --yes.\n"));
+    QCOMPARE(names(), original);
+
+    outcome = rename({"--yes", "--base-name", "same"});
+    QCOMPARE(outcome.exitCode, 1);
+    QVERIFY(outcome.out.contains(
+        "Two files would have the same name (ignoring case and Unicode form)."));
+    QCOMPARE(names(), original);
     QVERIFY(!QFile::exists(at("journal/active.json")));
 
-    run = cli(QStringList{"rename", "--yes"} + journal() + QStringList{at("shoot")});
-    QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.errors, QStringLiteral("There are no filename changes to apply.\n"));
+    outcome = rename({"--yes"});
+    QCOMPARE(outcome.exitCode, 1);
+    QCOMPARE(outcome.errors, "There are no filename changes to apply.\n");
 }
 
 void CliRenameTest::secondOperationIsRefusedWhileOneRuns() {
@@ -136,46 +139,39 @@ void CliRenameTest::secondOperationIsRefusedWhileOneRuns() {
     int held = ::open(at("journal/.lock").toUtf8().constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     QVERIFY(held >= 0);
     QCOMPARE(::flock(held, LOCK_EX | LOCK_NB), 0);
-    const QString busy = "Another Tessary operation is running. Try again when it finishes.\n";
     for (const QStringList& command :
          {QStringList{"rename", "--yes", "--case", "lower", at("shoot")}, QStringList{"undo"},
           QStringList{"recover"}}) {
-        CliOutcome run = cli(command + journal());
-        QCOMPARE(run.exitCode, 1);
-        QCOMPARE(run.errors, busy);
+        CliOutcome outcome = run(command);
+        QCOMPARE(outcome.exitCode, 1);
+        QCOMPARE(outcome.errors,
+                 "Another Tessary operation is running. Try again when it finishes.\n");
     }
     ::close(held);
-    QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
+    QCOMPARE(names(), original);
 }
 
 void CliRenameTest::recoveryFinishesAnInterruptedBatch() {
-    QCOMPARE(
-        cli(QStringList{"rename", "--yes", "--suffix", "-x"} + journal() + QStringList{at("shoot")})
-            .exitCode,
-        0);
+    QCOMPARE(rename({"--yes", "--suffix", "-x"}).exitCode, 0);
     // A batch that stopped after its journal was marked completed.
     QVERIFY(QFile::copy(at("journal/undo.json"), at("journal/active.json")));
-    CliOutcome run = cli(QStringList{"status"} + journal());
-    QVERIFY(run.out.contains("An interrupted batch needs recovery: run tessary-cli recover."));
-    run = cli(QStringList{"rename", "--yes", "--case", "lower"} + journal() +
-              QStringList{at("shoot")});
-    QCOMPARE(run.errors, QStringLiteral("An interrupted batch needs recovery first.\n"));
-    run = cli(QStringList{"recover"} + journal());
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out, QStringLiteral("Recovery finished. Original names restored, or the completed "
-                                     "batch was saved for undo.\n"));
+    QVERIFY(run({"status"})
+                .out.contains("An interrupted batch needs recovery: run tessary-cli recover."));
+    QCOMPARE(rename({"--yes", "--case", "lower"}).errors,
+             "An interrupted batch needs recovery first.\n");
+    CliOutcome outcome = run({"recover"});
+    QCOMPARE(outcome.exitCode, 0);
+    QCOMPARE(outcome.out, "Recovery finished. Original names restored, or the completed batch "
+                          "was saved for undo.\n");
     QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
     QVERIFY(!QFile::exists(at("journal/active.json")));
-    run = cli(QStringList{"recover"} + journal());
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out, QStringLiteral("No batch needs recovery.\n"));
+    outcome = run({"recover"});
+    QCOMPARE(outcome.exitCode, 0);
+    QCOMPARE(outcome.out, "No batch needs recovery.\n");
 }
 
 void CliRenameTest::recoveryRestoresWhatIsFoundAndSetsTheRestAside() {
-    QCOMPARE(
-        cli(QStringList{"rename", "--yes", "--suffix", "-x"} + journal() + QStringList{at("shoot")})
-            .exitCode,
-        0);
+    QCOMPARE(rename({"--yes", "--suffix", "-x"}).exitCode, 0);
     // The batch stopped after both files had their new names, and another
     // program then replaced one of them with a file of its own.
     QFile undo(at("journal/undo.json"));
@@ -187,51 +183,48 @@ void CliRenameTest::recoveryRestoresWhatIsFoundAndSetsTheRestAside() {
     write("shoot/replacement", "other");
     QCOMPARE(std::rename(at("shoot/replacement").toUtf8(), at("shoot/IMG_2-x.jpg").toUtf8()), 0);
 
-    CliOutcome run = cli(QStringList{"recover"} + journal());
-    QCOMPARE(run.exitCode, 1);
-    QCOMPARE(run.errors, "Recovery cannot find the original IMG_2.jpg. Reconnect its volume or "
-                         "restore it to a recorded location, then retry. The journal remains in " +
-                             at("journal") +
-                             ".\nTo restore the files that can be found and keep a record of the "
-                             "missing ones, run tessary-cli recover --restore-found.\n");
+    CliOutcome outcome = run({"recover"});
+    QCOMPARE(outcome.exitCode, 1);
+    QCOMPARE(outcome.errors,
+             "Recovery cannot find the original IMG_2.jpg. Reconnect its volume or restore it to "
+             "a recorded location, then retry. The journal remains in " +
+                 at("journal") +
+                 ".\nTo restore the files that can be found and keep a record of the missing "
+                 "ones, run tessary-cli recover --restore-found.\n");
 
-    run = cli(QStringList{"recover", "--restore-found"} + journal());
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY(run.out.startsWith("1 file of the interrupted batch cannot be found:\n  IMG_2.jpg\n"));
-    QCOMPARE(run.errors,
-             QStringLiteral("Nothing was restored. Confirm at a terminal, or pass --yes.\n"));
+    outcome = run({"recover", "--restore-found"});
+    QCOMPARE(outcome.exitCode, 1);
+    QVERIFY(
+        outcome.out.startsWith("1 file of the interrupted batch cannot be found:\n  IMG_2.jpg\n"));
+    QCOMPARE(outcome.errors, "Nothing was restored. Confirm at a terminal, or pass --yes.\n");
     QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
 
-    run = cli(QStringList{"recover", "--restore-found", "--yes"} + journal());
-    QCOMPARE(run.exitCode, 0);
-    QVERIFY2(run.out.startsWith("1 file is back under its original name.\n"
-                                "1 file could not be found:\n  IMG_2.jpg\n    original: " +
-                                at("shoot/IMG_2.jpg") +
-                                "\n    new:      " + at("shoot/IMG_2-x.jpg") +
-                                "\n    staging:  " + at("shoot/.tessary-")),
-             qPrintable(run.out));
+    outcome = run({"recover", "--restore-found", "--yes"});
+    QCOMPARE(outcome.exitCode, 0);
+    QVERIFY2(outcome.out.startsWith("1 file is back under its original name.\n"
+                                    "1 file could not be found:\n  IMG_2.jpg\n    original: " +
+                                    at("shoot/IMG_2.jpg") +
+                                    "\n    new:      " + at("shoot/IMG_2-x.jpg") +
+                                    "\n    staging:  " + at("shoot/.tessary-")),
+             qPrintable(outcome.out));
     auto record =
         QRegularExpression("\nRecord kept: (.*/set-aside-\\d{8}T\\d{6}Z-[-0-9A-F]{36}\\.json)\n")
-            .match(run.out);
-    QVERIFY2(record.hasMatch(), qPrintable(run.out));
+            .match(outcome.out);
+    QVERIFY2(record.hasMatch(), qPrintable(outcome.out));
     QCOMPARE(QFileInfo(record.captured(1)).absolutePath(), at("journal"));
     QVERIFY(QFile::exists(record.captured(1)));
-    QVERIFY(run.out.contains("delete it when you no longer need it."));
+    QVERIFY(outcome.out.contains("delete it when you no longer need it."));
     // The replacement is not Tessary's to move; the other file is back.
     QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2-x.jpg"}));
     QCOMPARE(QFile(at("shoot/IMG_2-x.jpg")).size(), 5);
 
-    run = cli(QStringList{"status", "--json"} + journal());
-    auto status = nlohmann::json::parse(run.out.toStdString());
+    auto status = nlohmann::json::parse(run({"status", "--json"}).out.toStdString());
     QCOMPARE(status["hasRecovery"].get<bool>(), false);
     QVERIFY(status["setAside"] ==
             nlohmann::json::array({QFileInfo(record.captured(1)).fileName().toStdString()}));
-    run = cli(QStringList{"status"} + journal());
-    QVERIFY(run.out.contains("1 set-aside batch record in the journal folder"));
+    QVERIFY(run({"status"}).out.contains("1 set-aside batch record in the journal folder"));
 
-    run = cli(QStringList{"rename", "--yes", "--case", "lower"} + journal() +
-              QStringList{at("shoot")});
-    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(rename({"--yes", "--case", "lower"}).exitCode, 0);
     QCOMPARE(names(), (QStringList{"img_10.jpg", "img_2-x.jpg"}));
 }
 
