@@ -66,6 +66,24 @@ RenameRules rules(const QString& changes) {
     return json.get<RenameRules>();
 }
 
+// Intents from "file>proposed name", for files in `root`.
+QList<RenameIntent> intents(const QString& root, const QStringList& renames) {
+    QList<RenameIntent> result;
+    for (const QString& rename : renames)
+        result.append(
+            {FileRecord::make(QUrl::fromLocalFile(root + '/' + rename.section('>', 0, 0))),
+             rename.section('>', 1)});
+    return result;
+}
+
+// Each row's problem, or an empty string.
+QStringList problems(const QList<PreviewRow>& rows) {
+    QStringList lines;
+    for (const PreviewRow& row : rows)
+        lines.append(row.problem.value_or(QString()));
+    return lines;
+}
+
 // Each row as its proposed name, and its problem after a "|".
 QStringList described(const QList<PreviewRow>& rows) {
     QStringList lines;
@@ -97,64 +115,36 @@ void RenamePreviewTest::rows_data() {
     QTest::addColumn<QString>("change");
     QTest::addColumn<bool>("windows");
     QTest::addColumn<QStringList>("expected");
-
+    auto row = [](const char* tag, const QStringList& entries, const QStringList& renames,
+                  const QStringList& expected, const char* change = "", bool windows = false) {
+        QTest::newRow(tag) << entries << renames << QString(change) << windows << expected;
+    };
     const QStringList none;
-    QTest::newRow("unchanged") << none << QStringList{"a.txt>a.txt"} << "" << false
-                               << QStringList{""};
-    QTest::newRow("same file twice, even with an invalid name")
-        << none << QStringList{"a.txt>b.txt", "a.txt>"} << "" << false
-        << QStringList{duplicate, duplicate};
-    QTest::newRow("empty name before deleted file")
-        << none << QStringList{"a.txt>"} << "delete" << false
-        << QStringList{"The filename is empty."};
-    QTest::newRow("slash in name") << none << QStringList{"a.txt>b/c.txt"} << "" << false
-                                   << QStringList{"Remove slashes, colons, or control characters."};
-    QTest::newRow("deleted") << none << QStringList{"a.txt>b.txt"} << "delete" << false
-                             << QStringList{"a.txt is missing or no longer accessible."};
-    QTest::newRow("replaced by a file of the same name")
-        << none << QStringList{"a.txt>b.txt"} << "replace" << false << QStringList{changedOnDisk};
-    QTest::newRow("moved to another folder at the same path")
-        << none << QStringList{"d/a.txt>b.txt"} << "refolder" << false
-        << QStringList{changedOnDisk};
-    QTest::newRow("folder above became a link")
-        << none << QStringList{"d/sub/a.txt>b.txt", "d/sub/c.txt>d.txt"} << "relink" << false
-        << QStringList(2,
-                       QStringLiteral(
-                           "Cannot safely open sub. Symbolic links and unavailable folders are not "
-                           "supported."));
-    QTest::newRow("swap") << none << QStringList{"a.txt>b.txt", "b.txt>a.txt"} << "" << false
-                          << QStringList{"", ""};
-    QTest::newRow("chain") << none << QStringList{"a.txt>b.txt", "b.txt>c.txt"} << "" << false
-                           << QStringList{"", ""};
-    QTest::newRow("taken by a file outside the batch")
-        << QStringList{"b.txt"} << QStringList{"a.txt>b.txt"} << "" << false << QStringList{taken};
-    QTest::newRow("taken ignoring case and form")
-        << QStringList{"CAFE\u0301.TXT"} << QStringList{"a.txt>caf\u00e9.txt"} << "" << false
-        << QStringList{taken};
-    QTest::newRow("taken by a folder") << QStringList{"d:b.txt"} << QStringList{"a.txt>b.txt"} << ""
-                                       << false << QStringList{taken};
-    QTest::newRow("taken by a link") << QStringList{"l:b.txt"} << QStringList{"a.txt>b.txt"} << ""
-                                     << false << QStringList{taken};
-    QTest::newRow("unchanged name taken by another case")
-        << QStringList{"A.txt"} << QStringList{"a.txt>a.txt"} << "" << false << QStringList{taken};
-    QTest::newRow("case only") << none << QStringList{"a.txt>A.txt"} << "" << false
-                               << QStringList{""};
-    QTest::newRow("normalization form only")
-        << none << QStringList{"caf\u00e9.txt>cafe\u0301.txt"} << "" << false << QStringList{""};
-    QTest::newRow("collision in one folder")
-        << none << QStringList{"x.txt>Report.txt", "y.txt>report.txt"} << "" << false
-        << QStringList{collision, collision};
-    QTest::newRow("collision with an unchanged name")
-        << none << QStringList{"Report.txt>Report.txt", "x.txt>REPORT.txt"} << "" << false
-        << QStringList{collision, collision};
-    QTest::newRow("same names in two folders")
-        << none << QStringList{"one/x.txt>Report.txt", "two/y.txt>report.txt"} << "" << false
-        << QStringList{"", ""};
-    QTest::newRow("windows check before collision")
-        << none << QStringList{"x.txt>CON.txt", "y.txt>con.txt"} << "" << true
-        << QStringList{device, device};
-    QTest::newRow("windows check off")
-        << none << QStringList{"x.txt>CON.txt"} << "" << false << QStringList{""};
+    const QStringList pair{"", ""};
+    // clang-format off
+    row("unchanged", none, {"a.txt>a.txt"}, {""});
+    row("same file twice, even with an invalid name", none, {"a.txt>b.txt", "a.txt>"}, {duplicate, duplicate});
+    row("empty name before deleted file", none, {"a.txt>"}, {"The filename is empty."}, "delete");
+    row("slash in name", none, {"a.txt>b/c.txt"}, {"Remove slashes, colons, or control characters."});
+    row("deleted", none, {"a.txt>b.txt"}, {"a.txt is missing or no longer accessible."}, "delete");
+    row("replaced by a file of the same name", none, {"a.txt>b.txt"}, {changedOnDisk}, "replace");
+    row("moved to another folder at the same path", none, {"d/a.txt>b.txt"}, {changedOnDisk}, "refolder");
+    row("folder above became a link", none, {"d/sub/a.txt>b.txt", "d/sub/c.txt>d.txt"}, QStringList(2, "Cannot safely open sub. Symbolic links and unavailable folders are not supported."), "relink");
+    row("swap", none, {"a.txt>b.txt", "b.txt>a.txt"}, pair);
+    row("chain", none, {"a.txt>b.txt", "b.txt>c.txt"}, pair);
+    row("taken by a file outside the batch", {"b.txt"}, {"a.txt>b.txt"}, {taken});
+    row("taken ignoring case and form", {"CAFE\u0301.TXT"}, {"a.txt>caf\u00e9.txt"}, {taken});
+    row("taken by a folder", {"d:b.txt"}, {"a.txt>b.txt"}, {taken});
+    row("taken by a link", {"l:b.txt"}, {"a.txt>b.txt"}, {taken});
+    row("unchanged name taken by another case", {"A.txt"}, {"a.txt>a.txt"}, {taken});
+    row("case only", none, {"a.txt>A.txt"}, {""});
+    row("normalization form only", none, {"caf\u00e9.txt>cafe\u0301.txt"}, {""});
+    row("collision in one folder", none, {"x.txt>Report.txt", "y.txt>report.txt"}, {collision, collision});
+    row("collision with an unchanged name", none, {"Report.txt>Report.txt", "x.txt>REPORT.txt"}, {collision, collision});
+    row("same names in two folders", none, {"one/x.txt>Report.txt", "two/y.txt>report.txt"}, pair);
+    row("windows check before collision", none, {"x.txt>CON.txt", "y.txt>con.txt"}, {device, device}, "", true);
+    row("windows check off", none, {"x.txt>CON.txt"}, {""});
+    // clang-format on
 }
 
 void RenamePreviewTest::rows() {
@@ -174,33 +164,23 @@ void RenamePreviewTest::rows() {
             tree.file(entry);
     }
     for (const QString& rename : renames)
-        tree.file(rename.section(QLatin1Char('>'), 0, 0));
-    QList<RenameIntent> intents;
-    for (const QString& rename : renames) {
-        intents.append({FileRecord::make(tree.url(rename.section(QLatin1Char('>'), 0, 0))),
-                        rename.section(QLatin1Char('>'), 1)});
-    }
-    QVERIFY(applyChange(tree, change, renames.front().section(QLatin1Char('>'), 0, 0)));
+        tree.file(rename.section('>', 0, 0));
+    const QList<RenameIntent> batch = intents(tree.path(), renames);
+    QVERIFY(applyChange(tree, change, renames.front().section('>', 0, 0)));
 
-    auto rows = RenamePreview::rows(intents, windows);
-    QStringList problems;
-    for (qsizetype index = 0; index < rows.size(); ++index) {
-        QCOMPARE(rows[index].intent, intents[index]);
-        problems.append(rows[index].problem.value_or(QString()));
-    }
-    QCOMPARE(problems, expected);
+    auto rows = RenamePreview::rows(batch, windows);
+    QCOMPARE(problems(rows), expected);
+    for (qsizetype index = 0; index < rows.size(); ++index)
+        QCOMPARE(rows[index].intent, batch[index]);
 }
 
 void RenamePreviewTest::namesTheVolumeCannotHold_data() {
     QTest::addColumn<QString>("type");
     QTest::addColumn<QString>("volume");
     QTest::addColumn<bool>("dropsEnding");
-    QTest::newRow("FAT32") << "vfat"
-                           << "FAT32" << true;
-    QTest::newRow("exFAT") << "exfat"
-                           << "exFAT" << true;
-    QTest::newRow("NTFS") << "ntfs"
-                          << "NTFS" << false;
+    QTest::newRow("FAT32") << QString("vfat") << QString("FAT32") << true;
+    QTest::newRow("exFAT") << QString("exfat") << QString("exFAT") << true;
+    QTest::newRow("NTFS") << QString("ntfs") << QString("NTFS") << false;
 }
 
 // Whatever the Windows check says, a card, a stick or an NTFS disk refuses
@@ -222,35 +202,27 @@ void RenamePreviewTest::namesTheVolumeCannotHold() {
         dropsEnding
             ? "This file's " + volume + " volume cannot hold a name that ends in a period or space."
             : QString();
-    const QList<std::pair<QString, QString>> renames = {{"IMG_0001.JPG", "img_0001.JPG"},
-                                                        {"a.txt", "<draft>.txt"},
-                                                        {"b.txt", "why?.txt"},
-                                                        {"c.txt", "back\\slash.txt"},
-                                                        {"e.txt", "ends."},
-                                                        {"f.txt", "ends "},
-                                                        {"g.txt", "fine.txt"}};
-    const QStringList expected = {"", characters, characters, characters, ending, ending, ""};
-    QList<RenameIntent> intents;
-    for (const auto& [from, to] : renames) {
+    const QStringList renames = {"IMG_0001.JPG>img_0001.JPG",
+                                 "a.txt><draft>.txt",
+                                 "b.txt>why?.txt",
+                                 "c.txt>back\\slash.txt",
+                                 "e.txt>ends.",
+                                 "f.txt>ends ",
+                                 "g.txt>fine.txt"};
+    for (const QString& rename : renames) {
+        const QString from = rename.section('>', 0, 0);
         QFile file(mounted->path() + "/" + from);
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(from.toUtf8()) > 0);
-        file.close();
-        intents.append({FileRecord::make(QUrl::fromLocalFile(file.fileName())), to});
     }
+    const QList<RenameIntent> batch = intents(mounted->path(), renames);
     ::sync();
     QFile caches("/proc/sys/vm/drop_caches");
     if (caches.open(QIODevice::WriteOnly))
         caches.write("3");
     caches.close();
-    for (bool windows : {false, true}) {
-        QStringList problems;
-        for (const PreviewRow& row : RenamePreview::rows(intents, windows))
-            problems.append(row.problem.value_or(QString()));
-        if (!windows)
-            QCOMPARE(problems, expected);
-        else
-            QCOMPARE(problems.first(), QString());
-    }
+    QCOMPARE(problems(RenamePreview::rows(batch, false)),
+             (QStringList{"", characters, characters, characters, ending, ending, ""}));
+    QCOMPARE(problems(RenamePreview::rows(batch, true)).first(), QString());
 }
 
 void RenamePreviewTest::changed() {
@@ -265,19 +237,17 @@ void RenamePreviewTest::changed() {
 void RenamePreviewTest::sorted_data() {
     QTest::addColumn<QStringList>("paths");
     QTest::addColumn<QStringList>("expected");
-    QTest::newRow("digit runs by value")
-        << QStringList{"/f/file10.txt", "/f/file2.txt", "/f/file1.txt"}
-        << QStringList{"/f/file1.txt", "/f/file2.txt", "/f/file10.txt"};
-    QTest::newRow("digit runs after a space") << QStringList{"/f/file 10.txt", "/f/file 2.txt"}
-                                              << QStringList{"/f/file 2.txt", "/f/file 10.txt"};
-    QTest::newRow("case ignored") << QStringList{"/f/B.txt", "/f/a.txt", "/f/C.txt"}
-                                  << QStringList{"/f/a.txt", "/f/B.txt", "/f/C.txt"};
-    QTest::newRow("same name in two folders by path")
-        << QStringList{"/z/notes.txt", "/a/notes.txt", "/m/notes.txt"}
-        << QStringList{"/a/notes.txt", "/m/notes.txt", "/z/notes.txt"};
+    auto row = [](const char* tag, const QStringList& paths, const QStringList& expected) {
+        QTest::newRow(tag) << paths << expected;
+    };
+    // clang-format off
+    row("digit runs by value", {"/f/file10.txt", "/f/file2.txt", "/f/file1.txt"}, {"/f/file1.txt", "/f/file2.txt", "/f/file10.txt"});
+    row("digit runs after a space", {"/f/file 10.txt", "/f/file 2.txt"}, {"/f/file 2.txt", "/f/file 10.txt"});
+    row("case ignored", {"/f/B.txt", "/f/a.txt", "/f/C.txt"}, {"/f/a.txt", "/f/B.txt", "/f/C.txt"});
+    row("same name in two folders by path", {"/z/notes.txt", "/a/notes.txt", "/m/notes.txt"}, {"/a/notes.txt", "/m/notes.txt", "/z/notes.txt"});
     // Names that differ only in case still get a fixed order, whatever the input order.
-    QTest::newRow("case-only difference")
-        << QStringList{"/a/x.txt", "/b/X.txt"} << QStringList{"/b/X.txt", "/a/x.txt"};
+    row("case-only difference", {"/a/x.txt", "/b/X.txt"}, {"/b/X.txt", "/a/x.txt"});
+    // clang-format on
 }
 
 void RenamePreviewTest::sorted() {
@@ -297,43 +267,27 @@ void RenamePreviewTest::numberedDuplicates_data() {
     QTest::addColumn<QStringList>("batch");   // in batch order
     QTest::addColumn<QString>("changes");
     QTest::addColumn<QStringList>("expected");
+    auto row = [](const char* tag, const QStringList& entries, const QStringList& batch,
+                  const char* changes, const QStringList& expected) {
+        QTest::newRow(tag) << entries << batch << QString(changes) << expected;
+    };
     const QStringList none;
-    const QStringList three{"a.jpg", "b.jpg", "c.jpg"};
+    const QStringList two{"a.jpg", "b.jpg"};
     const char* studio = R"({"baseName":"x","numberDuplicates":true})";
+    const QString collides = "x.jpg|" + collision;
 
-    QTest::newRow("off by default")
-        << none << three << R"({"baseName":"x"})"
-        << QStringList{"x.jpg|" + collision, "x.jpg|" + collision, "x.jpg|" + collision};
-    QTest::newRow("all but the first, in batch order")
-        << none << three << studio << QStringList{"x.jpg", "x (2).jpg", "x (3).jpg"};
-    QTest::newRow("chosen format, before the extension only")
-        << none << QStringList{"a.tar.gz", "b.tar.gz"}
-        << R"({"baseName":"x","numberDuplicates":true,"duplicateFormat":"hyphen"})"
-        << QStringList{"x.gz", "x-2.gz"};
-    QTest::newRow("same name ignoring case")
-        << none << QStringList{"a1.JPG", "A2.jpg"}
-        << R"({"regex":true,"find":"\\d","numberDuplicates":true})"
-        << QStringList{"a.JPG", "A (2).jpg"};
-    QTest::newRow("the file that has the name keeps it")
-        << none << QStringList{"photo copy.jpg", "photo.jpg"}
-        << R"({"find":" copy","numberDuplicates":true})"
-        << QStringList{"photo (2).jpg", "photo.jpg"};
-    QTest::newRow("other folders are other names")
-        << none << QStringList{"one/a.jpg", "two/b.jpg"} << studio << QStringList{"x.jpg", "x.jpg"};
-    QTest::newRow("a name taken on disk stays a problem")
-        << QStringList{"X.jpg"} << QStringList{"a.jpg", "b.jpg"} << studio
-        << QStringList{"x.jpg|" + collision, "x.jpg|" + collision};
-    QTest::newRow("a numbered name taken on disk stays a problem")
-        << QStringList{"x (2).jpg"} << QStringList{"a.jpg", "b.jpg"} << studio
-        << QStringList{"x.jpg", "x (2).jpg|" + taken};
-    QTest::newRow("a name no file may have is not numbered")
-        << none << QStringList{"ab", "ac"}
-        << R"({"regex":true,"find":"a.","numberDuplicates":true})"
-        << QStringList{"|The filename is empty.", "|The filename is empty."};
-    QTest::newRow("a numbered name another file gets stays a problem")
-        << none << QStringList{"a.jpg", "b.jpg", "x (2).jpg"}
-        << R"({"regex":true,"find":"^[ab]$","replacement":"x","numberDuplicates":true})"
-        << QStringList{"x.jpg", "x (2).jpg|" + collision, "x (2).jpg|" + collision};
+    // clang-format off
+    row("off by default", none, {"a.jpg", "b.jpg", "c.jpg"}, R"({"baseName":"x"})", {collides, collides, collides});
+    row("all but the first, in batch order", none, {"a.jpg", "b.jpg", "c.jpg"}, studio, {"x.jpg", "x (2).jpg", "x (3).jpg"});
+    row("chosen format, before the extension only", none, {"a.tar.gz", "b.tar.gz"}, R"({"baseName":"x","numberDuplicates":true,"duplicateFormat":"hyphen"})", {"x.gz", "x-2.gz"});
+    row("same name ignoring case", none, {"a1.JPG", "A2.jpg"}, R"({"regex":true,"find":"\\d","numberDuplicates":true})", {"a.JPG", "A (2).jpg"});
+    row("the file that has the name keeps it", none, {"photo copy.jpg", "photo.jpg"}, R"({"find":" copy","numberDuplicates":true})", {"photo (2).jpg", "photo.jpg"});
+    row("other folders are other names", none, {"one/a.jpg", "two/b.jpg"}, studio, {"x.jpg", "x.jpg"});
+    row("a name taken on disk stays a problem", {"X.jpg"}, two, studio, {collides, collides});
+    row("a numbered name taken on disk stays a problem", {"x (2).jpg"}, two, studio, {"x.jpg", "x (2).jpg|" + taken});
+    row("a name no file may have is not numbered", none, {"ab", "ac"}, R"({"regex":true,"find":"a.","numberDuplicates":true})", {"|The filename is empty.", "|The filename is empty."});
+    row("a numbered name another file gets stays a problem", none, {"a.jpg", "b.jpg", "x (2).jpg"}, R"({"regex":true,"find":"^[ab]$","replacement":"x","numberDuplicates":true})", {"x.jpg", "x (2).jpg|" + collision, "x (2).jpg|" + collision});
+    // clang-format on
 }
 
 void RenamePreviewTest::numberedDuplicates() {
