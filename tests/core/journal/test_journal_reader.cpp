@@ -7,12 +7,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include <QFile>
+#include <QFileInfo>
 #include <QTest>
 
-#include <QFileInfo>
-
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,6 +27,20 @@ using Damage = std::function<void(Json&)>;
 
 Json& entry(Json& journal, std::size_t position) {
     return journal["entries"][position];
+}
+
+std::string lowered(std::string text) {
+    for (char& c : text)
+        c = char(std::tolower(c));
+    return text;
+}
+
+// Puts `name` in place of the last part of the first entry's `key` path.
+Damage renamed(const char* key, const std::string& name) {
+    return [=](Json& j) {
+        std::string path = entry(j, 0)[key];
+        entry(j, 0)[key] = path.substr(0, path.rfind('/') + 1) + name;
+    };
 }
 
 } // namespace
@@ -56,8 +67,8 @@ private:
         return Json::parse(disk.read("journal/undo.json").toStdString());
     }
 
-    QString recoverFrom(TemporaryFolder& disk, const QByteArray& active) {
-        disk.file("journal/active.json", active);
+    // Why recovery refused the journal folder's active journal, or nothing.
+    static QString recoveryFailure(TemporaryFolder& disk) {
         RenameEngine engine(disk.at("journal"));
         try {
             engine.recover();
@@ -104,25 +115,13 @@ void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone_data() {
         << unsafe;
     QTest::newRow("lower-case UUID in staging") << Damage([](Json& j) {
         std::string staging = entry(j, 0)["staging"];
-        auto dot = staging.rfind("/.tessary-") + 10;
-        for (auto i = dot; i < dot + 36; ++i)
-            staging[i] = char(std::tolower(staging[i]));
-        entry(j, 0)["staging"] = staging;
+        auto uuid = staging.rfind("/.tessary-") + 10;
+        entry(j, 0)["staging"] = staging.replace(uuid, 36, lowered(staging.substr(uuid, 36)));
     }) << unsafe;
-    QTest::newRow("lower-case id is read") << Damage([](Json& j) {
-        std::string id = j["id"];
-        for (char& c : id)
-            c = char(std::tolower(c));
-        j["id"] = id;
-    }) << QString();
-    QTest::newRow("final in another folder") << Damage([](Json& j) {
-        std::string final = entry(j, 0)["final"];
-        entry(j, 0)["final"] = final.substr(0, final.rfind('/')) + "/sub/x.txt";
-    }) << unsafe;
-    QTest::newRow("dot-dot in original") << Damage([](Json& j) {
-        std::string original = entry(j, 0)["original"];
-        entry(j, 0)["original"] = original.substr(0, original.rfind('/')) + "/../d/a.txt";
-    }) << unsafe;
+    QTest::newRow("lower-case id is read")
+        << Damage([](Json& j) { j["id"] = lowered(j["id"].get<std::string>()); }) << QString();
+    QTest::newRow("final in another folder") << renamed("final", "sub/x.txt") << unsafe;
+    QTest::newRow("dot-dot in original") << renamed("original", "../d/a.txt") << unsafe;
     QTest::newRow("relative path") << Damage([](Json& j) {
         std::string original = entry(j, 0)["original"];
         entry(j, 0)["original"] = original.substr(1);
@@ -139,10 +138,7 @@ void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone_data() {
         << Damage([](Json& j) { entry(j, 1)["final"] = entry(j, 0)["final"]; }) << unsafe;
     QTest::newRow("same identity twice")
         << Damage([](Json& j) { entry(j, 1)["identity"] = entry(j, 0)["identity"]; }) << unsafe;
-    QTest::newRow("hidden final name") << Damage([](Json& j) {
-        std::string final = entry(j, 0)["final"];
-        entry(j, 0)["final"] = final.substr(0, final.rfind('/')) + "/.x.txt";
-    }) << unsafe;
+    QTest::newRow("hidden final name") << renamed("final", ".x.txt") << unsafe;
 }
 
 void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone() {
@@ -153,46 +149,37 @@ void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone() {
     journal["completed"] = true;
     damage(journal);
     QByteArray bytes = QByteArray::fromStdString(journal.dump());
-    QString failure = recoverFrom(disk, bytes);
-    QCOMPARE(failure, expected);
+    disk.file("journal/active.json", bytes);
+    QCOMPARE(recoveryFailure(disk), expected);
     if (!expected.isEmpty())
         QCOMPARE(disk.read("journal/active.json"), bytes);
 }
 
 void JournalReaderTest::refusesFilesThatAreNotPlainJournals() {
     TemporaryFolder disk;
-    Json journal = validJournal(disk);
-    RenameEngine engine(disk.at("journal"));
-    auto failure = [&] {
-        try {
-            engine.recover();
-        } catch (const RenameFailure& failure) {
-            return failure.message;
-        }
-        return QString();
-    };
-    QVERIFY(!engine.recover());
+    validJournal(disk);
+    QVERIFY(!RenameEngine(disk.at("journal")).recover());
+    const QString notPlain = "The rename journal is not a regular file or exceeds the safe size "
+                             "limit. No files were changed.";
+    const QByteArray path = disk.at("journal/active.json").toUtf8();
+    const char* active = path.constData();
 
     // A link to a valid journal is not a journal.
     disk.symlink("journal/active.json", disk.at("journal/undo.json"));
-    QCOMPARE(failure(), QStringLiteral("No readable rename journal was found."));
-    QFile::remove(disk.at("journal/active.json"));
+    QCOMPARE(recoveryFailure(disk), "No readable rename journal was found.");
+    QCOMPARE(::unlink(active), 0);
 
     // A FIFO must not block the reader.
-    QCOMPARE(::mkfifo(disk.at("journal/active.json").toUtf8().constData(), 0600), 0);
-    QCOMPARE(failure(), QStringLiteral("The rename journal is not a regular file or exceeds the "
-                                       "safe size limit. No files were changed."));
-    QFile::remove(disk.at("journal/active.json"));
+    QCOMPARE(::mkfifo(active, 0600), 0);
+    QCOMPARE(recoveryFailure(disk), notPlain);
+    QCOMPARE(::unlink(active), 0);
 
     disk.file("journal/active.json", "");
-    QCOMPARE(failure(), damaged);
+    QCOMPARE(recoveryFailure(disk), damaged);
 
     // One byte over the limit, without writing 128 MiB: a sparse file.
-    int fd = ::open(disk.at("journal/active.json").toUtf8().constData(), O_WRONLY);
-    QCOMPARE(::ftruncate(fd, RenameJournal::maximumDocumentBytes + 1), 0);
-    ::close(fd);
-    QCOMPARE(failure(), QStringLiteral("The rename journal is not a regular file or exceeds the "
-                                       "safe size limit. No files were changed."));
+    QCOMPARE(::truncate(active, RenameJournal::maximumDocumentBytes + 1), 0);
+    QCOMPARE(recoveryFailure(disk), notPlain);
     QCOMPARE(QFileInfo(disk.at("journal/active.json")).size(),
              RenameJournal::maximumDocumentBytes + 1);
 }
