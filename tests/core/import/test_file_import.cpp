@@ -34,13 +34,6 @@ void build(TemporaryFolder& tree, const QStringList& entries) {
     }
 }
 
-QList<QUrl> urls(const TemporaryFolder& tree, const QStringList& relative) {
-    QList<QUrl> result;
-    for (const QString& path : relative)
-        result.append(tree.url(path));
-    return result;
-}
-
 // Records of files somewhere else, with identities no real file here has.
 QList<FileRecord> elsewhere(int count) {
     QList<FileRecord> records;
@@ -79,34 +72,20 @@ void FileImportTest::collect_data() {
     QTest::addColumn<QStringList>("selected");
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<QStringList>("skipped");
-
-    QTest::newRow("one level of a folder")
-        << QStringList{"dir/a.txt", "dir/.notes", "dir/Sub/deep.txt", "l:dir/ln>a.txt"}
-        << QStringList{"dir"} << QStringList{"dir/a.txt"}
-        << QStringList{"ln: ln" + notPlain, "Sub: Sub" + notPlain};
-    QTest::newRow("selected link, hidden file and bundle")
-        << QStringList{"real/a.txt", "l:link>real", ".hidden", "X.app/a.txt"}
-        << QStringList{"link", ".hidden", "X.app"} << QStringList{}
-        << QStringList{"link" + skippedItem, ".hidden" + skippedItem, "X.app" + skippedItem};
-    QTest::newRow("file and its folder")
-        << QStringList{"dir/a.txt", "dir/b.txt"} << QStringList{"dir/a.txt", "dir"}
-        << QStringList{"dir/a.txt", "dir/b.txt"} << QStringList{};
-    QTest::newRow("standardized") << QStringList{"dir/a.txt"} << QStringList{"dir/../dir/./a.txt"}
-                                  << QStringList{"dir/a.txt"} << QStringList{};
-    QTest::newRow("file inside a bundle")
-        << QStringList{"B.app/Contents/Report.pdf"} << QStringList{"B.app/Contents/Report.pdf"}
-        << QStringList{}
-        << QStringList{"Report.pdf: Files inside application or document bundles are not "
-                       "supported."};
-    QTest::newRow("hard-linked file")
-        << QStringList{"h.txt", "h:h2.txt>h.txt"} << QStringList{"h.txt"} << QStringList{}
-        << QStringList{"h.txt: h.txt" + notPlain};
+    auto row = [](const char* tag, const QStringList& entries, const QStringList& selected,
+                  const QStringList& files, const QStringList& skipped) {
+        QTest::newRow(tag) << entries << selected << files << skipped;
+    };
+    // clang-format off
+    row("one level of a folder", {"dir/a.txt", "dir/.notes", "dir/Sub/deep.txt", "l:dir/ln>a.txt"}, {"dir"}, {"dir/a.txt"}, {"ln: ln" + notPlain, "Sub: Sub" + notPlain});
+    row("selected link, hidden file and bundle", {"real/a.txt", "l:link>real", ".hidden", "X.app/a.txt"}, {"link", ".hidden", "X.app"}, {}, {"link" + skippedItem, ".hidden" + skippedItem, "X.app" + skippedItem});
+    row("file and its folder", {"dir/a.txt", "dir/b.txt"}, {"dir/a.txt", "dir"}, {"dir/a.txt", "dir/b.txt"}, {});
+    row("standardized", {"dir/a.txt"}, {"dir/../dir/./a.txt"}, {"dir/a.txt"}, {});
+    row("file inside a bundle", {"B.app/Contents/Report.pdf"}, {"B.app/Contents/Report.pdf"}, {}, {"Report.pdf: Files inside application or document bundles are not supported."});
+    row("hard-linked file", {"h.txt", "h:h2.txt>h.txt"}, {"h.txt"}, {}, {"h.txt: h.txt" + notPlain});
     // Refusals appear in the order the files are examined, whatever the listing order.
-    QTest::newRow("examined in natural order")
-        << QStringList{"d:dir/file 10", "d:dir/file 2", "d:dir/file 1"} << QStringList{"dir"}
-        << QStringList{}
-        << QStringList{"file 1: file 1" + notPlain, "file 2: file 2" + notPlain,
-                       "file 10: file 10" + notPlain};
+    row("examined in natural order", {"d:dir/file 10", "d:dir/file 2", "d:dir/file 1"}, {"dir"}, {}, {"file 1: file 1" + notPlain, "file 2: file 2" + notPlain, "file 10: file 10" + notPlain});
+    // clang-format on
 }
 
 void FileImportTest::collect() {
@@ -116,7 +95,10 @@ void FileImportTest::collect() {
     QFETCH(QStringList, skipped);
     TemporaryFolder tree;
     build(tree, entries);
-    ImportResult result = FileImport::collect(urls(tree, selected), {}, 5000);
+    QList<QUrl> urls;
+    for (const QString& path : selected)
+        urls.append(tree.url(path));
+    ImportResult result = FileImport::collect(urls, {}, 5000);
     QCOMPARE(added(tree, result), files);
     QCOMPARE(result.skipped, skipped);
     QVERIFY(!result.reachedLimit);
@@ -129,21 +111,18 @@ void FileImportTest::limit_data() {
     QTest::addColumn<QStringList>("files");
     QTest::addColumn<int>("skipped");
     QTest::addColumn<bool>("reachedLimit");
-
-    QTest::newRow("room for all") << 0 << qsizetype(5000) << QStringList{"b", "a"}
-                                  << QStringList{"a", "b"} << 0 << false;
-    QTest::newRow("room for one: natural order decides")
-        << 4999 << qsizetype(5000) << QStringList{"b", "a"} << QStringList{"a"} << 0 << true;
-    QTest::newRow("file 2 before file 10")
-        << 4999 << qsizetype(5000) << QStringList{"file 10.txt", "file 2.txt"}
-        << QStringList{"file 2.txt"} << 0 << true;
-    QTest::newRow("maximum above 5,000")
-        << 4999 << qsizetype(1'000'000) << QStringList{"b", "a"} << QStringList{"a"} << 0 << true;
-    QTest::newRow("negative maximum")
-        << 0 << qsizetype(-3) << QStringList{"a"} << QStringList{} << 0 << true;
-    QTest::newRow("full, only refused items")
-        << 5000 << qsizetype(5000) << QStringList{"d:Sub", "l:ln>Sub"} << QStringList{} << 2
-        << false;
+    auto row = [](const char* tag, int existing, qsizetype maximum, const QStringList& entries,
+                  const QStringList& files, int skipped, bool reachedLimit) {
+        QTest::newRow(tag) << existing << maximum << entries << files << skipped << reachedLimit;
+    };
+    // clang-format off
+    row("room for all", 0, 5000, {"b", "a"}, {"a", "b"}, 0, false);
+    row("room for one: natural order decides", 4999, 5000, {"b", "a"}, {"a"}, 0, true);
+    row("file 2 before file 10", 4999, 5000, {"file 10.txt", "file 2.txt"}, {"file 2.txt"}, 0, true);
+    row("maximum above 5,000", 4999, 1'000'000, {"b", "a"}, {"a"}, 0, true);
+    row("negative maximum", 0, -3, {"a"}, {}, 0, true);
+    row("full, only refused items", 5000, 5000, {"d:Sub", "l:ln>Sub"}, {}, 2, false);
+    // clang-format on
 }
 
 void FileImportTest::limit() {

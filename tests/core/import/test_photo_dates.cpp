@@ -123,27 +123,21 @@ void PhotoDatesTest::hostileHeaders() {
 void PhotoDatesTest::ordersAndNumbers_data() {
     QTest::addColumn<QString>("order");
     QTest::addColumn<bool>("descending");
-    QTest::addColumn<QStringList>("expected");
+    QTest::addColumn<QString>("expected");
     // a and b were taken at the same minute; c records no date taken, so it
     // counts by its modified date, the day before.
-    QTest::newRow("name") << "name" << false
-                          << QStringList{"a.jpg", "b.jpg", "c.jpg", "d9.jpg", "d10.jpg"};
-    QTest::newRow("name, descending")
-        << "name" << true << QStringList{"d10.jpg", "d9.jpg", "c.jpg", "b.jpg", "a.jpg"};
-    QTest::newRow("taken, ties by name")
-        << "taken" << false << QStringList{"c.jpg", "a.jpg", "b.jpg", "d9.jpg", "d10.jpg"};
-    QTest::newRow("taken, descending")
-        << "taken" << true << QStringList{"d10.jpg", "d9.jpg", "a.jpg", "b.jpg", "c.jpg"};
-    QTest::newRow("modified") << "modified" << false
-                              << QStringList{"d10.jpg", "d9.jpg", "b.jpg", "a.jpg", "c.jpg"};
-    QTest::newRow("size") << "size" << false
-                          << QStringList{"a.jpg", "b.jpg", "c.jpg", "d9.jpg", "d10.jpg"};
+    QTest::newRow("name") << QString("name") << false << QString("a b c d9 d10");
+    QTest::newRow("name, descending") << QString("name") << true << QString("d10 d9 c b a");
+    QTest::newRow("taken, ties by name") << QString("taken") << false << QString("c a b d9 d10");
+    QTest::newRow("taken, descending") << QString("taken") << true << QString("d10 d9 a b c");
+    QTest::newRow("modified") << QString("modified") << false << QString("d10 d9 b a c");
+    QTest::newRow("size") << QString("size") << false << QString("a b c d9 d10");
 }
 
 void PhotoDatesTest::ordersAndNumbers() {
     QFETCH(QString, order);
     QFETCH(bool, descending);
-    QFETCH(QStringList, expected);
+    QFETCH(QString, expected);
     TemporaryFolder folder;
     const QDateTime base(QDate(2026, 5, 1), QTime(12, 0));
     // Natural order puts d9 before d10; modified times run from d10 to a and
@@ -166,21 +160,21 @@ void PhotoDatesTest::ordersAndNumbers() {
     rules.order = *nameOrderFromRaw(order);
     rules.descending = descending;
     QList<PreviewRow> rows = RulePreview::rows(files, facts, rules, false);
-    QCOMPARE(rows.size(), expected.size());
+    QStringList sorted;
     const QString folderName = QFileInfo(folder.path()).fileName();
     for (qsizetype index = 0; index < rows.size(); ++index) {
         const PreviewRow& row = rows[index];
-        QCOMPARE(row.intent.source.name(), expected[index]);
-        QString date = row.intent.source.name() == "c.jpg" ? "05-03" : QString();
+        const bool undated = row.intent.source.name() == "c.jpg";
+        sorted.append(row.intent.source.name().chopped(4));
         QVERIFY2(
             row.intent.filename.endsWith(
                 QStringLiteral(" %1-%2.jpg").arg(folderName).arg(index + 1, 3, 10, QChar('0'))),
             qPrintable(row.intent.filename));
         QCOMPARE(row.problem, std::nullopt);
-        QCOMPARE(row.note.has_value(), row.intent.source.name() == "c.jpg");
-        if (!date.isEmpty())
-            QVERIFY(row.intent.filename.startsWith(date));
+        QCOMPARE(row.note.has_value(), undated);
+        QVERIFY(!undated || row.intent.filename.startsWith("05-03"));
     }
+    QCOMPARE(sorted.join(' '), expected);
 }
 
 QTEST_GUILESS_MAIN(PhotoDatesTest)
