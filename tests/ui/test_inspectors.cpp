@@ -118,8 +118,7 @@ private slots:
     void startNumberIsClampedBeforeItIsStored_data();
     void startNumberIsClampedBeforeItIsStored();
     void choicesStoreTheirValues();
-    void tokenMenuInsertsAndMistypedTokensAreNamed();
-    void patternAccentsAndDuplicateSwitches();
+    void tokensPatternsAndSwitches();
     void rulesFromElsewhereFillTheFieldsWithoutEditing();
     void saveRecipeAndWindowsCheck();
     void spreadsheetCardFollowsTheList();
@@ -274,9 +273,10 @@ void InspectorsTest::choicesStoreTheirValues() {
     QVERIFY(model->rules().descending);
 }
 
-void InspectorsTest::tokenMenuInsertsAndMistypedTokensAreNamed() {
+void InspectorsTest::tokensPatternsAndSwitches() {
     RulesInspector inspector(*model);
     inspector.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&inspector));
     QLineEdit* base = named<QLineEdit>(&inspector, u"Base name"_s);
     typeInto(base, u"{draft} "_s);
     QVERIFY(shows(&inspector, u"{draft} is not a token; kept as text"_s));
@@ -288,18 +288,13 @@ void InspectorsTest::tokenMenuInsertsAndMistypedTokensAreNamed() {
         if (item->text().startsWith(u"Date taken"_s))
             item->trigger();
     }
+    menu->hide();
     QCOMPARE(model->rules().baseName, u"{draft} {taken:yyyy-MM-dd}"_s);
     typeInto(base, u"{folder}"_s);
     QVERIFY(!shows(&inspector, u"{draft} is not a token; kept as text"_s));
     // What is found is always literal, so its field offers no tokens.
-    QVERIFY(named<QLineEdit>(&inspector, u"Find"_s)->actions().isEmpty());
-}
-
-void InspectorsTest::patternAccentsAndDuplicateSwitches() {
-    RulesInspector inspector(*model);
-    inspector.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&inspector));
     QLineEdit* find = named<QLineEdit>(&inspector, u"Find"_s);
+    QVERIFY(find->actions().isEmpty());
     typeInto(find, u"^IMG_("_s);
     const QString mistake =
         u"This regular expression has a mistake at character 7: missing closing parenthesis."_s;
