@@ -184,6 +184,7 @@ void FileSafetyTest::isInsidePackage_data() {
     QTest::newRow("extension lower-cased") << "/Users/x/Photos.PhotosLibrary/a.jpg" << true;
     QTest::newRow("the file itself") << "/Users/x/doc.pages" << false;
     QTest::newRow("folder named like an extension") << "/Users/app/a.txt" << false;
+    QTest::newRow("folder with another extension") << "/Users/x/Trip.2024/a.jpg" << false;
     QTest::newRow("standardized away") << "/Users/Tool.app/../a.txt" << false;
 }
 // clang-format on

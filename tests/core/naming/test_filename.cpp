@@ -69,7 +69,7 @@ void FilenameTest::problem() {
     if (expected == badCharacter && !name.contains(u'/'))
         current = name.toUtf8().size() > 255 ? tooLong : QString();
     QCOMPARE(Filename::currentProblem(name).value_or(QString()), current);
-    QCOMPARE(Filename::shown("a\tb\nc\x1b[2Jd\u0085"), QString("a\\tb\\nc\\x1b[2Jd\\x85"));
+    QCOMPARE(Filename::shown("a\tb\nc\x1b[2Jd\u0085\x7f"), QString("a\\tb\\nc\\x1b[2Jd\\x85\\x7f"));
     QCOMPARE(Filename::problem(name).value_or(QString()), expected);
 }
 

@@ -83,6 +83,7 @@ void RenameRulesTest::filename_data() {
     row("index clamped to 5000", "a.txt", 9000, numbered, "a-5001.txt");
     row("padding 0 counts as 1", "a.txt", 0, R"({"sequence":true,"sequencePadding":0})", "a-1.txt");
     row("only the last extension", "archive.tar.gz", 0, upper, "ARCHIVE.TAR.gz");
+    row("a final period is no extension", "notes.", 0, numbered, "notes.-001");
     row("blank base name", "notes.txt", 0, R"({"baseName":" ","separator":"hyphen"})", ".txt");
     row("find period in stem only", "a.b.c.txt", 0, R"({"find":".","replacement":"_"})", "a_b_c.txt");
     row("find is case-sensitive", "Copy.txt", 0, R"({"find":"copy","replacement":"x"})", "Copy.txt");
