@@ -16,6 +16,13 @@ inline constexpr const char* undoJournal = "undo.json";
 // A file or its folder is no longer the one the journal recorded.
 [[noreturn]] void fileChanged();
 
+// Whether another file of the batch agrees with `entry`'s in everything that
+// recognises a file on a card, so that only its staging name tells them apart.
+bool hasTwin(const RenameJournal& journal, const JournalEntry& entry);
+// Whether `name`, one of the entry's names, holds its file. A file renamed
+// only in case answers to both spellings, so the listing decides there.
+bool holds(const JournalEntry& entry, const QString& name);
+
 } // namespace EngineParts
 
 // Held for the whole of execute, undo and recover. flock belongs to the open
