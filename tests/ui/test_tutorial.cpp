@@ -15,9 +15,6 @@
 #include <QTest>
 #include <QTimer>
 
-#include <algorithm>
-#include <memory>
-
 using Step = TutorialView::Step;
 using namespace Qt::StringLiterals;
 
@@ -38,58 +35,30 @@ protected:
     }
 };
 
-QAbstractButton* visibleButton(QWidget* root, const QString& text) {
-    for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
-        if (button->text() == text && button->isVisible())
-            return button;
-    }
-    return nullptr;
-}
-
 // False when no such button is on screen or it cannot be pressed.
 bool press(QWidget* root, const QString& text) {
-    QAbstractButton* button = visibleButton(root, text);
-    if (!button || !button->isEnabled())
-        return false;
-    QTest::mouseClick(button, Qt::LeftButton);
-    return true;
+    for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
+        if (button->text() == text && button->isVisible() && button->isEnabled()) {
+            QTest::mouseClick(button, Qt::LeftButton);
+            return true;
+        }
+    }
+    return false;
 }
 
-QStringList shownTexts(QWidget* root) {
-    QStringList texts;
+// Whether labels on screen show all of `texts`.
+bool shows(QWidget* root, QStringList texts) {
     for (QLabel* label : root->findChildren<QLabel*>()) {
-        if (label->isVisible() && !label->text().isEmpty())
-            texts.append(label->text());
+        if (label->isVisible())
+            texts.removeAll(label->text());
     }
-    return texts;
+    return texts.isEmpty();
 }
 
-bool showsAll(QWidget* root, const QStringList& expected) {
-    const QStringList texts = shownTexts(root);
-    return std::all_of(expected.cbegin(), expected.cend(),
-                       [&](const QString& text) { return texts.contains(text); });
-}
-
-QLineEdit* projectField(QWidget* root) {
-    for (QLineEdit* field : root->findChildren<QLineEdit*>()) {
-        if (field->accessibleName() == u"Sample project name"_s)
-            return field;
-    }
-    return nullptr;
-}
-
-void retype(QLineEdit* field, const QString& text) {
+void retype(QWidget* root, const QString& text) {
+    auto* field = root->findChild<QLineEdit*>();
     field->selectAll();
-    QTest::keyClick(field, Qt::Key_Backspace);
     QTest::keyClicks(field, text);
-}
-
-QString indicatorName(QWidget* root) {
-    for (QWidget* widget : root->findChildren<QWidget*>()) {
-        if (widget->accessibleName().startsWith(u"Tutorial step "_s))
-            return widget->accessibleName();
-    }
-    return {};
 }
 
 const QStringList studioNorth = {"studio-north-001.pdf", "studio-north-002.jpg",
@@ -106,11 +75,13 @@ class TutorialTest : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init();
-    void cleanup();
-    void practiceRefusesABlankOrUnusableProjectName();
+    void cleanup() {
+        view.reset();
+        model.reset();
+    }
     void rulesLoopRenamesAndUndoesOnScreenOnly();
-    void spreadsheetLoopNeedsNoProjectName();
-    void theAlertRenamesOnceAndBackUndoesIt();
+    void spreadsheetLoopNeedsNoProjectNameAndBackUndoes();
+    void theAlertAsksBeforeTheSampleRename();
     void everyWayOutRecordsTheTutorialAsSeen_data();
     void everyWayOutRecordsTheTutorialAsSeen();
 
@@ -134,62 +105,38 @@ void TutorialTest::init() {
         PlatformServices{dialogs, clipboard, *settings, urls},
         AppModel::Startup{disk->filePath(u"journal"_s), {}, QProcessEnvironment()});
     model->presentTutorial();
-    QVERIFY(model->showTutorial());
     view = std::make_unique<AnsweredTutorial>(*model, *settings, urls);
     view->show();
     QVERIFY(QTest::qWaitForWindowExposed(view.get()));
 }
 
-void TutorialTest::cleanup() {
-    view.reset();
-    model.reset();
-}
-
-// The names each project name proposes are checked on screen below.
-void TutorialTest::practiceRefusesABlankOrUnusableProjectName() {
-    for (auto [name, problem] : {std::pair(u" \t\n "_s, noProjectName),
-                                 std::pair(u"North/South"_s, u"Remove slashes, colons, or "
-                                                             "control characters."_s)}) {
-        TutorialPractice practice;
-        practice.projectName = name;
-        QCOMPARE(practice.problem(), std::optional<QString>(problem));
-    }
-}
-
 void TutorialTest::rulesLoopRenamesAndUndoesOnScreenOnly() {
-    QCOMPARE(view->step(), Step::welcome);
-    QCOMPARE(indicatorName(view.get()), u"Tutorial step 1 of 4"_s);
-    QVERIFY(!visibleButton(view.get(), u"Back"_s));
-    QVERIFY(showsAll(view.get(), {"Your first rename, without the worry."}));
+    QVERIFY(!press(view.get(), u"Back"_s));
+    QVERIFY(shows(view.get(), {"Your first rename, without the worry."}));
 
     QVERIFY(press(view.get(), u"Try sample files"_s));
-    QCOMPARE(indicatorName(view.get()), u"Tutorial step 2 of 4"_s);
-    QVERIFY(showsAll(view.get(), TutorialPractice::sampleNames() + studioNorth));
-    QVERIFY(showsAll(view.get(), {"3 ready · extensions stay the same"}));
-    retype(projectField(view.get()), u"Acme Launch"_s);
-    QVERIFY(showsAll(view.get(), acmeLaunch));
+    QVERIFY(shows(view.get(), TutorialPractice::sampleNames() + studioNorth +
+                                  QStringList{"3 ready · extensions stay the same"}));
+    retype(view.get(), u"Acme Launch"_s);
+    QVERIFY(shows(view.get(), acmeLaunch));
 
     // Cancel at the alert leaves the samples as they are.
     QVERIFY(press(view.get(), u"Rename sample files"_s));
     QCOMPARE(view->asked, 1);
     QCOMPARE(view->step(), Step::preview);
-    QVERIFY(!view->practice().renamedNames);
 
     view->answers = {true};
     QVERIFY(press(view.get(), u"Rename sample files"_s));
-    QCOMPARE(view->step(), Step::undo);
-    QCOMPARE(view->practice().renamedNames, std::optional<QStringList>(acmeLaunch));
-    QVERIFY(showsAll(view.get(), QStringList{"A fresh set of names."} + acmeLaunch));
+    QVERIFY(shows(view.get(), QStringList{"A fresh set of names."} + acmeLaunch));
 
     QVERIFY(press(view.get(), u"Undo sample rename"_s));
-    QCOMPARE(view->step(), Step::undo);
-    QVERIFY(!view->practice().renamedNames);
-    QVERIFY(showsAll(view.get(), {"Back to the originals."}));
-    QVERIFY(!shownTexts(view.get()).contains(acmeLaunch.front()));
+    QVERIFY(shows(view.get(), {"Back to the originals."}));
+    QVERIFY(!shows(view.get(), {acmeLaunch.front()}));
 
     QVERIFY(press(view.get(), u"Continue"_s));
-    QCOMPARE(view->step(), Step::finish);
-    QCOMPARE(indicatorName(view.get()), u"Tutorial step 4 of 4"_s);
+    QVERIFY(std::ranges::any_of(view->findChildren<QWidget*>(), [](QWidget* widget) {
+        return widget->accessibleName() == u"Tutorial step 4 of 4"_s;
+    }));
     QVERIFY(press(view.get(), u"Full guide ↗"_s));
     QCOMPARE(urls.opened, QList<QUrl>{TutorialView::userGuide()});
     QVERIFY(TutorialView::userGuide().isLocalFile());
@@ -199,96 +146,74 @@ void TutorialTest::rulesLoopRenamesAndUndoesOnScreenOnly() {
     QVERIFY(seen());
     QVERIFY(!model->showTutorial());
     QVERIFY(model->files().isEmpty());
-    QCOMPARE(model->undoCount(), 0);
     QVERIFY(!QFile::exists(disk->filePath(u"journal/undo.json"_s)));
 }
 
-void TutorialTest::spreadsheetLoopNeedsNoProjectName() {
+void TutorialTest::spreadsheetLoopNeedsNoProjectNameAndBackUndoes() {
     QVERIFY(press(view.get(), u"Try sample files"_s));
-    retype(projectField(view.get()), u"North/South"_s);
-    QVERIFY(showsAll(view.get(), {u"Remove slashes, colons, or control characters."_s}));
-    QVERIFY(!press(view.get(), u"Rename sample files"_s));
-    retype(projectField(view.get()), u"   "_s);
-    QVERIFY(showsAll(view.get(), {noProjectName}));
-    QVERIFY(!press(view.get(), u"Rename sample files"_s));
-    QCOMPARE(view->asked, 0);
+    for (auto [typed, problem] :
+         {std::pair(u"North/South"_s, u"Remove slashes, colons, or control characters."_s),
+          std::pair(u"   "_s, noProjectName)}) {
+        retype(view.get(), typed);
+        QVERIFY(shows(view.get(), {problem}));
+        QVERIFY(!press(view.get(), u"Rename sample files"_s));
+    }
     view->confirmSampleRename();
+    QCOMPARE(view->asked, 0);
     QCOMPARE(view->step(), Step::preview);
 
     QVERIFY(press(view.get(), u"Spreadsheet"_s));
-    QVERIFY(!projectField(view.get())->isVisible());
-    QVERIFY(!shownTexts(view.get()).contains(noProjectName));
+    QVERIFY(!view->findChild<QLineEdit*>()->isVisible());
+    QVERIFY(!shows(view.get(), {noProjectName}));
     QVERIFY(
-        showsAll(view.get(), fromSpreadsheet + QStringList{TutorialPractice::spreadsheetSample()}));
+        shows(view.get(), fromSpreadsheet + QStringList{TutorialPractice::spreadsheetSample()}));
 
     // Return is the primary button's key.
     view->answers = {true};
     QTest::keyClick(view.get(), Qt::Key_Return);
     QCOMPARE(view->step(), Step::undo);
     QCOMPARE(view->practice().renamedNames, std::optional<QStringList>(fromSpreadsheet));
+    // A second confirmation finds the samples already renamed.
+    const TutorialPractice once = view->practice();
+    view->confirmSampleRename();
+    QVERIFY(view->practice() == once);
 
     QVERIFY(press(view.get(), u"Back"_s));
+    QCOMPARE(view->step(), Step::preview);
+    QVERIFY(!view->practice().renamedNames);
     QVERIFY(press(view.get(), u"Naming rules"_s));
-    QVERIFY(showsAll(view.get(), {noProjectName}));
-    QVERIFY(!visibleButton(view.get(), u"Rename sample files"_s)->isEnabled());
+    QVERIFY(shows(view.get(), {noProjectName}));
+    QVERIFY(!press(view.get(), u"Rename sample files"_s));
+    QVERIFY(press(view.get(), u"Back"_s));
+    view->goBack();
+    QCOMPARE(view->step(), Step::welcome);
 }
 
-void TutorialTest::theAlertRenamesOnceAndBackUndoesIt() {
+void TutorialTest::theAlertAsksBeforeTheSampleRename() {
     TutorialView plain(*model, *settings, urls);
     plain.show();
     QVERIFY(QTest::qWaitForWindowExposed(&plain));
     QVERIFY(press(&plain, u"Try sample files"_s));
-
-    QString title;
-    QString message;
-    auto answerWith = [&](const QString& choice) {
+    QString title, message;
+    for (const QString& choice : {u"Cancel"_s, u"Rename samples"_s}) {
         QTimer::singleShot(0, [&, choice] {
-            auto* alert = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (!alert)
-                return;
-            title = alert->windowTitle();
-            message = alert->informativeText();
-            press(alert, choice);
+            if (auto* alert = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+                title = alert->windowTitle();
+                message = alert->informativeText();
+                press(alert, choice);
+            }
         });
-    };
-    answerWith(u"Cancel"_s);
-    QVERIFY(press(&plain, u"Rename sample files"_s));
-    QCOMPARE(title, u"Rename these 3 sample files?"_s);
-    QVERIFY(message.startsWith(u"This practice changes sample names on screen only."_s));
-    QCOMPARE(plain.step(), Step::preview);
-
-    answerWith(u"Rename samples"_s);
-    QVERIFY(press(&plain, u"Rename sample files"_s));
-    QCOMPARE(plain.step(), Step::undo);
+        QVERIFY(press(&plain, u"Rename sample files"_s));
+        QCOMPARE(title, u"Rename these 3 sample files?"_s);
+        QVERIFY(message.startsWith(u"This practice changes sample names on screen only."_s));
+    }
     QCOMPARE(plain.practice().renamedNames, std::optional<QStringList>(studioNorth));
-
-    // A second "Rename samples" finds the samples already renamed.
-    const TutorialPractice once = plain.practice();
-    plain.confirmSampleRename();
-    QVERIFY(plain.practice() == once);
-    QCOMPARE(plain.step(), Step::undo);
-
-    QVERIFY(press(&plain, u"Back"_s));
-    QCOMPARE(plain.step(), Step::preview);
-    QVERIFY(!plain.practice().renamedNames);
-    QVERIFY(showsAll(&plain, TutorialPractice::sampleNames() + studioNorth));
-    QVERIFY(press(&plain, u"Back"_s));
-    QCOMPARE(plain.step(), Step::welcome);
-    plain.goBack();
-    QCOMPARE(plain.step(), Step::welcome);
-
-    AnsweredTutorial next(*model, *settings, urls);
-    QCOMPARE(next.step(), Step::welcome);
-    QVERIFY(next.practice() == TutorialPractice());
 }
 
 void TutorialTest::everyWayOutRecordsTheTutorialAsSeen_data() {
     QTest::addColumn<QString>("way");
-    QTest::newRow("Skip tutorial on welcome") << "skip";
-    QTest::newRow("Skip tutorial after the rename") << "skip after rename";
-    QTest::newRow("Escape") << "escape";
-    QTest::newRow("window closed") << "close";
-    QTest::newRow("model lets go") << "model";
+    for (const char* way : {"skip", "skip after rename", "escape", "close", "model"})
+        QTest::newRow(way) << QString(way);
 }
 
 void TutorialTest::everyWayOutRecordsTheTutorialAsSeen() {
@@ -299,15 +224,14 @@ void TutorialTest::everyWayOutRecordsTheTutorialAsSeen() {
         QVERIFY(press(view.get(), u"Try sample files"_s));
         QVERIFY(press(view.get(), u"Rename sample files"_s));
     }
-    if (way.startsWith("skip")) {
+    if (way.startsWith("skip"))
         QVERIFY(press(view.get(), u"Skip tutorial"_s));
-    } else if (way == "escape") {
+    else if (way == "escape")
         QTest::keyClick(view.get(), Qt::Key_Escape);
-    } else if (way == "close") {
+    else if (way == "close")
         view->close();
-    } else {
+    else
         model->setShowTutorial(false);
-    }
     // A shortcut clicks its button after a short press animation.
     QTRY_VERIFY(!view->isVisible());
     QVERIFY(seen());
