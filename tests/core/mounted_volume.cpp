@@ -48,16 +48,10 @@ bool kernelMounts(const QString& type) {
            known.readAll().split('\n').contains("\t" + type.toUtf8());
 }
 
-QStringList formatArguments(const QString& type) {
-    if (type == "ext4")
-        return {"-q"};
-    if (type == "vfat")
-        return {"-F", "32"};
-    if (type == "exfat")
-        return {};
-    if (type == "ntfs")
-        return {"-F", "-Q"};
-    return {"-f"};
+// Sets `whyNot` and gives no volume.
+std::nullptr_t refused(QString& whyNot, const QString& why) {
+    whyNot = why;
+    return nullptr;
 }
 
 } // namespace
@@ -73,26 +67,20 @@ std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString&
     QString image = volume->scratch.filePath("image");
     QFile file(image);
     // xfs wants 300 MiB at least; the image is sparse, so it costs no disk.
-    if (!file.open(QIODevice::WriteOnly) || !file.resize(320LL << 20)) {
-        whyNot = "cannot create a disk image";
-        return nullptr;
-    }
+    if (!file.open(QIODevice::WriteOnly) || !file.resize(320LL << 20))
+        return refused(whyNot, "cannot create a disk image");
     file.close();
-    if (!run("mkfs." + type, formatArguments(type) << image)) {
-        whyNot = "mkfs." + type + " failed";
-        return nullptr;
-    }
+    const QMap<QString, QStringList> format{
+        {"ext4", {"-q"}}, {"vfat", {"-F", "32"}}, {"exfat", {}}, {"ntfs", {"-F", "-Q"}}};
+    if (!run("mkfs." + type, format.value(type, {"-f"}) << image))
+        return refused(whyNot, "mkfs." + type + " failed");
     auto device = attach(image);
-    if (!device) {
-        whyNot = "no loop device could be attached";
-        return nullptr;
-    }
+    if (!device)
+        return refused(whyNot, "no loop device could be attached");
     volume->device = *device;
     QDir().mkpath(volume->path());
-    if (!volume->mount()) {
-        whyNot = "the " + type + " volume could not be mounted";
-        return nullptr;
-    }
+    if (!volume->mount())
+        return refused(whyNot, "the " + type + " volume could not be mounted");
     return volume;
 }
 
@@ -106,10 +94,8 @@ MountedVolume::overlay(const std::function<void(const QString&)>& fill, QString&
     for (const char* folder : {"lower", "upper", "work", "mount"})
         QDir().mkpath(volume->scratch.filePath(folder));
     fill(volume->scratch.filePath("lower"));
-    if (!volume->mount()) {
-        whyNot = "the kernel refused an overlay mount";
-        return nullptr;
-    }
+    if (!volume->mount())
+        return refused(whyNot, "the kernel refused an overlay mount");
     return volume;
 }
 
@@ -123,10 +109,8 @@ std::unique_ptr<MountedVolume> MountedVolume::fuse(QString& whyNot) {
     volume->type = "fuse";
     QDir().mkpath(volume->scratch.filePath("source"));
     QDir().mkpath(volume->path());
-    if (!volume->mount()) {
-        whyNot = "bindfs could not mount a folder";
-        return nullptr;
-    }
+    if (!volume->mount())
+        return refused(whyNot, "bindfs could not mount a folder");
     return volume;
 }
 

@@ -7,9 +7,18 @@
 #include <stdexcept>
 #include <unistd.h>
 
+namespace {
+
+QString made(bool done, const QString& path, const char* what) {
+    if (!done)
+        throw std::runtime_error(std::string("cannot create a test ") + what);
+    return path;
+}
+
+} // namespace
+
 TemporaryFolder::TemporaryFolder() {
-    if (!dir.isValid())
-        throw std::runtime_error("cannot create a temporary folder");
+    made(dir.isValid(), {}, "folder");
 }
 
 QString TemporaryFolder::at(const QString& relative) const {
@@ -20,35 +29,25 @@ QString TemporaryFolder::file(const QString& relative, const QByteArray& content
     QString path = at(relative);
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        throw std::runtime_error("cannot write a test file");
-    return path;
+    return made(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(), path,
+                "file");
 }
 
 QString TemporaryFolder::folder(const QString& relative) {
-    QString path = at(relative);
-    if (!QDir().mkpath(path))
-        throw std::runtime_error("cannot create a test folder");
-    return path;
+    return made(QDir().mkpath(at(relative)), at(relative), "folder");
 }
 
 QString TemporaryFolder::symlink(const QString& relative, const QString& target) {
-    QString path = at(relative);
-    if (::symlink(target.toUtf8().constData(), path.toUtf8().constData()) != 0)
-        throw std::runtime_error("cannot create a test link");
-    return path;
+    return made(::symlink(target.toUtf8().constData(), at(relative).toUtf8().constData()) == 0,
+                at(relative), "link");
 }
 
 QString TemporaryFolder::hardlink(const QString& relative, const QString& existing) {
-    QString path = at(relative);
-    if (::link(at(existing).toUtf8().constData(), path.toUtf8().constData()) != 0)
-        throw std::runtime_error("cannot create a test hard link");
-    return path;
+    return made(::link(at(existing).toUtf8().constData(), at(relative).toUtf8().constData()) == 0,
+                at(relative), "hard link");
 }
 
 QByteArray TemporaryFolder::read(const QString& relative) const {
     QFile file(at(relative));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return file.readAll();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }

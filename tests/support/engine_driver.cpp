@@ -16,32 +16,28 @@
 
 int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
-    QStringList arguments = QCoreApplication::arguments();
+    const QStringList arguments = QCoreApplication::arguments();
     QTextStream errors(stderr);
-    if (arguments.size() < 3) {
+    const QString operation = arguments.value(2);
+    if (!QStringList{"execute", "undo", "recover"}.contains(operation)) {
         errors << "usage: engine_driver JOURNAL execute|undo|recover [PATH=NEWNAME...]\n";
         return 2;
     }
     try {
         RenameEngine engine(arguments[1]);
-        const QString& operation = arguments[2];
-        if (operation == QLatin1String("execute")) {
+        if (operation == "execute") {
             QList<RenameIntent> intents;
             for (const QString& pair : arguments.mid(3)) {
-                auto equals = pair.lastIndexOf(QLatin1Char('='));
+                auto equals = pair.lastIndexOf('=');
                 intents.append({FileRecord::make(QUrl::fromLocalFile(pair.left(equals))),
                                 pair.mid(equals + 1)});
             }
             engine.execute(intents, 5000);
-        } else if (operation == QLatin1String("undo")) {
+        } else if (operation == "undo") {
             engine.undo();
-        } else if (operation == QLatin1String("recover")) {
-            // What the person would be told, for the tests to check.
+        } else {
             for (const QString& note : engine.recover().value_or(QStringList()))
                 errors << note << '\n';
-        } else {
-            errors << "unknown operation\n";
-            return 2;
         }
     } catch (const RenameFailure& failure) {
         errors << failure.message << '\n';

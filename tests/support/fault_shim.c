@@ -13,7 +13,6 @@
  *                          (ENOSPC, EIO, EXDEV, EINVAL: the call fails with it
  *                          without running), or run (TESSARY_FAULT_COMMAND is
  *                          run by the shell, then the call goes ahead)
- *   TESSARY_FAULT_REPORT   a file that receives the number of counted calls at exit
  *   TESSARY_FAULT_STATX_EIO  a name: statx of a path ending in it fails with EIO,
  *                          as on a failing disk
  *   TESSARY_FAULT_NO_OPENAT2  when set, openat2 fails with ENOSYS as on an older
@@ -23,10 +22,9 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <signal.h>
-#include <stdio.h>
+#include <stdarg.h>
 #include <stdlib.h>
 #include <string.h>
-#include <stdarg.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -35,67 +33,43 @@ static long counted;
 
 static int listed(const char* call) {
     const char* calls = getenv("TESSARY_FAULT_CALLS");
-    if (!calls)
-        return 0;
     size_t length = strlen(call);
-    for (const char* at = calls; (at = strstr(at, call)); at += length) {
-        int starts = at == calls || at[-1] == ',';
-        int ends = at[length] == '\0' || at[length] == ',';
-        if (starts && ends)
+    for (const char* at = calls; at && (at = strstr(at, call)); at += length) {
+        if ((at == calls || at[-1] == ',') && (at[length] == '\0' || at[length] == ','))
             return 1;
     }
     return 0;
 }
 
-static int errnoNamed(const char* name) {
-    if (strcmp(name, "ENOSPC") == 0)
-        return ENOSPC;
-    if (strcmp(name, "EIO") == 0)
-        return EIO;
-    if (strcmp(name, "EXDEV") == 0)
-        return EXDEV;
-    if (strcmp(name, "EINVAL") == 0)
-        return EINVAL;
-    return 0;
-}
-
 /* 0 to let the call run, or the errno it must fail with. */
 static int step(const char* call) {
-    if (!listed(call))
+    const char* at = getenv("TESSARY_FAULT_AT");
+    if (!at || !*at || !listed(call))
         return 0;
     ++counted;
-    const char* at = getenv("TESSARY_FAULT_AT");
-    if (!at || !*at)
-        return 0;
-    int onward = at[strlen(at) - 1] == '-';
-    if (onward ? counted < atol(at) : counted != atol(at))
+    if (at[strlen(at) - 1] == '-' ? counted < atol(at) : counted != atol(at))
         return 0;
     const char* action = getenv("TESSARY_FAULT_ACTION");
     if (!action || strcmp(action, "kill") == 0) {
         kill(getpid(), SIGKILL);
-        return 0;
-    }
-    if (strcmp(action, "run") == 0) {
+    } else if (strcmp(action, "run") == 0) {
         const char* command = getenv("TESSARY_FAULT_COMMAND");
         /* The shell and its commands must not count or fail calls of their own. */
         unsetenv("LD_PRELOAD");
         unsetenv("TESSARY_FAULT_CALLS");
         if (command && system(command) != 0)
             kill(getpid(), SIGKILL);
-        return 0;
+    } else {
+        static const struct {
+            const char* name;
+            int value;
+        } errnos[] = {{"ENOSPC", ENOSPC}, {"EIO", EIO}, {"EXDEV", EXDEV}, {"EINVAL", EINVAL}};
+        for (size_t i = 0; i < sizeof errnos / sizeof *errnos; ++i) {
+            if (strcmp(action, errnos[i].name) == 0)
+                return errnos[i].value;
+        }
     }
-    return errnoNamed(action);
-}
-
-__attribute__((destructor)) static void report(void) {
-    const char* path = getenv("TESSARY_FAULT_REPORT");
-    if (!path)
-        return;
-    FILE* file = fopen(path, "w");
-    if (!file)
-        return;
-    fprintf(file, "%ld\n", counted);
-    fclose(file);
+    return 0;
 }
 
 #define NEXT(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
@@ -142,20 +116,14 @@ int linkat(int olddirfd, const char* oldpath, int newdirfd, const char* newpath,
 
 ssize_t write(int fd, const void* buffer, size_t count) {
     struct stat status;
-    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
-        int injected = step("write");
-        if (injected) {
-            errno = injected;
-            return -1;
-        }
-    }
+    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode))
+        FAIL_OR_RUN("write");
     return NEXT(write)(fd, buffer, count);
 }
 
 int statx(int dirfd, const char* pathname, int flags, unsigned int mask, struct statx* buffer) {
     const char* failing = getenv("TESSARY_FAULT_STATX_EIO");
-    size_t length = failing ? strlen(failing) : 0;
-    size_t pathLength = strlen(pathname);
+    size_t length = failing ? strlen(failing) : 0, pathLength = strlen(pathname);
     if (length > 0 && pathLength >= length &&
         strcmp(pathname + pathLength - length, failing) == 0) {
         errno = EIO;
