@@ -40,224 +40,167 @@ ino_t inodeOf(const QString& path) {
 
 class FileSafetyTest : public QObject {
     Q_OBJECT
-private slots:
-    void initTestCase();
-    void directoryFD_data();
-    void directoryFD();
-    void fileStat_data();
-    void fileStat();
-    void record_data();
-    void record();
-    void isInsidePackage_data();
-    void isInsidePackage();
-    void makeRecord_data();
-    void makeRecord();
-    void requiredFoldersAndIdentity();
-    void accepts_data();
-    void accepts();
-
-private:
-    // "https:…" stays a remote URL, "/…" is absolute, anything else lies in `tree`.
-    QUrl location(const QString& text) const;
-
     TemporaryFolder tree;
-};
 
-void FileSafetyTest::initTestCase() {
-    tree.file("real/file.txt");
-    tree.file("real/hard.txt");
-    tree.hardlink("real/hard2.txt", "real/hard.txt");
-    tree.folder("real/inner");
-    tree.folder("real/sub");
-    tree.file("real/.tessary-staging");
-    tree.symlink("real/ln.txt", "file.txt");
-    QCOMPARE(::mkfifo(tree.at("real/pipe").toUtf8().constData(), 0600), 0);
-    tree.symlink("link", "real");
-    tree.file("X.app/Contents/f.txt");
-    tree.file("Y.PhotosLibrary/f.txt");
-}
-
-QUrl FileSafetyTest::location(const QString& text) const {
-    if (text.startsWith(QLatin1String("https:")))
-        return QUrl(text);
-    if (text.startsWith(QLatin1Char('/')))
-        return QUrl::fromLocalFile(text);
-    return QUrl::fromLocalFile(tree.at(text));
-}
-
-// clang-format off
-void FileSafetyTest::directoryFD_data() {
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<QString>("opened"); // the folder that must be open, if any
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("root") << "/" << "/" << QString();
-    QTest::newRow("dot and trailing slash") << "real/./inner/" << "real/inner" << QString();
-    QTest::newRow("dot dot") << "real/inner/../sub" << "real/sub" << QString();
-    // Standardized before the walk, so the link is never opened.
-    QTest::newRow("dot dot past a link") << "link/../real/inner" << "real/inner" << QString();
-    QTest::newRow("link in the middle") << "link/inner" << QString() << unsafeFolder.arg("inner");
-    QTest::newRow("link at the end") << "link" << QString() << unsafeFolder.arg("link");
-    QTest::newRow("a file") << "real/file.txt" << QString() << unsafeFolder.arg("file.txt");
-    QTest::newRow("missing") << "real/gone/deeper" << QString() << unsafeFolder.arg("deeper");
-    QTest::newRow("remote") << "https://example.com/d" << QString() << "Choose a local folder.";
-}
-// clang-format on
-
-void FileSafetyTest::directoryFD() {
-    QFETCH(QString, folder);
-    QFETCH(QString, opened);
-    QFETCH(QString, expected);
-    UniqueFd fd;
-    QCOMPARE(failureOf([&] { fd = FileSafety::directoryFD(location(folder)); }), expected);
-    QCOMPARE(fd.valid(), !opened.isEmpty());
-    if (!fd)
-        return;
-    struct stat status {};
-    QCOMPARE(::fstat(fd.get(), &status), 0);
-    QCOMPARE(status.st_ino, inodeOf(location(opened).toLocalFile()));
-    // Readable, so the folder can be listed and flushed, and never inherited.
-    QCOMPARE(::fcntl(fd.get(), F_GETFL) & (O_PATH | O_ACCMODE), O_RDONLY);
-    QVERIFY(::fcntl(fd.get(), F_GETFD) & FD_CLOEXEC);
-}
-
-// clang-format off
-void FileSafetyTest::fileStat_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("regular") << "file.txt" << QString();
-    QTest::newRow("hard-linked") << "hard.txt" << "hard.txt" + notPlain;
-    QTest::newRow("folder") << "sub" << "sub" + notPlain;
-    QTest::newRow("link to a regular file") << "ln.txt" << "ln.txt" + notPlain;
-    QTest::newRow("fifo") << "pipe" << "pipe" + notPlain;
-    QTest::newRow("missing") << "gone.txt" << "gone.txt" + missing;
-}
-// clang-format on
-
-void FileSafetyTest::fileStat() {
-    QFETCH(QString, name);
-    QFETCH(QString, expected);
-    UniqueFd folder = FileSafety::directoryFD(tree.at("real"));
-    PosixFileSystem::Status status;
-    QCOMPARE(failureOf([&] { status = FileSafety::fileStat(name, folder.get()); }), expected);
-    QVERIFY(::fcntl(folder.get(), F_GETFD) != -1);
-    if (expected.isEmpty())
-        QCOMPARE(status.identity.inode, inodeOf(tree.at("real/" + name)));
-}
-
-// clang-format off
-void FileSafetyTest::record_data() {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<bool>("allowStaging");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("standardized") << "real/sub/../file.txt" << false << QString();
-    QTest::newRow("staging allowed") << "real/.tessary-staging" << true << QString();
-    QTest::newRow("staging refused") << "real/.tessary-staging" << false << dotName;
-    // The name is judged before any folder is opened.
-    QTest::newRow("dot name in a missing folder") << "gone/.profile" << false << dotName;
-    QTest::newRow("remote") << "https://example.com/a.txt" << false
-                            << "Only local file URLs are supported.";
-    QTest::newRow("folder through a link") << "link/file.txt" << false << unsafeFolder.arg("link");
-    QTest::newRow("missing") << "real/gone.txt" << false << "gone.txt" + missing;
-}
-// clang-format on
-
-void FileSafetyTest::record() {
-    QFETCH(QString, file);
-    QFETCH(bool, allowStaging);
-    QFETCH(QString, expected);
-    FileSafety::Identities identities;
-    QCOMPARE(failureOf([&] { identities = FileSafety::record(location(file), allowStaging); }),
-             expected);
-    if (!expected.isEmpty())
-        return;
-    QString path = FilePath::standardized(tree.at(file));
-    QCOMPARE(identities.file.inode, inodeOf(path));
-    QCOMPARE(identities.folder.inode, inodeOf(FilePath::parent(path)));
-    QCOMPARE(identities.folder.device, identities.file.device);
-}
-
-// clang-format off
-void FileSafetyTest::isInsidePackage_data() {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<bool>("inside");
-    QTest::newRow("app") << "/Applications/Tool.app/Contents/Info.plist" << true;
-    QTest::newRow("extension lower-cased") << "/Users/x/Photos.PhotosLibrary/a.jpg" << true;
-    QTest::newRow("the file itself") << "/Users/x/doc.pages" << false;
-    QTest::newRow("folder named like an extension") << "/Users/app/a.txt" << false;
-    QTest::newRow("folder with another extension") << "/Users/x/Trip.2024/a.jpg" << false;
-    QTest::newRow("standardized away") << "/Users/Tool.app/../a.txt" << false;
-}
-// clang-format on
-
-void FileSafetyTest::isInsidePackage() {
-    QFETCH(QString, file);
-    QFETCH(bool, inside);
-    QCOMPARE(FileSafety::isInsidePackage(location(file)), inside);
-}
-
-// clang-format off
-void FileSafetyTest::makeRecord_data() {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("standardized") << "real/./inner/../file.txt" << QString();
-    QTest::newRow("inside a bundle") << "X.app/Contents/f.txt" << bundle;
-    QTest::newRow("bundle extension in capitals") << "Y.PhotosLibrary/f.txt" << bundle;
-    QTest::newRow("lookup refusal passed on") << "real/ln.txt" << "ln.txt" + notPlain;
-}
-// clang-format on
-
-void FileSafetyTest::makeRecord() {
-    QFETCH(QString, file);
-    QFETCH(QString, expected);
-    FileRecord record;
-    QCOMPARE(failureOf([&] { record = FileRecord::make(location(file)); }), expected);
-    if (!expected.isEmpty())
-        return;
-    QCOMPARE(record.id(), tree.at("real/file.txt"));
-    QCOMPARE(record.name(), "file.txt");
-    auto identities = FileSafety::record(tree.url("real/file.txt"), false);
-    QCOMPARE(record.identity, identities.file);
-    QCOMPARE(record.parentIdentity, identities.folder);
-}
-
-void FileSafetyTest::requiredFoldersAndIdentity() {
-    QList<QUrl> items = {tree.url("real/file.txt"), tree.url("real/./inner/../hard.txt"),
-                         tree.url("link"),          QUrl("https://example.com/x"),
-                         tree.url("real/sub"),      tree.url("real/sub/")};
-    QCOMPARE(FolderAuthorization::requiredFolders(items),
-             (QList<QUrl>{tree.url("real"), tree.url("real/sub")}));
-    items.insert(1, tree.url("real/gone.txt"));
-    QCOMPARE(failureOf([&] { FolderAuthorization::requiredFolders(items); }),
-             "gone.txt is missing or unavailable. No files were added.");
-
-    // The identity that records of the folder's files carry as their parent.
-    QCOMPARE(FolderAuthorization::directoryIdentity(tree.url("real")),
-             FileSafety::record(tree.url("real/file.txt"), false).folder);
-    for (const char* refused : {"link", "real/file.txt", "gone", "https://example.com/real"}) {
-        QCOMPARE(failureOf([&] { FolderAuthorization::directoryIdentity(location(refused)); }),
-                 noFolder);
+    // "https:…" stays a remote URL, "/…" is absolute, anything else lies in `tree`.
+    QUrl location(const QString& text) const {
+        if (text.startsWith(QLatin1String("https:")))
+            return QUrl(text);
+        return QUrl::fromLocalFile(text.startsWith(QLatin1Char('/')) ? text : tree.at(text));
     }
-}
 
-// clang-format off
-void FileSafetyTest::accepts_data() {
-    QTest::addColumn<QString>("selected");
-    QTest::addColumn<QString>("requested");
-    QTest::addColumn<bool>("accepted");
-    QTest::newRow("trailing slash") << "/Users/x/Docs/" << "/Users/x/Docs" << true;
-    QTest::newRow("dot components") << "/Users/x/./y/../Docs" << "/Users/x/Docs" << true;
-    QTest::newRow("normalization form") << "/Users/x/Caf\u00e9" << "/Users/x/Cafe\u0301" << true;
-    QTest::newRow("link alias") << "link" << "real" << false;
-    QTest::newRow("remote") << "https://example.com/Docs" << "https://example.com/Docs" << false;
-}
-// clang-format on
+private slots:
+    void initTestCase() {
+        tree.file("real/file.txt");
+        tree.file("real/hard.txt");
+        tree.hardlink("real/hard2.txt", "real/hard.txt");
+        tree.folder("real/inner");
+        tree.folder("real/sub");
+        tree.file("real/.tessary-staging");
+        tree.symlink("real/ln.txt", "file.txt");
+        QCOMPARE(::mkfifo(tree.at("real/pipe").toUtf8().constData(), 0600), 0);
+        tree.symlink("link", "real");
+        tree.file("X.app/Contents/f.txt");
+        tree.file("Y.PhotosLibrary/f.txt");
+    }
 
-void FileSafetyTest::accepts() {
-    QFETCH(QString, selected);
-    QFETCH(QString, requested);
-    QFETCH(bool, accepted);
-    QCOMPARE(FolderAuthorization::accepts(location(selected), location(requested)), accepted);
-}
+    void directoryFD_data() {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<QString>("opened"); // the folder that must be open, if any
+        QTest::addColumn<QString>("expected");
+        // clang-format off
+        QTest::newRow("root") << "/" << "/" << QString();
+        QTest::newRow("dot and trailing slash") << "real/./inner/" << "real/inner" << QString();
+        QTest::newRow("dot dot") << "real/inner/../sub" << "real/sub" << QString();
+        // Standardized before the walk, so the link is never opened.
+        QTest::newRow("dot dot past a link") << "link/../real/inner" << "real/inner" << QString();
+        QTest::newRow("link in the middle") << "link/inner" << QString() << unsafeFolder.arg("inner");
+        QTest::newRow("link at the end") << "link" << QString() << unsafeFolder.arg("link");
+        QTest::newRow("a file") << "real/file.txt" << QString() << unsafeFolder.arg("file.txt");
+        QTest::newRow("missing") << "real/gone/deeper" << QString() << unsafeFolder.arg("deeper");
+        QTest::newRow("remote") << "https://example.com/d" << QString() << "Choose a local folder.";
+        // clang-format on
+    }
+
+    void directoryFD() {
+        QFETCH(QString, folder);
+        QFETCH(QString, opened);
+        QFETCH(QString, expected);
+        UniqueFd fd;
+        QCOMPARE(failureOf([&] { fd = FileSafety::directoryFD(location(folder)); }), expected);
+        QCOMPARE(fd.valid(), !opened.isEmpty());
+        if (!fd)
+            return;
+        struct stat status {};
+        QCOMPARE(::fstat(fd.get(), &status), 0);
+        QCOMPARE(status.st_ino, inodeOf(location(opened).toLocalFile()));
+        // Readable, so the folder can be listed and flushed, and never inherited.
+        QCOMPARE(::fcntl(fd.get(), F_GETFL) & (O_PATH | O_ACCMODE), O_RDONLY);
+        QVERIFY(::fcntl(fd.get(), F_GETFD) & FD_CLOEXEC);
+    }
+
+    // A file recorded with its identities, or refused; and the record made of it for a batch.
+    void record_data() {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QString>("made"); // the refusal of the batch's record
+        QTest::addColumn<bool>("allowStaging");
+        // clang-format off
+        QTest::newRow("standardized") << "real/sub/../file.txt" << QString() << QString() << false;
+        QTest::newRow("staging allowed") << "real/.tessary-staging" << QString() << dotName << true;
+        QTest::newRow("staging refused") << "real/.tessary-staging" << dotName << dotName << false;
+        // The name is judged before any folder is opened.
+        QTest::newRow("dot name in a missing folder") << "gone/.profile" << dotName << dotName << false;
+        QTest::newRow("remote") << "https://example.com/a.txt" << "Only local file URLs are supported." << "Only local file URLs are supported." << false;
+        QTest::newRow("folder through a link") << "link/file.txt" << unsafeFolder.arg("link") << unsafeFolder.arg("link") << false;
+        QTest::newRow("missing") << "real/gone.txt" << "gone.txt" + missing << "gone.txt" + missing << false;
+        QTest::newRow("hard-linked") << "real/hard.txt" << "hard.txt" + notPlain << "hard.txt" + notPlain << false;
+        QTest::newRow("folder") << "real/sub" << "sub" + notPlain << "sub" + notPlain << false;
+        QTest::newRow("link to a regular file") << "real/ln.txt" << "ln.txt" + notPlain << "ln.txt" + notPlain << false;
+        QTest::newRow("fifo") << "real/pipe" << "pipe" + notPlain << "pipe" + notPlain << false;
+        QTest::newRow("inside a bundle") << "X.app/Contents/f.txt" << QString() << bundle << false;
+        QTest::newRow("bundle extension in capitals") << "Y.PhotosLibrary/f.txt" << QString() << bundle << false;
+        // clang-format on
+    }
+
+    void record() {
+        QFETCH(QString, file);
+        QFETCH(QString, expected);
+        QFETCH(QString, made);
+        QFETCH(bool, allowStaging);
+        FileSafety::Identities identities;
+        QCOMPARE(failureOf([&] { identities = FileSafety::record(location(file), allowStaging); }),
+                 expected);
+        FileRecord record;
+        QCOMPARE(failureOf([&] { record = FileRecord::make(location(file)); }), made);
+        if (!expected.isEmpty())
+            return;
+        QString path = FilePath::standardized(tree.at(file));
+        QCOMPARE(identities.file.inode, inodeOf(path));
+        QCOMPARE(identities.folder.inode, inodeOf(FilePath::parent(path)));
+        QCOMPARE(identities.folder.device, identities.file.device);
+        if (made.isEmpty())
+            QCOMPARE(record, (FileRecord{path, identities.file, identities.folder}));
+    }
+
+    void isInsidePackage_data() {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<bool>("inside");
+        // clang-format off
+        QTest::newRow("app") << "/Applications/Tool.app/Contents/Info.plist" << true;
+        QTest::newRow("extension lower-cased") << "/Users/x/Photos.PhotosLibrary/a.jpg" << true;
+        QTest::newRow("the file itself") << "/Users/x/doc.pages" << false;
+        QTest::newRow("folder named like an extension") << "/Users/app/a.txt" << false;
+        QTest::newRow("folder with another extension") << "/Users/x/Trip.2024/a.jpg" << false;
+        QTest::newRow("standardized away") << "/Users/Tool.app/../a.txt" << false;
+        QTest::newRow("remote") << "https://example.com/Tool.app/a.txt" << false;
+        // clang-format on
+    }
+
+    void isInsidePackage() {
+        QFETCH(QString, file);
+        QFETCH(bool, inside);
+        QCOMPARE(FileSafety::isInsidePackage(location(file)), inside);
+    }
+
+    void requiredFoldersAndIdentity() {
+        QList<QUrl> items = {tree.url("real/file.txt"), tree.url("real/./inner/../hard.txt"),
+                             tree.url("link"),          QUrl("https://example.com/x"),
+                             tree.url("real/sub"),      tree.url("real/sub/")};
+        QCOMPARE(FolderAuthorization::requiredFolders(items),
+                 (QList<QUrl>{tree.url("real"), tree.url("real/sub")}));
+        items.insert(1, tree.url("real/gone.txt"));
+        QCOMPARE(failureOf([&] { FolderAuthorization::requiredFolders(items); }),
+                 "gone.txt is missing or unavailable. No files were added.");
+        // The identity that records of the folder's files carry as their parent.
+        QCOMPARE(FolderAuthorization::directoryIdentity(tree.url("real")),
+                 FileSafety::record(tree.url("real/file.txt"), false).folder);
+        for (const char* refused : {"link", "real/file.txt", "gone", "https://example.com/real"}) {
+            QCOMPARE(failureOf([&] { FolderAuthorization::directoryIdentity(location(refused)); }),
+                     noFolder);
+        }
+    }
+
+    void accepts_data() {
+        QTest::addColumn<QString>("selected");
+        QTest::addColumn<QString>("requested");
+        QTest::addColumn<bool>("accepted");
+        // clang-format off
+        QTest::newRow("trailing slash") << "/Users/x/Docs/" << "/Users/x/Docs" << true;
+        QTest::newRow("dot components") << "/Users/x/./y/../Docs" << "/Users/x/Docs" << true;
+        QTest::newRow("normalization form") << "/Users/x/Caf\u00e9" << "/Users/x/Cafe\u0301" << true;
+        QTest::newRow("link alias") << "link" << "real" << false;
+        QTest::newRow("remote") << "https://example.com/Docs" << "https://example.com/Docs" << false;
+        // clang-format on
+    }
+
+    void accepts() {
+        QFETCH(QString, selected);
+        QFETCH(QString, requested);
+        QFETCH(bool, accepted);
+        QCOMPARE(FolderAuthorization::accepts(location(selected), location(requested)), accepted);
+    }
+};
 
 QTEST_GUILESS_MAIN(FileSafetyTest)
 #include "test_file_safety.moc"
