@@ -12,7 +12,6 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QProgressBar>
@@ -29,16 +28,6 @@ template <typename Widget = QAbstractButton> Widget* withText(QWidget* root, con
     for (Widget* widget : root->findChildren<Widget*>()) {
         if (widget->text() == text && widget->isVisible())
             return widget;
-    }
-    return nullptr;
-}
-
-QAction* command(QMainWindow& window, const QString& title) {
-    for (QAction* menu : window.menuBar()->actions()) {
-        for (QAction* action : menu->menu()->actions()) {
-            if (action->text() == title)
-                return action;
-        }
     }
     return nullptr;
 }
@@ -70,7 +59,7 @@ private slots:
     void quittingWaitsAndRecoveryThatCannotFindAFileRestoresTheOthers();
     void folderChoosersSayWhyAndStartWhereThePersonIs();
     void keyboardLeavesTheTableAndRemovesRows();
-    void compactWindowAndPagesThatNothingOpens();
+    void pagesAndTheJournalSayWhenNothingOpensThem();
 
 private:
     std::unique_ptr<QTemporaryDir> disk;
@@ -89,11 +78,12 @@ private:
         return offers(text) && withText(window.get(), text)->isEnabled();
     }
     void press(const QString& text) { withText(window.get(), text)->click(); }
+    QAction* command(const QString& title) { return withText<QAction>(window.get(), title); }
     QStringList shootNames() { return QDir(shoot).entryList(QDir::Files, QDir::Name); }
 
     void addFolder(const QString& folder, int timeout = 10000) {
         dialogs.openAnswers.append({QUrl::fromLocalFile(folder)});
-        command(*window, "Add Folder…")->trigger();
+        command("Add Folder…")->trigger();
         QTRY_VERIFY_WITH_TIMEOUT(!model->files().isEmpty() && !model->previewing(), timeout);
     }
 
@@ -121,7 +111,7 @@ void MainWindowTest::init() {
 }
 
 void MainWindowTest::dropRenameAndUndoAsAPersonWould() {
-    QVERIFY(!command(*window, "Undo Last Rename Batch")->isEnabled());
+    QVERIFY(!command("Undo Last Rename Batch")->isEnabled());
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(shoot)});
     auto drop = [&] {
@@ -157,14 +147,14 @@ void MainWindowTest::dropRenameAndUndoAsAPersonWould() {
 
     press("Add a sequence");
     QTRY_VERIFY_WITH_TIMEOUT(canPress("Rename 2 files"), 10000);
-    QVERIFY(command(*window, "Rename Previewed Files…")->isEnabled());
+    QVERIFY(command("Rename Previewed Files…")->isEnabled());
     answerNextMessageBox("Rename files");
     press("Rename 2 files");
     QTRY_COMPARE_WITH_TIMEOUT(shootNames(), (QStringList{"Shoot-001.jpg", "Shoot-002.jpg"}), 10000);
     QTRY_VERIFY_WITH_TIMEOUT(
         shows("2 files renamed. You can undo this batch, even after reopening Tessary."), 10000);
     QVERIFY(shows("2 names saved for undo"));
-    QVERIFY(command(*window, "Undo Last Rename Batch")->isEnabled());
+    QVERIFY(command("Undo Last Rename Batch")->isEnabled());
 
     dialogs.openAnswers.append({QUrl::fromLocalFile(shoot)});
     press("Undo last batch");
@@ -186,7 +176,6 @@ void MainWindowTest::longRenameShowsItsCountAndABar() {
     // before the rename's count is watched.
     QTRY_VERIFY_WITH_TIMEOUT(!model->readingProgress(), 30000);
     auto* bar = window->findChild<QProgressBar*>();
-    QVERIFY(!bar->isVisible());
     // Whenever the window gets to draw: the count in the footer, and whether
     // the notice above says the same instead of what it said before.
     QStringList counts;
@@ -278,14 +267,10 @@ void MainWindowTest::folderChoosersSayWhyAndStartWhereThePersonIs() {
     access.title = "Allow access to Photos";
     access.prompt = "Allow this folder";
     access.message = "Tessary needs this exact folder: " + photos + ".";
-    access.chooseFiles = false;
     access.chooseFolders = true;
     access.initialFolder = QUrl::fromLocalFile(photos);
     FileDialogs::OpenRequest add;
-    add.prompt = "Add folder";
-    add.chooseFiles = false;
-    add.chooseFolders = true;
-    add.multiple = true;
+    add.prompt = "Add files";
     QStringList seen;
     auto answer = [&](const QString& button) {
         QTimer::singleShot(0, [&seen, button] {
@@ -301,7 +286,7 @@ void MainWindowTest::folderChoosersSayWhyAndStartWhereThePersonIs() {
     answer("Cancel");
     QVERIFY(dialogs.open(add).isEmpty());
     QCOMPARE(seen,
-             (QStringList{access.title, access.message, disk->path(), "Add folder", "", photos}));
+             (QStringList{access.title, access.message, disk->path(), "Add files", "", photos}));
 }
 
 void MainWindowTest::keyboardLeavesTheTableAndRemovesRows() {
@@ -322,15 +307,10 @@ void MainWindowTest::keyboardLeavesTheTableAndRemovesRows() {
     QTRY_COMPARE(table->model()->rowCount(), 0);
 }
 
-void MainWindowTest::compactWindowAndPagesThatNothingOpens() {
-    window->setGeometry(40, 60, 1300, 900);
-    QTRY_COMPARE(window->geometry().height(), 900);
-    command(*window, "Compact Window")->trigger();
-    QTRY_COMPARE(window->geometry(), QRect(40, 60, 1000, 680));
-
+void MainWindowTest::pagesAndTheJournalSayWhenNothingOpensThem() {
     urls.nothingOpens = true;
     // The ampersand is part of the title, not a keyboard mnemonic.
-    command(*window, "Privacy && Support")->trigger();
+    command("Privacy && Support")->trigger();
     QTRY_VERIFY(
         shows("No browser could open this page: " + urls.opened.last().toLocalFile() + "."));
     model->showJournal();
