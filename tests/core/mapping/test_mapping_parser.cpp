@@ -32,12 +32,8 @@ QStringList outline(const MappingDocument& document) {
     return lines;
 }
 
-QString failure(int row, const QString& message) {
-    return '!' + QString::number(row) + "||" + message;
-}
-
-QString failure(const QString& message) {
-    return "!-||" + message;
+QString failure(const QString& message, int row = 0) {
+    return '!' + (row ? QString::number(row) : "-") + "||" + message;
 }
 
 // A header and `count` rows, with the outline of the rows when all are accepted.
@@ -57,9 +53,49 @@ class MappingParserTest : public QObject {
     Q_OBJECT
 private slots:
     void parse_data();
-    void parse();
-    void readText_data();
-    void readText();
+    void parse() {
+        QFETCH(QByteArray, text);
+        QFETCH(MappingFormat, format);
+        QFETCH(QStringList, expected);
+        QCOMPARE(outline(MappingParser::parse(text, format)), expected);
+    }
+
+    void readText_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("expected"); // the text, or the failure's sentence
+
+        // clang-format off
+        QTest::newRow("BOM kept") << "file" << QByteArray("\xEF\xBB\xBF" "a,b\n") << QStringLiteral("\uFEFFa,b\n");
+        QTest::newRow("exactly 4 MiB") << "file" << QByteArray(MappingParser::maximumBytes, 'a') << QString(MappingParser::maximumBytes, 'a');
+        QTest::newRow("over 4 MiB") << "file" << QByteArray(MappingParser::maximumBytes + 1, 'a') << "The spreadsheet exceeds 4 MiB. Split it into smaller files.";
+        QTest::newRow("not UTF-8") << "file" << QByteArray("caf\xE9,b\n") << notUtf8;
+        QTest::newRow("missing") << "missing" << QByteArray() << "The spreadsheet could not be opened. Check its permissions.";
+        QTest::newRow("folder") << "folder" << QByteArray() << notRegular;
+        // Opening a pipe that has no writer must not wait for one.
+        QTest::newRow("pipe") << "pipe" << QByteArray() << notRegular;
+        QTest::newRow("not local") << "remote" << QByteArray() << "Choose a local UTF-8 CSV or TSV file.";
+        // clang-format on
+    }
+
+    void readText() {
+        QFETCH(QString, kind);
+        QFETCH(QByteArray, content);
+        QFETCH(QString, expected);
+        TemporaryFolder tree;
+        QUrl url = kind == "remote" ? QUrl("https://example.com/sheet.csv") : tree.url("sheet.csv");
+        if (kind == "file")
+            tree.file("sheet.csv", content);
+        else if (kind == "folder")
+            tree.folder("sheet.csv");
+        else if (kind == "pipe")
+            QCOMPARE(::mkfifo(QFile::encodeName(tree.at("sheet.csv")).constData(), 0600), 0);
+        try {
+            QCOMPARE(MappingParser::readText(url), expected);
+        } catch (const RenameFailure& failure) {
+            QCOMPARE(failure.message, expected);
+        }
+    }
 };
 
 void MappingParserTest::parse_data() {
@@ -74,7 +110,7 @@ void MappingParserTest::parse_data() {
     // clang-format off
     QTest::newRow("CR LF counts once") << QByteArray("a,b\r\nc,d\r\n") << automatic << QStringList{"1|a|b", "2|c|d"};
     QTest::newRow("lone CR") << QByteArray("a,b\rc,d\r") << automatic << QStringList{"1|a|b", "2|c|d"};
-    QTest::newRow("LF CR is two endings") << QByteArray("a,b\n\rc,d") << automatic << QStringList{failure(2, twoColumns)};
+    QTest::newRow("LF CR is two endings") << QByteArray("a,b\n\rc,d") << automatic << QStringList{failure(twoColumns, 2)};
     QTest::newRow("quoted LF") << QByteArray("\"x\ny\",b\nc,d") << automatic << QStringList{"1|x\ny|b", "3|c|d"};
     QTest::newRow("quoted CR LF kept as written") << QByteArray("\"x\r\ny\",b\r\nc,d") << automatic << QStringList{"1|x\r\ny|b", "3|c|d"};
     QTest::newRow("delimiter and doubled quote in quotes") << QByteArray("\"draft,1.pdf\",\"a\"\"b\"") << automatic << QStringList{"1|draft,1.pdf|a\"b"};
@@ -88,78 +124,29 @@ void MappingParserTest::parse_data() {
     QTest::newRow("header with blanks is a row") << QByteArray("old_name, new_name") << automatic << QStringList{"1|old_name| new_name"};
     QTest::newRow("whitespace kept") << QByteArray(" a.pdf ,\tb.pdf ") << MappingFormat::csv << QStringList{"1| a.pdf |\tb.pdf "};
     QTest::newRow("anything is literal") << QByteArray("=SUM(A1),a/b:c\x01") << automatic << QStringList{"1|=SUM(A1)|a/b:c\x01"};
-    QTest::newRow("two trailing line endings") << QByteArray("a,b\n\n") << automatic << QStringList{failure(2, twoColumns)};
-    QTest::newRow("blank line, earlier rows dropped") << QByteArray("a,b\n\nc,d") << automatic << QStringList{failure(2, twoColumns)};
-    QTest::newRow("three columns") << QByteArray("a,b\nc,d,e") << automatic << QStringList{failure(2, thirdColumn)};
-    QTest::newRow("empty first cell") << QByteArray(",b") << automatic << QStringList{failure(1, emptyCell)};
-    QTest::newRow("empty second cell") << QByteArray("a,\"\"\n") << automatic << QStringList{failure(1, emptyCell)};
-    QTest::newRow("quote in unquoted cell") << QByteArray("ab\"c,d") << automatic << QStringList{failure(1, "A quote inside an unquoted field is invalid. Quote the whole field and double embedded quotes.")};
-    QTest::newRow("text after closing quote") << QByteArray("\"ab\"c,d") << automatic << QStringList{failure(1, "Unexpected text after a closing quote. A delimiter or line ending must follow it.")};
-    QTest::newRow("unclosed quote") << QByteArray("\"ab") << automatic << QStringList{failure(1, unclosed)};
-    QTest::newRow("unclosed after opening quote") << QByteArray("a,\"") << automatic << QStringList{failure(1, unclosed)};
-    QTest::newRow("unclosed after doubled quote") << QByteArray("a,\"x\"\"") << automatic << QStringList{failure(1, unclosed)};
-    QTest::newRow("unclosed reported on its first line") << QByteArray("a,b\nc,\"d\ne") << automatic << QStringList{failure(2, unclosed)};
-    QTest::newRow("tab in first record") << QByteArray("a\tb\nc,d") << automatic << QStringList{failure(2, twoColumns)};
+    QTest::newRow("two trailing line endings") << QByteArray("a,b\n\n") << automatic << QStringList{failure(twoColumns, 2)};
+    QTest::newRow("blank line, earlier rows dropped") << QByteArray("a,b\n\nc,d") << automatic << QStringList{failure(twoColumns, 2)};
+    QTest::newRow("three columns") << QByteArray("a,b\nc,d,e") << automatic << QStringList{failure(thirdColumn, 2)};
+    QTest::newRow("empty first cell") << QByteArray(",b") << automatic << QStringList{failure(emptyCell, 1)};
+    QTest::newRow("empty second cell") << QByteArray("a,\"\"\n") << automatic << QStringList{failure(emptyCell, 1)};
+    QTest::newRow("quote in unquoted cell") << QByteArray("ab\"c,d") << automatic << QStringList{failure("A quote inside an unquoted field is invalid. Quote the whole field and double embedded quotes.", 1)};
+    QTest::newRow("text after closing quote") << QByteArray("\"ab\"c,d") << automatic << QStringList{failure("Unexpected text after a closing quote. A delimiter or line ending must follow it.", 1)};
+    QTest::newRow("unclosed quote") << QByteArray("\"ab") << automatic << QStringList{failure(unclosed, 1)};
+    QTest::newRow("unclosed after opening quote") << QByteArray("a,\"") << automatic << QStringList{failure(unclosed, 1)};
+    QTest::newRow("unclosed after doubled quote") << QByteArray("a,\"x\"\"") << automatic << QStringList{failure(unclosed, 1)};
+    QTest::newRow("unclosed reported on its first line") << QByteArray("a,b\nc,\"d\ne") << automatic << QStringList{failure(unclosed, 2)};
+    QTest::newRow("tab in first record") << QByteArray("a\tb\nc,d") << automatic << QStringList{failure(twoColumns, 2)};
     QTest::newRow("tab in quotes does not count") << QByteArray("\"a\tb\",c") << automatic << QStringList{"1|a\tb|c"};
     QTest::newRow("tab in a later record does not count") << QByteArray("a,b\nc,d\te") << automatic << QStringList{"1|a|b", "2|c|d\te"};
     QTest::newRow("tsv ignores commas") << QByteArray("a,b\tc") << MappingFormat::tsv << QStringList{"1|a,b|c"};
     QTest::newRow("truncated at the end") << QByteArray("a,\xE2\x82") << automatic << QStringList{failure(notUtf8)};
     QTest::newRow("5,000 after a header") << fiveThousand << automatic << accepted;
-    QTest::newRow("5,001 after a header") << mappings(5001) << automatic << QStringList{failure(5002, "A spreadsheet can contain at most 5,000 mappings. Split it into separate batches.")};
+    QTest::newRow("5,001 after a header") << mappings(5001) << automatic << QStringList{failure("A spreadsheet can contain at most 5,000 mappings. Split it into separate batches.", 5002)};
     QTest::newRow("exactly 4 MiB") << fullSize << automatic << QStringList{"1|a|" + QString(MappingParser::maximumBytes - 2, 'b')};
     QTest::newRow("one byte over 4 MiB") << fullSize + "b" << automatic << QStringList{failure(tooLarge)};
     // Size is judged on bytes, before any decoding.
     QTest::newRow("one byte over, not UTF-8") << fullSize + "\xFF" << automatic << QStringList{failure(tooLarge)};
     // clang-format on
-}
-
-void MappingParserTest::parse() {
-    QFETCH(QByteArray, text);
-    QFETCH(MappingFormat, format);
-    QFETCH(QStringList, expected);
-    QCOMPARE(outline(MappingParser::parse(text, format)), expected);
-}
-
-void MappingParserTest::readText_data() {
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("expected"); // the text, or the failure's sentence
-
-    // clang-format off
-    QTest::newRow("BOM kept") << "file" << QByteArray("\xEF\xBB\xBF" "a,b\n") << QStringLiteral("\uFEFFa,b\n");
-    QTest::newRow("exactly 4 MiB") << "file" << QByteArray(MappingParser::maximumBytes, 'a') << QString(MappingParser::maximumBytes, 'a');
-    QTest::newRow("over 4 MiB") << "file" << QByteArray(MappingParser::maximumBytes + 1, 'a') << "The spreadsheet exceeds 4 MiB. Split it into smaller files.";
-    QTest::newRow("not UTF-8") << "file" << QByteArray("caf\xE9,b\n") << notUtf8;
-    QTest::newRow("missing") << "missing" << QByteArray() << "The spreadsheet could not be opened. Check its permissions.";
-    QTest::newRow("folder") << "folder" << QByteArray() << notRegular;
-    // Opening a pipe that has no writer must not wait for one.
-    QTest::newRow("pipe") << "pipe" << QByteArray() << notRegular;
-    QTest::newRow("not local") << "remote" << QByteArray() << "Choose a local UTF-8 CSV or TSV file.";
-    // clang-format on
-}
-
-void MappingParserTest::readText() {
-    QFETCH(QString, kind);
-    QFETCH(QByteArray, content);
-    QFETCH(QString, expected);
-    TemporaryFolder tree;
-    QUrl url = tree.url("sheet.csv");
-    if (kind == "file")
-        tree.file("sheet.csv", content);
-    else if (kind == "folder")
-        tree.folder("sheet.csv");
-    else if (kind == "pipe")
-        QCOMPARE(::mkfifo(QFile::encodeName(tree.at("sheet.csv")).constData(), 0600), 0);
-    else if (kind == "remote")
-        url = QUrl("https://example.com/sheet.csv");
-
-    QString result;
-    try {
-        result = MappingParser::readText(url);
-    } catch (const RenameFailure& failure) {
-        result = failure.message;
-    }
-    QCOMPARE(result, expected);
 }
 
 QTEST_GUILESS_MAIN(MappingParserTest)

@@ -52,86 +52,65 @@ QStringList outline(const QList<MappingDiagnostic>& diagnostics) {
 class MappingPreviewTest : public QObject {
     Q_OBJECT
 private slots:
-    void compute_data();
-    void compute();
-    void documentDiagnosticsFirst();
+    void compute_data() {
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<QByteArray>("sheet");
+        QTest::addColumn<bool>("windows");
+        QTest::addColumn<QStringList>("rows");
+        QTest::addColumn<QStringList>("diagnostics");
+
+        // clang-format off
+        QTest::newRow("letter case differs") << QStringList{"Report.pdf"} << QByteArray("report.pdf,x.pdf") << false << QStringList{"Report.pdf>Report.pdf: " + noRow} << QStringList{"1|report.pdf|" + noFile, "-|Report.pdf|" + noRow};
+        QTest::newRow("decomposed row, composed file") << QStringList{"caf\u00e9.pdf"} << QByteArray("cafe\u0301.pdf,x.pdf") << false << QStringList{"caf\u00e9.pdf>x.pdf"} << QStringList{};
+        // The first row's new name stays in the intent, so the row still shows where it was going.
+        QTest::newRow("rows 2 and 5 name one file") << QStringList{"a.pdf", "c.pdf", "d.pdf"} << QByteArray("old_name,new_name\na.pdf,b.pdf\nc.pdf,c2.pdf\nd.pdf,d2.pdf\na.pdf,e.pdf") << false << QStringList{"a.pdf>b.pdf: " + twice, "c.pdf>c2.pdf", "d.pdf>d2.pdf"} << QStringList{"2|a.pdf|" + twice, "5|a.pdf|" + twice};
+        QTest::newRow("one name in two folders") << QStringList{"one/a.pdf", "two/a.pdf"} << QByteArray("a.pdf,b.pdf") << false << QStringList{"one/a.pdf>b.pdf: " + folders, "two/a.pdf>b.pdf: " + folders} << QStringList{"1|a.pdf|" + folders};
+        QTest::newRow("extension case") << QStringList{"a.pdf"} << QByteArray("a.pdf,b.PDF") << false << QStringList{"a.pdf>b.PDF: " + extension} << QStringList{"1|a.pdf|" + extension};
+        QTest::newRow("slash in new name") << QStringList{"a.pdf"} << QByteArray("a.pdf,sub/b.pdf") << false << QStringList{"a.pdf>sub/b.pdf: New filename: Remove slashes, colons, or control characters."} << QStringList{"1|a.pdf|New filename: Remove slashes, colons, or control characters."};
+        QTest::newRow("backslash in new name") << QStringList{"a.pdf"} << QByteArray("a.pdf,b\\c.pdf") << false << QStringList{"a.pdf>b\\c.pdf: " + backslash} << QStringList{"1|a.pdf|" + backslash};
+        // The old name is judged before the batch is consulted, and before duplicates are.
+        QTest::newRow("backslash in old name") << QStringList{"a.pdf"} << QByteArray("x\\a.pdf,a.pdf") << false << QStringList{"a.pdf>a.pdf: " + noRow} << QStringList{"1|x\\a.pdf|" + backslash, "-|a.pdf|" + noRow};
+        QTest::newRow("invalid old name twice") << QStringList{} << QByteArray(".x,a.pdf\n.x,b.pdf") << false << QStringList{} << QStringList{"1|.x|Original filename: Hidden filenames and dot names are not supported.", "2|.x|Original filename: Hidden filenames and dot names are not supported."};
+        QTest::newRow("device name, Windows checks on") << QStringList{"a.pdf"} << QByteArray("a.pdf,con.pdf") << true << QStringList{"a.pdf>con.pdf: " + device} << QStringList{"1|a.pdf|" + device};
+        QTest::newRow("device name, Windows checks off") << QStringList{"a.pdf"} << QByteArray("a.pdf,con.pdf") << false << QStringList{"a.pdf>con.pdf"} << QStringList{};
+        QTest::newRow("sheet did not parse") << QStringList{"a.pdf", "b.pdf"} << QByteArray("a.pdf,b.pdf,c") << false << QStringList{"a.pdf>a.pdf: " + fixSheet, "b.pdf>b.pdf: " + fixSheet} << QStringList{"1||Expected exactly two columns. Quote filenames containing the delimiter."};
+        QTest::newRow("empty batch") << QStringList{} << QByteArray("a.pdf,b.pdf\nc.pdf,d.pdf") << false << QStringList{} << QStringList{"1|a.pdf|" + noFile, "2|c.pdf|" + noFile};
+        QTest::newRow("unchanged") << QStringList{"a.pdf"} << QByteArray("a.pdf,a.pdf") << false << QStringList{"a.pdf>a.pdf"} << QStringList{};
+        // b.pdf's own collision gives way to its spreadsheet problem; a.pdf keeps its collision.
+        QTest::newRow("sheet problem replaces the preview's") << QStringList{"a.pdf", "b.pdf"} << QByteArray("a.pdf,x.pdf\nb.pdf,X.PDF") << false << QStringList{"a.pdf>x.pdf: Two files would have the same name (ignoring case and Unicode form).", "b.pdf>X.PDF: " + extension} << QStringList{"2|b.pdf|" + extension};
+        // Code-point order, not UTF-16 order (U+1F600 after U+FF21) nor file-manager order.
+        QTest::newRow("diagnostic order") << QStringList{"\U0001F600.pdf", "b.pdf", "\uFF21.pdf", "B.pdf", "a.pdf", "c.pdf"} << QByteArray("a.pdf,a.PDF\nq.pdf,r.pdf\na.pdf,a2.pdf\nc.pdf,c2.pdf") << false << QStringList{"\U0001F600.pdf>\U0001F600.pdf: " + noRow, "b.pdf>b.pdf: " + noRow, "\uFF21.pdf>\uFF21.pdf: " + noRow, "B.pdf>B.pdf: " + noRow, "a.pdf>a.PDF: " + twice, "c.pdf>c2.pdf"} << QStringList{"1|a.pdf|" + twice, "2|q.pdf|" + noFile, "3|a.pdf|" + twice, "-|B.pdf|" + noRow, "-|b.pdf|" + noRow, "-|\uFF21.pdf|" + noRow, "-|\U0001F600.pdf|" + noRow};
+        // clang-format on
+    }
+
+    void compute() {
+        QFETCH(QStringList, files);
+        QFETCH(QByteArray, sheet);
+        QFETCH(bool, windows);
+        QFETCH(QStringList, rows);
+        QFETCH(QStringList, diagnostics);
+        TemporaryFolder tree;
+        QList<FileRecord> records = batch(tree, files);
+        MappingPreview preview = MappingPreview::compute(
+            records, MappingParser::parse(sheet, MappingFormat::automatic), windows);
+        QCOMPARE(outline(tree, preview.rows), rows);
+        QCOMPARE(outline(preview.diagnostics), diagnostics);
+    }
+
+    // The parser never hands over entries beside a diagnostic, but the order of the
+    // list must not lean on that: the document's own diagnostics lead.
+    void documentDiagnosticsFirst() {
+        TemporaryFolder tree;
+        QList<FileRecord> records = batch(tree, {"a.pdf", "z.pdf"});
+        MappingDocument document{{{4, "q.pdf", "r.pdf"}, {7, "a.pdf", "b.pdf"}},
+                                 {{std::nullopt, std::nullopt, "Earlier problem."}}};
+        MappingPreview preview = MappingPreview::compute(records, document, false);
+        QCOMPARE(outline(tree, preview.rows),
+                 (QStringList{"a.pdf>b.pdf", "z.pdf>z.pdf: " + fixSheet}));
+        QCOMPARE(outline(preview.diagnostics),
+                 (QStringList{"-||Earlier problem.", "4|q.pdf|" + noFile}));
+    }
 };
-
-void MappingPreviewTest::compute_data() {
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QByteArray>("sheet");
-    QTest::addColumn<bool>("windows");
-    QTest::addColumn<QStringList>("rows");
-    QTest::addColumn<QStringList>("diagnostics");
-
-    // clang-format off
-    QTest::newRow("letter case differs") << QStringList{"Report.pdf"} << QByteArray("report.pdf,x.pdf") << false
-        << QStringList{"Report.pdf>Report.pdf: " + noRow} << QStringList{"1|report.pdf|" + noFile, "-|Report.pdf|" + noRow};
-    QTest::newRow("decomposed row, composed file") << QStringList{"caf\u00e9.pdf"} << QByteArray("cafe\u0301.pdf,x.pdf") << false
-        << QStringList{"caf\u00e9.pdf>x.pdf"} << QStringList{};
-    // The first row's new name stays in the intent, so the row still shows where it was going.
-    QTest::newRow("rows 2 and 5 name one file") << QStringList{"a.pdf", "c.pdf", "d.pdf"} << QByteArray("old_name,new_name\na.pdf,b.pdf\nc.pdf,c2.pdf\nd.pdf,d2.pdf\na.pdf,e.pdf") << false
-        << QStringList{"a.pdf>b.pdf: " + twice, "c.pdf>c2.pdf", "d.pdf>d2.pdf"} << QStringList{"2|a.pdf|" + twice, "5|a.pdf|" + twice};
-    QTest::newRow("one name in two folders") << QStringList{"one/a.pdf", "two/a.pdf"} << QByteArray("a.pdf,b.pdf") << false
-        << QStringList{"one/a.pdf>b.pdf: " + folders, "two/a.pdf>b.pdf: " + folders} << QStringList{"1|a.pdf|" + folders};
-    QTest::newRow("extension case") << QStringList{"a.pdf"} << QByteArray("a.pdf,b.PDF") << false
-        << QStringList{"a.pdf>b.PDF: " + extension} << QStringList{"1|a.pdf|" + extension};
-    QTest::newRow("slash in new name") << QStringList{"a.pdf"} << QByteArray("a.pdf,sub/b.pdf") << false
-        << QStringList{"a.pdf>sub/b.pdf: New filename: Remove slashes, colons, or control characters."}
-        << QStringList{"1|a.pdf|New filename: Remove slashes, colons, or control characters."};
-    QTest::newRow("backslash in new name") << QStringList{"a.pdf"} << QByteArray("a.pdf,b\\c.pdf") << false
-        << QStringList{"a.pdf>b\\c.pdf: " + backslash} << QStringList{"1|a.pdf|" + backslash};
-    // The old name is judged before the batch is consulted, and before duplicates are.
-    QTest::newRow("backslash in old name") << QStringList{"a.pdf"} << QByteArray("x\\a.pdf,a.pdf") << false
-        << QStringList{"a.pdf>a.pdf: " + noRow} << QStringList{"1|x\\a.pdf|" + backslash, "-|a.pdf|" + noRow};
-    QTest::newRow("invalid old name twice") << QStringList{} << QByteArray(".x,a.pdf\n.x,b.pdf") << false
-        << QStringList{} << QStringList{"1|.x|Original filename: Hidden filenames and dot names are not supported.", "2|.x|Original filename: Hidden filenames and dot names are not supported."};
-    QTest::newRow("device name, Windows checks on") << QStringList{"a.pdf"} << QByteArray("a.pdf,con.pdf") << true
-        << QStringList{"a.pdf>con.pdf: " + device} << QStringList{"1|a.pdf|" + device};
-    QTest::newRow("device name, Windows checks off") << QStringList{"a.pdf"} << QByteArray("a.pdf,con.pdf") << false
-        << QStringList{"a.pdf>con.pdf"} << QStringList{};
-    QTest::newRow("sheet did not parse") << QStringList{"a.pdf", "b.pdf"} << QByteArray("a.pdf,b.pdf,c") << false
-        << QStringList{"a.pdf>a.pdf: " + fixSheet, "b.pdf>b.pdf: " + fixSheet} << QStringList{"1||Expected exactly two columns. Quote filenames containing the delimiter."};
-    QTest::newRow("empty batch") << QStringList{} << QByteArray("a.pdf,b.pdf\nc.pdf,d.pdf") << false
-        << QStringList{} << QStringList{"1|a.pdf|" + noFile, "2|c.pdf|" + noFile};
-    QTest::newRow("unchanged") << QStringList{"a.pdf"} << QByteArray("a.pdf,a.pdf") << false
-        << QStringList{"a.pdf>a.pdf"} << QStringList{};
-    // b.pdf's own collision gives way to its spreadsheet problem; a.pdf keeps its collision.
-    QTest::newRow("sheet problem replaces the preview's") << QStringList{"a.pdf", "b.pdf"} << QByteArray("a.pdf,x.pdf\nb.pdf,X.PDF") << false
-        << QStringList{"a.pdf>x.pdf: Two files would have the same name (ignoring case and Unicode form).", "b.pdf>X.PDF: " + extension} << QStringList{"2|b.pdf|" + extension};
-    // Code-point order, not UTF-16 order (U+1F600 after U+FF21) nor file-manager order.
-    QTest::newRow("diagnostic order") << QStringList{"\U0001F600.pdf", "b.pdf", "\uFF21.pdf", "B.pdf", "a.pdf", "c.pdf"} << QByteArray("a.pdf,a.PDF\nq.pdf,r.pdf\na.pdf,a2.pdf\nc.pdf,c2.pdf") << false
-        << QStringList{"\U0001F600.pdf>\U0001F600.pdf: " + noRow, "b.pdf>b.pdf: " + noRow, "\uFF21.pdf>\uFF21.pdf: " + noRow, "B.pdf>B.pdf: " + noRow, "a.pdf>a.PDF: " + twice, "c.pdf>c2.pdf"}
-        << QStringList{"1|a.pdf|" + twice, "2|q.pdf|" + noFile, "3|a.pdf|" + twice, "-|B.pdf|" + noRow, "-|b.pdf|" + noRow, "-|\uFF21.pdf|" + noRow, "-|\U0001F600.pdf|" + noRow};
-    // clang-format on
-}
-
-void MappingPreviewTest::compute() {
-    QFETCH(QStringList, files);
-    QFETCH(QByteArray, sheet);
-    QFETCH(bool, windows);
-    QFETCH(QStringList, rows);
-    QFETCH(QStringList, diagnostics);
-    TemporaryFolder tree;
-    QList<FileRecord> records = batch(tree, files);
-    MappingPreview preview = MappingPreview::compute(
-        records, MappingParser::parse(sheet, MappingFormat::automatic), windows);
-    QCOMPARE(outline(tree, preview.rows), rows);
-    QCOMPARE(outline(preview.diagnostics), diagnostics);
-}
-
-// The parser never hands over entries beside a diagnostic, but the order of the
-// list must not lean on that: the document's own diagnostics lead.
-void MappingPreviewTest::documentDiagnosticsFirst() {
-    TemporaryFolder tree;
-    QList<FileRecord> records = batch(tree, {"a.pdf", "z.pdf"});
-    MappingDocument document{{{4, "q.pdf", "r.pdf"}, {7, "a.pdf", "b.pdf"}},
-                             {{std::nullopt, std::nullopt, "Earlier problem."}}};
-    MappingPreview preview = MappingPreview::compute(records, document, false);
-    QCOMPARE(outline(tree, preview.rows), (QStringList{"a.pdf>b.pdf", "z.pdf>z.pdf: " + fixSheet}));
-    QCOMPARE(outline(preview.diagnostics),
-             (QStringList{"-||Earlier problem.", "4|q.pdf|" + noFile}));
-}
 
 QTEST_GUILESS_MAIN(MappingPreviewTest)
 #include "test_mapping_preview.moc"
