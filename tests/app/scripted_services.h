@@ -4,12 +4,6 @@
 #include "app/file_dialogs.h"
 #include "app/url_opener.h"
 
-#include <QList>
-#include <QString>
-#include <QUrl>
-
-#include <optional>
-
 // The user at the open and save panels: answers come from queues filled by the
 // test, in order, and every request is kept so a test can read what was asked.
 // With no answer left, the user cancels.
