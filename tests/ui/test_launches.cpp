@@ -11,13 +11,10 @@
 #include "ui/main_window.h"
 #include "ui/window_launches.h"
 
-#include <QAbstractButton>
-#include <QApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QLabel>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -26,13 +23,6 @@
 namespace {
 
 constexpr int patience = 10000;
-
-QStringList batchNames(const AppModel& model) {
-    QStringList names;
-    for (const FileRecord& file : model.files())
-        names.append(file.name());
-    return names;
-}
 
 // Waits with the event loop running: the window in this process must answer.
 bool ended(QProcess* process, int milliseconds = patience) {
@@ -53,24 +43,10 @@ class LaunchesTest : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase();
-    void init();
-    void cleanup();
-    void laterLaunchesHandTheirItemsToTheOpenWindow();
-    void anUndoElsewhereIsSeenAtOnce();
+    void laterLaunchesAndTheCliReachTheOpenWindow();
 
 private:
     QTemporaryDir disk;
-    bool onBus = false;
-    QString shoot;
-    ScriptedDialogs dialogs;
-    ScriptedClipboard clipboard;
-    RecordingUrlOpener urls;
-    std::unique_ptr<QSettingsStore> settings;
-    std::unique_ptr<AppModel> model;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<LaunchChannel> channel;
-    std::unique_ptr<WindowLaunches> launches;
-
     QString at(const QString& name) const { return disk.filePath(name); }
 
     // Runs `program` from the temporary folder, as a person at a shell would.
@@ -80,7 +56,6 @@ private:
         process->start(program, arguments);
         return process;
     }
-
     // A launch that hands its items to the open window and ends well.
     bool handsOver(const QStringList& arguments) {
         QProcess* launch = run(TESSARY_APP, arguments);
@@ -92,8 +67,7 @@ void LaunchesTest::initTestCase() {
     QVERIFY(disk.isValid());
     // Never the person's own session: a window of theirs must not receive
     // the test's files, nor the test's launches reach their journal.
-    onBus = qEnvironmentVariableIsSet("TESSARY_TEST_BUS");
-    if (!onBus)
+    if (!qEnvironmentVariableIsSet("TESSARY_TEST_BUS"))
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
     qunsetenv("DISPLAY");
     qunsetenv("WAYLAND_DISPLAY");
@@ -106,40 +80,29 @@ void LaunchesTest::initTestCase() {
     qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
-void LaunchesTest::init() {
-    shoot = at("shoot");
-    for (const char* name :
-         {"shoot/IMG_2.jpg", "shoot/IMG_10.jpg", "My Trip/day #1.jpg", "loose/notes.txt"}) {
-        QDir().mkpath(QFileInfo(at(name)).path());
+void LaunchesTest::laterLaunchesAndTheCliReachTheOpenWindow() {
+    for (const char* folder : {"shoot", "My Trip", "loose"})
+        QDir().mkpath(at(folder));
+    for (const char* name : {"shoot/IMG_2.jpg", "shoot/IMG_10.jpg", "My Trip/day #1.jpg",
+                             "My Trip/day #2.jpg", "My Trip/day #3.jpg", "loose/notes.txt"})
         QVERIFY(QFile(at(name)).open(QIODevice::WriteOnly));
-    }
-    settings = std::make_unique<QSettingsStore>(at("settings.ini"));
-    settings->setFlag("hasSeenTutorial", true);
-    dialogs = ScriptedDialogs();
-    model = std::make_unique<AppModel>(PlatformServices{dialogs, clipboard, *settings, urls},
-                                       AppModel::Startup{at("journal"), {}, {}});
-    window = std::make_unique<MainWindow>(*model, *settings, urls);
-    channel = std::make_unique<LaunchChannel>("org.tessary.Tessary");
-    QVERIFY(channel->claim({}, disk.path()));
-    launches = std::make_unique<WindowLaunches>(*model, *window);
-    connect(channel.get(), &LaunchChannel::opened, launches.get(), &WindowLaunches::open);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
-}
-
-void LaunchesTest::cleanup() {
-    launches.reset();
-    channel.reset();
-    window.reset();
-    model.reset();
-    for (const char* folder : {"shoot", "My Trip", "loose", "journal"})
-        QDir(at(folder)).removeRecursively();
-}
-
-void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
-    if (onBus)
+    QSettingsStore settings(at("settings.ini"));
+    settings.setFlag("hasSeenTutorial", true);
+    ScriptedDialogs dialogs;
+    ScriptedClipboard clipboard;
+    RecordingUrlOpener urls;
+    AppModel model(PlatformServices{dialogs, clipboard, settings, urls},
+                   AppModel::Startup{at("journal"), {}, {}});
+    MainWindow window(model, settings, urls);
+    LaunchChannel channel("org.tessary.Tessary");
+    QVERIFY(channel.claim({}, disk.path()));
+    if (qEnvironmentVariableIsSet("TESSARY_TEST_BUS"))
         QVERIFY(
             QDBusConnection::sessionBus().interface()->isServiceRegistered("org.tessary.Tessary"));
+    WindowLaunches launches(model, window);
+    connect(&channel, &LaunchChannel::opened, &launches, &WindowLaunches::open);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
     // Another window of the desktop has the focus when the launch comes.
     QWidget elsewhere;
     elsewhere.show();
@@ -150,42 +113,46 @@ void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
     // and a folder.
     const QString trip = QUrl::fromLocalFile(at("My Trip/day #1.jpg")).toString(QUrl::FullyEncoded);
     QVERIFY(trip.endsWith("/My%20Trip/day%20%231.jpg"));
-    dialogs.openAnswers = {{QUrl::fromLocalFile(shoot)},
+    dialogs.openAnswers = {{QUrl::fromLocalFile(at("shoot"))},
                            {QUrl::fromLocalFile(at("My Trip"))},
                            {QUrl::fromLocalFile(at("loose"))}};
     QVERIFY(handsOver({"shoot/IMG_10.jpg", trip, at("loose")}));
-    QTRY_COMPARE_WITH_TIMEOUT(batchNames(*model),
-                              (QStringList{"day #1.jpg", "IMG_10.jpg", "notes.txt"}), patience);
+    auto names = [&] {
+        QStringList names;
+        for (const FileRecord& file : model.files())
+            names.append(file.name());
+        return names;
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(names(), (QStringList{"day #1.jpg", "IMG_10.jpg", "notes.txt"}),
+                              patience);
     // Through the same access step as a drop.
     QCOMPARE(dialogs.openRequests.size(), 3);
     QCOMPARE(dialogs.openRequests[0].title, "Allow access to shoot");
     QVERIFY(dialogs.openRequests[0].message.startsWith("You selected 3 items. "));
-    QTRY_VERIFY(window->isActiveWindow());
+    QTRY_VERIFY(window.isActiveWindow());
 
     // Items that are not on this computer are refused with a sentence.
     QVERIFY(handsOver({"sftp://host/a.jpg"}));
-    QTRY_COMPARE(model->error(), std::optional<QString>("Only files and folders on this computer "
-                                                        "can be added, so sftp://host/a.jpg was "
-                                                        "not added."));
-    model->setError(std::nullopt);
+    QTRY_COMPARE(model.error(), std::optional<QString>("Only files and folders on this computer "
+                                                       "can be added, so sftp://host/a.jpg was "
+                                                       "not added."));
+    model.setError(std::nullopt);
 
     // While an editor is open the items wait, and are added when it closes.
-    model->setShowSaveRecipe(true);
-    QVERIFY(handsOver({shoot + "/IMG_2.jpg"}));
+    model.setShowSaveRecipe(true);
+    QVERIFY(handsOver({at("shoot/IMG_2.jpg")}));
     QTest::qWait(200);
-    QCOMPARE(model->files().size(), qsizetype(3));
-    model->setShowSaveRecipe(false);
-    QTRY_COMPARE_WITH_TIMEOUT(model->files().size(), qsizetype(4), patience);
+    QCOMPARE(model.files().size(), qsizetype(3));
+    model.setShowSaveRecipe(false);
+    QTRY_COMPARE_WITH_TIMEOUT(model.files().size(), qsizetype(4), patience);
 
     // Two launches at the same moment: neither opens a window, and neither's
     // items are lost.
-    for (const char* name : {"My Trip/day #2.jpg", "My Trip/day #3.jpg"})
-        QVERIFY(QFile(at(name)).open(QIODevice::WriteOnly));
     QProcess* first = run(TESSARY_APP, {"My Trip/day #2.jpg"});
     QProcess* second = run(TESSARY_APP, {"My Trip/day #3.jpg"});
     QVERIFY(ended(first) && ended(second));
     QCOMPARE(first->exitCode() + second->exitCode(), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(model->files().size(), qsizetype(6), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(model.files().size(), qsizetype(6), patience);
 
     // A demonstration opens a window of its own instead.
     QProcess* launch = run(TESSARY_APP, {"--demo"});
@@ -193,25 +160,21 @@ void LaunchesTest::laterLaunchesHandTheirItemsToTheOpenWindow() {
     QCOMPARE(QDir(at("demo/Journal")).exists(), true);
     launch->kill();
     launch->waitForFinished();
-    QCOMPARE(model->files().size(), qsizetype(6));
-}
+    QCOMPARE(model.files().size(), qsizetype(6));
 
-// tessary-cli undoes the window's batch: the window stops offering the undo.
-void LaunchesTest::anUndoElsewhereIsSeenAtOnce() {
-    model->add({QUrl::fromLocalFile(shoot)}, {QUrl::fromLocalFile(shoot)});
+    // tessary-cli undoes the window's batch: the window stops offering the undo.
     RenameRules rules;
     rules.prefix = "x-";
-    model->setRules(rules);
-    QTRY_VERIFY_WITH_TIMEOUT(model->canRename(), patience);
-    model->rename();
-    QTRY_VERIFY_WITH_TIMEOUT(showsText(window.get(), "2 names saved for undo"), patience);
-
+    model.setRules(rules);
+    QTRY_VERIFY_WITH_TIMEOUT(model.canRename(), patience);
+    model.rename();
+    QTRY_VERIFY_WITH_TIMEOUT(showsText(&window, "6 names saved for undo"), patience);
     QProcess* undo = run(TESSARY_CLI, {"undo", "--journal", at("journal")});
     QVERIFY(ended(undo));
     QCOMPARE(undo->exitCode(), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(model->undoCount(), qsizetype(0), patience);
-    QVERIFY(!showsText(window.get(), "2 names saved for undo"));
-    QCOMPARE(QDir(shoot).entryList(QDir::Files), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
+    QTRY_COMPARE_WITH_TIMEOUT(model.undoCount(), qsizetype(0), patience);
+    QVERIFY(!showsText(&window, "6 names saved for undo"));
+    QCOMPARE(QDir(at("shoot")).entryList(QDir::Files), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
 }
 
 QTEST_MAIN(LaunchesTest)
