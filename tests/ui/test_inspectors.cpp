@@ -109,9 +109,7 @@ private slots:
     void startNumberIsClampedBeforeItIsStored();
     void everyControlStoresItsRuleAndShowsTheModels();
     void tokensAndPatternMistakesAreShown();
-    void rulesFromElsewhereFillTheFieldsWithoutEditing();
-    void spreadsheetCardFollowsTheList();
-    void editorTypesClearsOpensAndListsEachIssue();
+    void cardAndEditorFollowTheList();
     void editorClosesEveryWayAndWaitsForFolderAccess();
 
 private:
@@ -220,6 +218,20 @@ void InspectorsTest::everyControlStoresItsRuleAndShowsTheModels() {
         QCOMPARE(format->isEnabled(), shown == expected);
         QVERIFY(shows(&inspector, shown == expected ? u"Custom rules"_s : u"Start fresh"_s));
     }
+    const Recipe& handoff = Recipe::builtIn().front();
+    model->apply(handoff);
+    QVERIFY(shows(&inspector, u"Client handoff"_s));
+    // Showing the recipe wrote nothing back, so it is still the selected one.
+    QCOMPARE(model->selectedRecipe(), std::optional<Recipe>(handoff));
+    // A change elsewhere leaves the cursor of the field being typed in alone.
+    auto* base = named<QLineEdit>(&inspector, u"Base name"_s);
+    base->setFocus();
+    base->setCursorPosition(6);
+    RenameRules rules = model->rules();
+    rules.suffix = u"-v2"_s;
+    model->setRules(rules);
+    QTest::keyClicks(base, u"X"_s);
+    QCOMPARE(model->rules().baseName, u"StudioX North"_s);
 
     click(&inspector, u"Save recipe"_s);
     QVERIFY(model->showSaveRecipe());
@@ -269,60 +281,14 @@ void InspectorsTest::tokensAndPatternMistakesAreShown() {
     QVERIFY(!shows(&inspector, u"{what} is not a token; kept as text"_s));
 }
 
-void InspectorsTest::rulesFromElsewhereFillTheFieldsWithoutEditing() {
-    RulesInspector inspector(*model);
-    inspector.show();
-    auto* base = named<QLineEdit>(&inspector, u"Base name"_s);
-    const Recipe& handoff = Recipe::builtIn().front();
-    model->apply(handoff);
-    QCOMPARE(base->text(), u"Studio North"_s);
-    QVERIFY(shows(&inspector, u"Client handoff"_s));
-    // Showing the recipe wrote nothing back, so it is still the selected one.
-    QCOMPARE(model->selectedRecipe(), std::optional<Recipe>(handoff));
-
-    // A change elsewhere leaves the cursor of the field being typed in alone.
-    base->setFocus();
-    base->setCursorPosition(6);
-    RenameRules rules = model->rules();
-    rules.suffix = u"-v2"_s;
-    model->setRules(rules);
-    QTest::keyClicks(base, u"X"_s);
-    QCOMPARE(model->rules().baseName, u"StudioX North"_s);
-}
-
-void InspectorsTest::spreadsheetCardFollowsTheList() {
+void InspectorsTest::cardAndEditorFollowTheList() {
     QVERIFY(load({u"a.txt"_s, u"b.txt"_s}));
     SpreadsheetInspector card(*model);
     card.show();
     QVERIFY(shows(&card, u"Paste two columns or open CSV / TSV."_s));
-    QVERIFY(!shows(&card, u"Every file has a match"_s));
     click(&card, u"Add spreadsheet"_s);
     QVERIFY(model->showMappingEditor());
     QVERIFY(shows(&card, u"Checking the list…"_s));
-
-    // clang-format off
-    const struct { QString text, status, review; } lists[] = {
-        {u"a.txt,x.txt\nb.txt,y.txt"_s, u"2 mappings · 2 files"_s, {}},
-        {u"a.txt,x.txt"_s, u"1 mappings · 2 files"_s, u"Review 1 spreadsheet issue"_s},
-        {u"c.txt,x.txt"_s, u"1 mappings · 2 files"_s, u"Review 3 spreadsheet issues"_s},
-    };
-    // clang-format on
-    for (const auto& list : lists) {
-        model->updateMappingText(list.text);
-        QVERIFY(settled(*model));
-        QVERIFY2(shows(&card, list.status), qPrintable(list.status));
-        QCOMPARE(shows(&card, u"Every file has a match"_s), list.review.isEmpty());
-        QVERIFY2(list.review.isEmpty() || button(&card, list.review), qPrintable(list.review));
-    }
-    QVERIFY(button(&card, u"Edit spreadsheet"_s));
-    model->setShowMappingEditor(false);
-    click(&card, u"Review 3 spreadsheet issues"_s);
-    QVERIFY(model->showMappingEditor());
-}
-
-void InspectorsTest::editorTypesClearsOpensAndListsEachIssue() {
-    QVERIFY(load({u"a.txt"_s, u"b.txt"_s}));
-    model->editSpreadsheet();
     SpreadsheetEditor editor(*model);
     editor.show();
     QVERIFY(QTest::qWaitForWindowExposed(&editor));
@@ -330,31 +296,38 @@ void InspectorsTest::editorTypesClearsOpensAndListsEachIssue() {
     auto* text = named<MappingTextEditor>(&editor, u"Spreadsheet mapping text"_s);
     auto* format = named<QComboBox>(&editor, u"Spreadsheet format"_s);
 
-    typeInto(text, u"a.txt,x.txt\nz.txt,y.txt"_s);
-    QCOMPARE(model->mappingText(), u"a.txt,x.txt\nz.txt,y.txt"_s);
+    typeInto(text, u"a.txt,x.txt\nz.txt,y.txt\nq.txt,w.txt"_s);
     QVERIFY(shows(&editor, u"Checking the newest text…"_s));
     QVERIFY(settled(*model));
-    QVERIFY(shows(&editor, u"2 spreadsheet issues to resolve"_s));
+    QVERIFY(shows(&editor, u"3 spreadsheet issues to resolve"_s));
     QString listed = issues->toPlainText();
     QVERIFY2(listed.contains(u"Row 2 · z.txt\nNo selected file exactly matches this original "
                              "filename."_s),
              qPrintable(listed));
     QVERIFY2(listed.contains(u"\nb.txt\nNo mapping for this selected file."_s), qPrintable(listed));
+    QVERIFY(shows(&card, u"3 mappings · 2 files"_s));
+    QVERIFY(button(&card, u"Review 3 spreadsheet issues"_s));
+    QVERIFY(!shows(&card, u"Every file has a match"_s));
+
     typeInto(text, u"a.txt,x.txt\nb.txt,y.txt"_s);
     QVERIFY(settled(*model));
     QVERIFY(!issues->isVisibleTo(&editor));
     QVERIFY(shows(&editor, u"2 mappings checked"_s));
     QVERIFY(shows(&editor, u"Return to the live preview to review proposed names and any "
                            "filesystem conflicts. Nothing changes until you confirm Rename."_s));
+    QVERIFY(shows(&card, u"2 mappings · 2 files"_s));
+    QVERIFY(shows(&card, u"Every file has a match"_s));
 
     click(&editor, u"Clear"_s);
-    QCOMPARE(model->mappingText(), QString());
     QVERIFY(settled(*model));
     QCOMPARE(issues->toPlainText(), u"Paste or open two columns: old filename and new filename."_s);
+    QVERIFY(button(&card, u"Review 1 spreadsheet issue"_s));
+    QVERIFY(button(&card, u"Add spreadsheet"_s));
     // A clear is undone like typing, and the model takes the text back.
     text->setFocus();
     QTest::keyClick(text, Qt::Key_Z, Qt::ControlModifier);
     QCOMPARE(model->mappingText(), u"a.txt,x.txt\nb.txt,y.txt"_s);
+    QVERIFY(button(&card, u"Edit spreadsheet"_s));
 
     QFile list(disk->filePath(u"list.TSV"_s));
     QVERIFY(list.open(QIODevice::WriteOnly) && list.write("e.txt\tf.txt\n") == 12);
@@ -365,6 +338,11 @@ void InspectorsTest::editorTypesClearsOpensAndListsEachIssue() {
     QCOMPARE(format->currentText(), u"TSV (tabs)"_s);
     QVERIFY(choose(format, u"CSV (commas)"_s));
     QCOMPARE(model->mappingFormat(), MappingFormat::csv);
+
+    editor.close();
+    QVERIFY(!model->showMappingEditor());
+    click(&card, u"Review 1 spreadsheet issue"_s);
+    QVERIFY(model->showMappingEditor());
 }
 
 void InspectorsTest::editorClosesEveryWayAndWaitsForFolderAccess() {
