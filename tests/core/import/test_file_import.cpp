@@ -58,163 +58,128 @@ QStringList added(const TemporaryFolder& tree, const ImportResult& result) {
 class FileImportTest : public QObject {
     Q_OBJECT
 private slots:
-    void collect_data();
-    void collect();
-    void limit_data();
-    void limit();
-    void emptyAndRepeated();
-    void skippedLinesCapped();
-    void nameNotUtf8();
-};
-
-void FileImportTest::collect_data() {
-    QTest::addColumn<QStringList>("entries");
-    QTest::addColumn<QStringList>("selected");
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QStringList>("skipped");
-    auto row = [](const char* tag, const QStringList& entries, const QStringList& selected,
-                  const QStringList& files, const QStringList& skipped) {
-        QTest::newRow(tag) << entries << selected << files << skipped;
-    };
-    // clang-format off
-    row("one level of a folder", {"dir/a.txt", "dir/.notes", "dir/Sub/deep.txt", "l:dir/ln>a.txt"}, {"dir"}, {"dir/a.txt"}, {"ln: ln" + notPlain, "Sub: Sub" + notPlain});
-    row("selected link, hidden file and bundle", {"real/a.txt", "l:link>real", ".hidden", "X.app/a.txt"}, {"link", ".hidden", "X.app"}, {}, {"link" + skippedItem, ".hidden" + skippedItem, "X.app" + skippedItem});
-    row("file and its folder", {"dir/a.txt", "dir/b.txt"}, {"dir/a.txt", "dir"}, {"dir/a.txt", "dir/b.txt"}, {});
-    row("standardized", {"dir/a.txt"}, {"dir/../dir/./a.txt"}, {"dir/a.txt"}, {});
-    row("file inside a bundle", {"B.app/Contents/Report.pdf"}, {"B.app/Contents/Report.pdf"}, {}, {"Report.pdf: Files inside application or document bundles are not supported."});
-    row("hard-linked file", {"h.txt", "h:h2.txt>h.txt"}, {"h.txt"}, {}, {"h.txt: h.txt" + notPlain});
-    // Refusals appear in the order the files are examined, whatever the listing order.
-    row("examined in natural order", {"d:dir/file 10", "d:dir/file 2", "d:dir/file 1"}, {"dir"}, {}, {"file 1: file 1" + notPlain, "file 2: file 2" + notPlain, "file 10: file 10" + notPlain});
-    // clang-format on
-}
-
-void FileImportTest::collect() {
-    QFETCH(QStringList, entries);
-    QFETCH(QStringList, selected);
-    QFETCH(QStringList, files);
-    QFETCH(QStringList, skipped);
-    TemporaryFolder tree;
-    build(tree, entries);
-    QList<QUrl> urls;
-    for (const QString& path : selected)
-        urls.append(tree.url(path));
-    ImportResult result = FileImport::collect(urls, {}, 5000);
-    QCOMPARE(added(tree, result), files);
-    QCOMPARE(result.skipped, skipped);
-    QVERIFY(!result.reachedLimit);
-}
-
-void FileImportTest::limit_data() {
-    QTest::addColumn<int>("existing");
-    QTest::addColumn<qsizetype>("maximum");
-    QTest::addColumn<QStringList>("entries");
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<int>("skipped");
-    QTest::addColumn<bool>("reachedLimit");
-    auto row = [](const char* tag, int existing, qsizetype maximum, const QStringList& entries,
-                  const QStringList& files, int skipped, bool reachedLimit) {
-        QTest::newRow(tag) << existing << maximum << entries << files << skipped << reachedLimit;
-    };
-    // clang-format off
-    row("room for all", 0, 5000, {"b", "a"}, {"a", "b"}, 0, false);
-    row("room for one: natural order decides", 4999, 5000, {"b", "a"}, {"a"}, 0, true);
-    row("file 2 before file 10", 4999, 5000, {"file 10.txt", "file 2.txt"}, {"file 2.txt"}, 0, true);
-    row("maximum above 5,000", 4999, 1'000'000, {"b", "a"}, {"a"}, 0, true);
-    row("negative maximum", 0, -3, {"a"}, {}, 0, true);
-    row("full, only refused items", 5000, 5000, {"d:Sub", "l:ln>Sub"}, {}, 2, false);
-    // clang-format on
-}
-
-void FileImportTest::limit() {
-    QFETCH(int, existing);
-    QFETCH(qsizetype, maximum);
-    QFETCH(QStringList, entries);
-    QFETCH(QStringList, files);
-    QFETCH(int, skipped);
-    QFETCH(bool, reachedLimit);
-    TemporaryFolder tree;
-    build(tree, entries);
-    QList<qsizetype> done;
-    QString last;
-    ImportResult result = FileImport::collect({tree.url("")}, elsewhere(existing), maximum,
-                                              [&](const RenameProgress& progress) {
-                                                  QCOMPARE(progress.total, entries.size());
-                                                  done.append(progress.done);
-                                                  last = progress.text();
-                                              });
-    // Every item found is counted, also those the limit leaves out.
-    QList<qsizetype> counted(entries.size() + 1);
-    std::iota(counted.begin(), counted.end(), 0);
-    QCOMPARE(done, counted);
-    QCOMPARE(last, entries.size() == 1 ? QStringLiteral("Adding 1 of 1 file…")
-                                       : QStringLiteral("Adding 2 of 2 files…"));
-    QCOMPARE(added(tree, result), files);
-    QCOMPARE(result.files.size(), existing + files.size());
-    QCOMPARE(result.skipped.size(), skipped);
-    QCOMPARE(result.reachedLimit, reachedLimit);
-}
-
-void FileImportTest::emptyAndRepeated() {
-    QList<FileRecord> existing = elsewhere(3);
-    std::reverse(existing.begin(), existing.end());
-    ImportResult empty = FileImport::collect({}, existing, 5000);
-    QCOMPARE(empty.files, RenamePreview::sorted(existing));
-    QVERIFY(empty.files != existing);
-    QVERIFY(empty.skipped.isEmpty());
-    QVERIFY(!empty.reachedLimit);
-
-    TemporaryFolder tree;
-    tree.file("dir/a.txt");
-    tree.file("dir/b.txt");
-    ImportResult first = FileImport::collect({tree.url("dir")}, {}, 5000);
-    QCOMPARE(first.files.size(), 2);
-    // Already full, yet known files are dropped before the limit is consulted.
-    ImportResult again =
-        FileImport::collect({tree.url("dir"), tree.url("dir/a.txt")}, first.files, 2);
-    QCOMPARE(again.files, first.files);
-    QVERIFY(again.skipped.isEmpty());
-    QVERIFY(!again.reachedLimit);
-}
-
-void FileImportTest::skippedLinesCapped() {
-    TemporaryFolder tree;
-    QList<QUrl> links;
-    for (int index = 0; index < 60; ++index) {
-        tree.folder(QStringLiteral("dir/sub%1").arg(index));
-        links.append(QUrl::fromLocalFile(
-            tree.symlink(QStringLiteral("link%1").arg(index), QStringLiteral("dir"))));
+    // With no selection, the whole folder is chosen and its progress followed.
+    void collect_data() {
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<QStringList>("selected");
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<QStringList>("skipped");
+        QTest::addColumn<int>("existing");
+        QTest::addColumn<qsizetype>("maximum");
+        QTest::addColumn<bool>("reachedLimit");
+        auto row = [](const char* tag, const QStringList& entries, const QStringList& selected,
+                      const QStringList& files, const QStringList& skipped, int existing = 0,
+                      qsizetype maximum = 5000, bool reachedLimit = false) {
+            QTest::newRow(tag) << entries << selected << files << skipped << existing << maximum
+                               << reachedLimit;
+        };
+        // clang-format off
+        row("one level of a folder", {"dir/a.txt", "dir/.notes", "dir/Sub/deep.txt", "l:dir/ln>a.txt"}, {"dir"}, {"dir/a.txt"}, {"ln: ln" + notPlain, "Sub: Sub" + notPlain});
+        row("selected link, hidden file and bundle", {"real/a.txt", "l:link>real", ".hidden", "X.app/a.txt"}, {"link", ".hidden", "X.app"}, {}, {"link" + skippedItem, ".hidden" + skippedItem, "X.app" + skippedItem});
+        row("file and its folder", {"dir/a.txt", "dir/b.txt"}, {"dir/a.txt", "dir"}, {"dir/a.txt", "dir/b.txt"}, {});
+        row("standardized", {"dir/a.txt"}, {"dir/../dir/./a.txt"}, {"dir/a.txt"}, {});
+        row("file inside a bundle", {"B.app/Contents/Report.pdf"}, {"B.app/Contents/Report.pdf"}, {}, {"Report.pdf: Files inside application or document bundles are not supported."});
+        row("hard-linked file", {"h.txt", "h:h2.txt>h.txt"}, {"h.txt"}, {}, {"h.txt: h.txt" + notPlain});
+        // Refusals appear in the order the files are examined, whatever the listing order.
+        row("examined in natural order", {"d:dir/file 10", "d:dir/file 2", "d:dir/file 1"}, {"dir"}, {}, {"file 1: file 1" + notPlain, "file 2: file 2" + notPlain, "file 10: file 10" + notPlain});
+        row("room for all", {"b", "a"}, {}, {"a", "b"}, {});
+        row("room for one: natural order decides", {"b", "a"}, {}, {"a"}, {}, 4999, 5000, true);
+        row("file 2 before file 10", {"file 10.txt", "file 2.txt"}, {}, {"file 2.txt"}, {}, 4999, 5000, true);
+        row("maximum above 5,000", {"b", "a"}, {}, {"a"}, {}, 4999, 1'000'000, true);
+        row("negative maximum", {"a"}, {}, {}, {}, 0, -3, true);
+        row("full, only refused items", {"d:Sub", "l:ln>Sub"}, {}, {}, {"ln: ln" + notPlain, "Sub: Sub" + notPlain}, 5000, 5000, false);
+        // clang-format on
     }
-    QCOMPARE(FileImport::collect({tree.url("dir")}, {}, 5000).skipped.size(), 50);
-    // Selected items are refused before any file is examined, so they are never
-    // capped, and they fill the cap for the folder's refusals that follow.
-    QCOMPARE(FileImport::collect(links + QList<QUrl>{tree.url("dir")}, {}, 5000).skipped.size(),
-             60);
-}
 
-void FileImportTest::nameNotUtf8() {
-    TemporaryFolder tree;
-    tree.file("dir/ok.txt");
-    QByteArray path = QFile::encodeName(tree.at("dir")) + "/bad\xff.txt";
-    int fd = ::open(path.constData(), O_CREAT | O_WRONLY, 0600);
-    QVERIFY(fd >= 0);
-    ::close(fd);
-    // The temporary folder removes entries by their decoded names, which miss this one.
-    auto removeBadName = qScopeGuard([&] { ::unlink(path.constData()); });
-    ImportResult result = FileImport::collect({tree.url("dir")}, {}, 5000);
-    QCOMPARE(added(tree, result), QStringList{"dir/ok.txt"});
-    QCOMPARE(result.skipped.size(), 1);
-    QVERIFY2(result.skipped.front().endsWith(": Filenames must be valid UTF-8."),
-             qPrintable(result.skipped.front()));
+    void collect() {
+        QFETCH(QStringList, entries);
+        QFETCH(QStringList, selected);
+        QFETCH(QStringList, files);
+        QFETCH(QStringList, skipped);
+        QFETCH(int, existing);
+        QFETCH(qsizetype, maximum);
+        QFETCH(bool, reachedLimit);
+        TemporaryFolder tree;
+        build(tree, entries);
+        QList<QUrl> urls;
+        for (const QString& path : selected.isEmpty() ? QStringList{""} : selected)
+            urls.append(tree.url(path));
+        QList<qsizetype> done;
+        QString last;
+        ImportResult result = FileImport::collect(urls, elsewhere(existing), maximum,
+                                                  [&](const RenameProgress& progress) {
+                                                      done.append(progress.done);
+                                                      last = progress.text();
+                                                  });
+        QCOMPARE(added(tree, result), files);
+        QCOMPARE(result.files.size(), existing + files.size());
+        QCOMPARE(result.skipped, skipped);
+        QCOMPARE(result.reachedLimit, reachedLimit);
+        if (!selected.isEmpty())
+            return;
+        // Every item found is counted, also those the limit leaves out.
+        QList<qsizetype> counted(entries.size() + 1);
+        std::iota(counted.begin(), counted.end(), 0);
+        QCOMPARE(done, counted);
+        QCOMPARE(last, entries.size() == 1 ? QStringLiteral("Adding 1 of 1 file…")
+                                           : QStringLiteral("Adding 2 of 2 files…"));
+    }
 
-    // Names Linux allows but no new name may have are added, so that they can
-    // be renamed to something a card or a Windows share accepts.
-    tree.file(QStringLiteral("dir/\uFEFFnote.txt"));
-    tree.file(QStringLiteral("dir/10:30:00.png"));
-    tree.file(QStringLiteral("dir/tab\there.txt"));
-    result = FileImport::collect({tree.url("dir")}, {}, 5000);
-    QCOMPARE(result.files.size(), 4);
-    QCOMPARE(result.skipped.size(), 1);
-}
+    // Known files come back in natural order, and are dropped from a new
+    // selection before the limit is consulted, even when the batch is full.
+    void emptyAndRepeated() {
+        QList<FileRecord> existing = elsewhere(3);
+        std::reverse(existing.begin(), existing.end());
+        QCOMPARE(FileImport::collect({}, existing, 5000).files, RenamePreview::sorted(existing));
+        QVERIFY(RenamePreview::sorted(existing) != existing);
+        TemporaryFolder tree;
+        build(tree, {"dir/a.txt", "dir/b.txt"});
+        QList<FileRecord> first = FileImport::collect({tree.url("dir")}, {}, 5000).files;
+        QCOMPARE(first.size(), 2);
+        ImportResult again =
+            FileImport::collect({tree.url("dir"), tree.url("dir/a.txt")}, first, 2);
+        QCOMPARE(again.files, first);
+        QVERIFY(again.skipped.isEmpty() && !again.reachedLimit);
+    }
+
+    void skippedLinesCapped() {
+        TemporaryFolder tree;
+        QList<QUrl> links;
+        for (int index = 0; index < 60; ++index) {
+            tree.folder(QStringLiteral("dir/sub%1").arg(index));
+            links.append(QUrl::fromLocalFile(
+                tree.symlink(QStringLiteral("link%1").arg(index), QStringLiteral("dir"))));
+        }
+        QCOMPARE(FileImport::collect({tree.url("dir")}, {}, 5000).skipped.size(), 50);
+        // Selected items are refused before any file is examined, so they are never
+        // capped, and they fill the cap for the folder's refusals that follow.
+        QCOMPARE(FileImport::collect(links + QList<QUrl>{tree.url("dir")}, {}, 5000).skipped.size(),
+                 60);
+    }
+
+    void nameNotUtf8() {
+        TemporaryFolder tree;
+        tree.file("dir/ok.txt");
+        QByteArray path = QFile::encodeName(tree.at("dir")) + "/bad\xff.txt";
+        QCOMPARE(::close(::open(path.constData(), O_CREAT | O_WRONLY, 0600)), 0);
+        // The temporary folder removes entries by their decoded names, which miss this one.
+        auto removeBadName = qScopeGuard([&] { ::unlink(path.constData()); });
+        ImportResult result = FileImport::collect({tree.url("dir")}, {}, 5000);
+        QCOMPARE(added(tree, result), QStringList{"dir/ok.txt"});
+        QCOMPARE(result.skipped.size(), 1);
+        QVERIFY2(result.skipped.front().endsWith(": Filenames must be valid UTF-8."),
+                 qPrintable(result.skipped.front()));
+
+        // Names Linux allows but no new name may have are added, so that they can
+        // be renamed to something a card or a Windows share accepts.
+        tree.file(QStringLiteral("dir/\uFEFFnote.txt"));
+        tree.file(QStringLiteral("dir/10:30:00.png"));
+        tree.file(QStringLiteral("dir/tab\there.txt"));
+        result = FileImport::collect({tree.url("dir")}, {}, 5000);
+        QCOMPARE(result.files.size(), 4);
+        QCOMPARE(result.skipped.size(), 1);
+    }
+};
 
 QTEST_GUILESS_MAIN(FileImportTest)
 #include "test_file_import.moc"
