@@ -212,8 +212,7 @@ private slots:
         const QString batch = fast.path() + u"/Shoot"_s;
         QVERIFY(QDir().mkpath(batch));
         for (int number = 1; number <= 5000; ++number)
-            QVERIFY(QFile(batch + QStringLiteral("/IMG_%1.jpg").arg(number))
-                        .open(QIODevice::WriteOnly));
+            QVERIFY(QFile(batch + u"/IMG_%1.jpg"_s.arg(number)).open(QFile::WriteOnly));
         QList<RenameProgress> reports;
         QObject listener;
         connect(model.get(), &AppModel::progressChanged, &listener, [&] {
@@ -366,10 +365,7 @@ private slots:
             QCOMPARE(model->error().value_or(""), QString(add.error).replace("%1", disk->path()));
         }
         QVERIFY(model->importDetails().startsWith("Sub: "));
-        const FileDialogs::OpenRequest& first = dialogs->openRequests[0];
-        QCOMPARE(first.title, "Allow access to Photos");
-        QVERIFY(first.chooseFolders && !first.chooseFiles && !first.multiple);
-        QCOMPARE(first.initialFolder, disk->url("Photos"));
+        QCOMPARE(dialogs->openRequests[0].title, "Allow access to Photos");
     }
 
     void recipesAreTrimmedCutAndKeptAcrossRuns() {
@@ -395,7 +391,6 @@ private slots:
             QCOMPARE(model->recipeTitle(), name.stored);
             QCOMPARE(model->showSaveRecipe(), name.typed.trimmed().isEmpty());
         }
-        QCOMPARE(model->savedRecipes().size(), 3);
         model->setRules({.prefix = "edited-"});
         QCOMPARE(model->recipeTitle(), "Custom rules");
 
@@ -403,6 +398,8 @@ private slots:
         model->apply(model->savedRecipes()[1]);
         QCOMPARE(model->recipeTitle(), QString(40, 'n'));
         model->deleteRecipe(model->savedRecipes()[1]);
+        // Three saved (the blank name saved nothing), one deleted.
+        QCOMPARE(model->savedRecipes().size(), 2);
         QVERIFY(model->rules() == RenameRules{.prefix = "c-"});
         QCOMPARE(model->recipeTitle(), "Custom rules");
 
