@@ -37,145 +37,125 @@ QString photo(TemporaryFolder& folder, const QString& name, const QString& taken
     return path;
 }
 
-QByteArray readAll(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("Cannot read %s", qPrintable(path));
-    return file.readAll();
-}
-
-QByteArray bigEndian32(quint32 value) {
-    return QByteArray::fromHex(QByteArray::number(value, 16).rightJustified(8, '0'));
-}
-
 } // namespace
 
 class PhotoDatesTest : public QObject {
     Q_OBJECT
 private slots:
-    void readsDates();
-    void hostileHeaders_data();
-    void hostileHeaders();
-    void ordersAndNumbers_data();
-    void ordersAndNumbers();
-};
+    void readsDates() {
+        TemporaryFolder folder;
+        QDateTime june(QDate(2026, 6, 1), QTime(18, 5));
+        FileFacts dated = MetadataReader::read(photo(folder, "a.jpg", "2026:05:04 09:30:00", june));
+        QCOMPARE(dated.taken, may4);
+        QCOMPARE(dated.modified, QDateTime(june.date(), june.time(), Qt::UTC));
+        QCOMPARE(dated.size, QFileInfo(folder.at("a.jpg")).size());
+        QCOMPARE(dated.problem, std::nullopt);
 
-void PhotoDatesTest::readsDates() {
-    TemporaryFolder folder;
-    QDateTime june(QDate(2026, 6, 1), QTime(18, 5));
-    FileFacts dated = MetadataReader::read(photo(folder, "a.jpg", "2026:05:04 09:30:00", june));
-    QCOMPARE(dated.taken, may4);
-    QCOMPARE(dated.modified, QDateTime(june.date(), june.time(), Qt::UTC));
-    QCOMPARE(dated.size, QFileInfo(folder.at("a.jpg")).size());
-    QCOMPARE(dated.problem, std::nullopt);
+        // No date, a clock that was never set, a kind of file without metadata:
+        // nothing taken, nothing wrong.
+        for (const QString& path :
+             {photo(folder, "b.jpg", "", june), photo(folder, "c.jpg", "0000:00:00 00:00:00", june),
+              folder.file("notes.txt")}) {
+            FileFacts facts = MetadataReader::read(path);
+            QCOMPARE(facts.taken, std::nullopt);
+            QCOMPARE(facts.problem, std::nullopt);
+            QVERIFY(facts.modified.isValid());
+        }
 
-    // No date, a clock that was never set, a kind of file without metadata:
-    // nothing taken, nothing wrong.
-    for (const QString& path :
-         {photo(folder, "b.jpg", "", june), photo(folder, "c.jpg", "0000:00:00 00:00:00", june),
-          folder.file("notes.txt")}) {
-        FileFacts facts = MetadataReader::read(path);
+        // A card pulled out mid-copy: the header is cut inside the EXIF block.
+        photo(folder, "d.jpg", "2026:05:04 09:30:00", june);
+        FileFacts cut = MetadataReader::read(folder.file("cut.jpg", folder.read("d.jpg").left(40)));
+        QCOMPARE(cut.taken, std::nullopt);
+        QCOMPARE(cut.problem, "This file's metadata cannot be read; its header is damaged.");
+        // A FIFO put under a photo's name is not waited on.
+        QCOMPARE(::mkfifo(QFile::encodeName(folder.at("pipe.jpg")).constData(), 0600), 0);
+        for (const char* name : {"gone.jpg", "pipe.jpg"})
+            QCOMPARE(MetadataReader::read(folder.at(name)).problem,
+                     "This file is missing or no longer accessible.");
+    }
+
+    void hostileHeaders_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QByteArray soi = QByteArray::fromHex("ffd8");
+        // clang-format off
+        QTest::newRow("JPEG start only") << soi;
+        QTest::newRow("APP1 longer than the file") << soi + QByteArray::fromHex("ffe1ffff") + "Exif";
+        QTest::newRow("EXIF with a TIFF offset past the end") << soi + QByteArray::fromHex("ffe10010") + QByteArray("Exif\0\0", 6) + QByteArray::fromHex("49492a00ffffff7f");
+        QTest::newRow("TIFF with a directory past the end") << QByteArray::fromHex("49492a00ffffff7f");
+        QTest::newRow("TIFF directory of 65535 entries") << QByteArray::fromHex("4d4d002a00000008ffff") + QByteArray(64, '\xff');
+        QTest::newRow("HEIC box claiming four gigabytes") << QByteArray::fromHex("ffffffff") + "ftypheic" + QByteArray(8, '\0');
+        QTest::newRow("HEIC meta box inside itself") << QByteArray::fromHex("00000018") + "ftypheic" + QByteArray(4, '\0') + "mif1" + QByteArray::fromHex("7fffffff") + "meta" + QByteArray(4, '\0') + QByteArray::fromHex("00000010") + "meta";
+        // clang-format on
+    }
+
+    void hostileHeaders() {
+        QFETCH(QByteArray, bytes);
+        // Whatever the header claims, the reader answers: no date, and never a
+        // crash or an exception.
+        FileFacts facts = MetadataReader::readBytes(bytes);
         QCOMPARE(facts.taken, std::nullopt);
-        QCOMPARE(facts.problem, std::nullopt);
-        QVERIFY(facts.modified.isValid());
+        QCOMPARE(facts.size, bytes.size());
     }
 
-    // A card pulled out mid-copy: the header is cut inside the EXIF block.
-    QByteArray whole = readAll(photo(folder, "d.jpg", "2026:05:04 09:30:00", june));
-    FileFacts cut = MetadataReader::read(folder.file("cut.jpg", whole.left(40)));
-    QCOMPARE(cut.taken, std::nullopt);
-    QCOMPARE(cut.problem, "This file's metadata cannot be read; its header is damaged.");
-    QCOMPARE(MetadataReader::read(folder.at("gone.jpg")).problem,
-             "This file is missing or no longer accessible.");
-    // A FIFO put under a photo's name is not waited on.
-    QCOMPARE(::mkfifo(QFile::encodeName(folder.at("pipe.jpg")).constData(), 0600), 0);
-    QCOMPARE(MetadataReader::read(folder.at("pipe.jpg")).problem,
-             "This file is missing or no longer accessible.");
-}
-
-void PhotoDatesTest::hostileHeaders_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QByteArray soi = QByteArray::fromHex("ffd8");
-    QTest::newRow("JPEG start only") << soi;
-    QTest::newRow("APP1 longer than the file") << soi + QByteArray::fromHex("ffe1ffff") + "Exif";
-    QTest::newRow("EXIF with a TIFF offset past the end")
-        << soi + QByteArray::fromHex("ffe10010") + QByteArray("Exif\0\0", 6) +
-               QByteArray::fromHex("49492a00ffffff7f");
-    QTest::newRow("TIFF with a directory past the end") << QByteArray::fromHex("49492a00ffffff7f");
-    QTest::newRow("TIFF directory of 65535 entries")
-        << QByteArray::fromHex("4d4d002a00000008ffff") + QByteArray(64, '\xff');
-    QTest::newRow("HEIC box claiming four gigabytes")
-        << bigEndian32(0xffffffff) + "ftypheic" + QByteArray(8, '\0');
-    QTest::newRow("HEIC meta box inside itself")
-        << bigEndian32(24) + "ftypheic" + QByteArray(4, '\0') + "mif1" + bigEndian32(0x7fffffff) +
-               "meta" + QByteArray(4, '\0') + bigEndian32(16) + "meta";
-}
-
-void PhotoDatesTest::hostileHeaders() {
-    QFETCH(QByteArray, bytes);
-    // Whatever the header claims, the reader answers: no date, and never a
-    // crash or an exception.
-    FileFacts facts = MetadataReader::readBytes(bytes);
-    QCOMPARE(facts.taken, std::nullopt);
-    QCOMPARE(facts.size, bytes.size());
-}
-
-void PhotoDatesTest::ordersAndNumbers_data() {
-    QTest::addColumn<QString>("order");
-    QTest::addColumn<bool>("descending");
-    QTest::addColumn<QString>("expected");
-    // a and b were taken at the same minute; c records no date taken, so it
-    // counts by its modified date, the day before.
-    QTest::newRow("name") << QString("name") << false << QString("a b c d9 d10");
-    QTest::newRow("name, descending") << QString("name") << true << QString("d10 d9 c b a");
-    QTest::newRow("taken, ties by name") << QString("taken") << false << QString("c a b d9 d10");
-    QTest::newRow("taken, descending") << QString("taken") << true << QString("d10 d9 a b c");
-    QTest::newRow("modified") << QString("modified") << false << QString("d10 d9 b a c");
-    QTest::newRow("size") << QString("size") << false << QString("a b c d9 d10");
-}
-
-void PhotoDatesTest::ordersAndNumbers() {
-    QFETCH(QString, order);
-    QFETCH(bool, descending);
-    QFETCH(QString, expected);
-    TemporaryFolder folder;
-    const QDateTime base(QDate(2026, 5, 1), QTime(12, 0));
-    // Natural order puts d9 before d10; modified times run from d10 to a and
-    // then c, sizes grow with the description's length.
-    photo(folder, "d10.jpg", "2026:05:06 08:00:00", base, QByteArray(400, 'x'));
-    photo(folder, "b.jpg", "2026:05:04 09:30:00", base.addSecs(3 * 3600), QByteArray(100, 'x'));
-    photo(folder, "a.jpg", "2026:05:04 09:30:00", base.addSecs(4 * 3600));
-    photo(folder, "c.jpg", "", QDateTime(QDate(2026, 5, 3), QTime(7, 0)), QByteArray(200, 'x'));
-    photo(folder, "d9.jpg", "2026:05:05 08:00:00", base.addSecs(3600), QByteArray(300, 'x'));
-    QList<FileRecord> files =
-        FileImport::collect({QUrl::fromLocalFile(folder.path())}, {}, 5000).files;
-    QList<std::optional<FileFacts>> facts;
-    for (const FileRecord& file : files)
-        facts.append(MetadataReader::read(file.path));
-
-    RenameRules rules;
-    rules.baseName = QStringLiteral("{taken:MM-dd}");
-    rules.suffix = QStringLiteral(" {folder}");
-    rules.sequence = true;
-    rules.order = *nameOrderFromRaw(order);
-    rules.descending = descending;
-    QList<PreviewRow> rows = RulePreview::rows(files, facts, rules, false);
-    QStringList sorted;
-    const QString folderName = QFileInfo(folder.path()).fileName();
-    for (qsizetype index = 0; index < rows.size(); ++index) {
-        const PreviewRow& row = rows[index];
-        const bool undated = row.intent.source.name() == "c.jpg";
-        sorted.append(row.intent.source.name().chopped(4));
-        QVERIFY2(
-            row.intent.filename.endsWith(
-                QStringLiteral(" %1-%2.jpg").arg(folderName).arg(index + 1, 3, 10, QChar('0'))),
-            qPrintable(row.intent.filename));
-        QCOMPARE(row.problem, std::nullopt);
-        QCOMPARE(row.note.has_value(), undated);
-        QVERIFY(!undated || row.intent.filename.startsWith("05-03"));
+    void ordersAndNumbers_data() {
+        QTest::addColumn<QString>("order");
+        QTest::addColumn<bool>("descending");
+        QTest::addColumn<QString>("expected");
+        // a and b were taken at the same minute; c records no date taken, so it
+        // counts by its modified date, the day before.
+        // clang-format off
+        QTest::newRow("name") << QString("name") << false << QString("a b c d9 d10");
+        QTest::newRow("name, descending") << QString("name") << true << QString("d10 d9 c b a");
+        QTest::newRow("taken, ties by name") << QString("taken") << false << QString("c a b d9 d10");
+        QTest::newRow("taken, descending") << QString("taken") << true << QString("d10 d9 a b c");
+        QTest::newRow("modified") << QString("modified") << false << QString("d10 d9 b a c");
+        QTest::newRow("size") << QString("size") << false << QString("a b c d9 d10");
+        // clang-format on
     }
-    QCOMPARE(sorted.join(' '), expected);
-}
+
+    void ordersAndNumbers() {
+        QFETCH(QString, order);
+        QFETCH(bool, descending);
+        QFETCH(QString, expected);
+        TemporaryFolder folder;
+        const QDateTime base(QDate(2026, 5, 1), QTime(12, 0));
+        // Natural order puts d9 before d10; modified times run from d10 to a and
+        // then c, sizes grow with the description's length.
+        photo(folder, "d10.jpg", "2026:05:06 08:00:00", base, QByteArray(400, 'x'));
+        photo(folder, "b.jpg", "2026:05:04 09:30:00", base.addSecs(3 * 3600), QByteArray(100, 'x'));
+        photo(folder, "a.jpg", "2026:05:04 09:30:00", base.addSecs(4 * 3600));
+        photo(folder, "c.jpg", "", QDateTime(QDate(2026, 5, 3), QTime(7, 0)), QByteArray(200, 'x'));
+        photo(folder, "d9.jpg", "2026:05:05 08:00:00", base.addSecs(3600), QByteArray(300, 'x'));
+        QList<FileRecord> files =
+            FileImport::collect({QUrl::fromLocalFile(folder.path())}, {}, 5000).files;
+        QList<std::optional<FileFacts>> facts;
+        for (const FileRecord& file : files)
+            facts.append(MetadataReader::read(file.path));
+
+        RenameRules rules;
+        rules.baseName = QStringLiteral("{taken:MM-dd}");
+        rules.suffix = QStringLiteral(" {folder}");
+        rules.sequence = true;
+        rules.order = *nameOrderFromRaw(order);
+        rules.descending = descending;
+        QList<PreviewRow> rows = RulePreview::rows(files, facts, rules, false);
+        QStringList sorted;
+        const QString folderName = QFileInfo(folder.path()).fileName();
+        for (qsizetype index = 0; index < rows.size(); ++index) {
+            const PreviewRow& row = rows[index];
+            const bool undated = row.intent.source.name() == "c.jpg";
+            sorted.append(row.intent.source.name().chopped(4));
+            QVERIFY2(
+                row.intent.filename.endsWith(
+                    QStringLiteral(" %1-%2.jpg").arg(folderName).arg(index + 1, 3, 10, QChar('0'))),
+                qPrintable(row.intent.filename));
+            QCOMPARE(row.problem, std::nullopt);
+            QCOMPARE(row.note.has_value(), undated);
+            QVERIFY(!undated || row.intent.filename.startsWith("05-03"));
+        }
+        QCOMPARE(sorted.join(' '), expected);
+    }
+};
 
 QTEST_GUILESS_MAIN(PhotoDatesTest)
 #include "test_photo_dates.moc"
