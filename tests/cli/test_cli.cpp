@@ -16,9 +16,7 @@
 
 #include <cstdio>
 
-#include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 using Json = nlohmann::json;
 
@@ -41,7 +39,6 @@ class CliTest : public QObject {
 private slots:
     void init();
     void previewPrintsEachProposedName();
-    void namesCannotWriteToTheTerminal();
     void previewJsonGivesEachRowAndExitsOneOnConflicts();
     void optionsChooseTheNames_data();
     void optionsChooseTheNames();
@@ -95,12 +92,10 @@ void CliTest::previewPrintsEachProposedName() {
                          "Notes.txt   →  studio-north-003.txt  ·  Ready to rename\n"
                          "3 files ready to rename · 0 unchanged · 0 conflicts\n",
                          "Skipped Sub: Sub is not a regular file, or is a symbolic/hard link.\n"}));
-}
 
-// A name may hold control characters (a download gone wrong, or a name made
-// to clear the screen); the file can be renamed, and its name is printed with
-// them written out, never sent raw to the terminal.
-void CliTest::namesCannotWriteToTheTerminal() {
+    // A name may hold control characters (a download gone wrong, or a name
+    // made to clear the screen); the file can be renamed, and its name is
+    // printed with them written out, never sent raw to the terminal.
     folder->file("odd/clear\x1b[2J.txt");
     folder->file("odd/.hidden\x1b[2J");
     QCOMPARE(
@@ -158,11 +153,8 @@ void CliTest::optionsChooseTheNames() {
     QCOMPARE(run.exitCode, 0);
     QStringList names;
     const Json json = run.json();
-    for (const auto& row : json["rows"]) {
+    for (const auto& row : json["rows"])
         names.append(QString::fromStdString(row["proposed"].get<std::string>()));
-        QVERIFY(QString::fromStdString(row["path"].get<std::string>()).startsWith(at("shoot/")));
-        QVERIFY(row["problem"].is_null());
-    }
     QCOMPARE(names, proposed);
 }
 
@@ -257,16 +249,15 @@ void CliTest::progressIsDrawnOnlyAtATerminal() {
 }
 
 void CliTest::secondOperationIsRefusedWhileOneRuns() {
-    QDir().mkpath(at("journal"));
-    int held = ::open(at("journal/.lock").toUtf8().constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    QCOMPARE(::flock(held, LOCK_EX | LOCK_NB), 0);
+    QFile held(folder->file("journal/.lock", ""));
+    QVERIFY(held.open(QIODevice::ReadWrite));
+    QCOMPARE(::flock(held.handle(), LOCK_EX | LOCK_NB), 0);
     for (const char* command : {"rename --yes --case lower shoot", "undo", "recover"}) {
         QCOMPARE(run(QString(command).split(QLatin1Char(' '))),
                  (CliOutcome{1, "",
                              "Another Tessary operation is running. Try again when it "
                              "finishes.\n"}));
     }
-    ::close(held);
     QCOMPARE(names(), original);
 }
 
