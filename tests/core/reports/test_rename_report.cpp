@@ -1,8 +1,16 @@
 #include "core/reports/rename_report.h"
 
+#include <QFile>
 #include <QTest>
 
 namespace {
+
+const QDateTime exported = QDateTime(QDate(2026, 5, 4), QTime(9, 30), Qt::UTC);
+
+QString expected(const QString& name) {
+    QFile file(QStringLiteral(TESSARY_TEST_DATA "/") + name);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
 
 PreviewRow row(const QString& name, const QString& proposed, std::optional<QString> problem = {}) {
     FileRecord record{"/d/" + name, {1, 2, 3, 4}, {1, 1, 0, 0}};
@@ -14,35 +22,56 @@ PreviewRow row(const QString& name, const QString& proposed, std::optional<QStri
 class RenameReportTest : public QObject {
     Q_OBJECT
 private slots:
-    void draftStatesAndCounts();
+    void draftStatesAndCounts() {
+        RenameReport empty = RenameReport::draft({}, 0, false);
+        QVERIFY(empty.entries.isEmpty());
+        QCOMPARE(empty.changedCount + empty.unchangedCount + empty.blockedCount, 0);
+        QVERIFY(!empty.completed && !empty.batchID);
+        QString html = empty.html();
+        QVERIFY(html.contains("<caption>0 filename records</caption>"));
+        QVERIFY(html.contains("<tbody></tbody>"));
+        QVERIFY(html.contains("0 spreadsheet issues</div><p>Windows filename check: off."));
+
+        RenameReport draft = RenameReport::draft(
+            {row("a.txt", "b.txt"),
+             row(QStringLiteral("caf\u00e9.txt"), QStringLiteral("cafe\u0301.txt")),
+             row("c.txt", "x/y.pdf"), row("d.txt", "d.txt", QStringLiteral("Taken.")),
+             row("e.txt", "e\\f.txt")},
+            2, true);
+        using Entry = RenameReport::Entry;
+        QCOMPARE(draft.entries,
+                 (QList<Entry>{{"a.txt", "b.txt", "Proposed change"},
+                               {QStringLiteral("caf\u00e9.txt"), QStringLiteral("cafe\u0301.txt"),
+                                "Unchanged"},
+                               {"c.txt", "[Invalid filename: path omitted]", "Proposed change"},
+                               {"d.txt", "d.txt", "Needs attention"},
+                               {"e.txt", "[Invalid filename: path omitted]", "Proposed change"}}));
+        QCOMPARE(draft.changedCount, 3);
+        QCOMPARE(draft.unchangedCount, 1);
+        QCOMPARE(draft.blockedCount, 1);
+        QCOMPARE(draft.mappingIssues, 2);
+        QVERIFY(draft.checkWindows);
+    }
+
+    // Reports are compared byte for byte with documents checked in beside the test.
+    void draftAndReceiptMatchTheirDocuments() {
+        RenameReport draft;
+        draft.entries = {{"a&b<c>.txt", "it's \"final\".txt", "Proposed change"},
+                         {"notes.txt", "notes.txt", "Unchanged"},
+                         {"x.pdf", "[Invalid filename: path omitted]", "Needs attention"}};
+        draft.changedCount = draft.unchangedCount = draft.blockedCount = 1;
+        draft.mappingIssues = 2;
+        QCOMPARE(draft.html(exported), expected("draft.html"));
+
+        RenameReport receipt;
+        receipt.entries = {{"IMG_0042.jpg", "studio-north-001.jpg", "Renamed"},
+                           {"café.txt", "résumé.txt", "Renamed"}};
+        receipt.changedCount = 2;
+        receipt.completed = true;
+        receipt.batchID = QUuid::fromString(QStringLiteral("3f2504e0-4f89-11d3-9a0c-0305e82c3301"));
+        QCOMPARE(receipt.html(exported), expected("receipt.html"));
+    }
 };
-
-void RenameReportTest::draftStatesAndCounts() {
-    RenameReport empty = RenameReport::draft({}, 0, false);
-    QVERIFY(empty.entries.isEmpty());
-    QCOMPARE(empty.changedCount + empty.unchangedCount + empty.blockedCount, 0);
-    QVERIFY(!empty.completed && !empty.batchID);
-
-    RenameReport draft = RenameReport::draft(
-        {row("a.txt", "b.txt"),
-         row(QStringLiteral("caf\u00e9.txt"), QStringLiteral("cafe\u0301.txt")),
-         row("c.txt", "x/y.pdf"), row("d.txt", "d.txt", QStringLiteral("Taken.")),
-         row("e.txt", "e\\f.txt")},
-        2, true);
-    using Entry = RenameReport::Entry;
-    QCOMPARE(draft.entries,
-             (QList<Entry>{
-                 {"a.txt", "b.txt", "Proposed change"},
-                 {QStringLiteral("caf\u00e9.txt"), QStringLiteral("cafe\u0301.txt"), "Unchanged"},
-                 {"c.txt", "[Invalid filename: path omitted]", "Proposed change"},
-                 {"d.txt", "d.txt", "Needs attention"},
-                 {"e.txt", "[Invalid filename: path omitted]", "Proposed change"}}));
-    QCOMPARE(draft.changedCount, 3);
-    QCOMPARE(draft.unchangedCount, 1);
-    QCOMPARE(draft.blockedCount, 1);
-    QCOMPARE(draft.mappingIssues, 2);
-    QVERIFY(draft.checkWindows);
-}
 
 QTEST_GUILESS_MAIN(RenameReportTest)
 #include "test_rename_report.moc"
