@@ -39,13 +39,8 @@ private slots:
     void init();
     void cleanup();
     void swapRenamesThroughStagingAndUndoRestores();
-    void unchangedRowsAreSkippedAndNotNumbered();
-    void refusesBatchesBeforeWritingAJournal_data();
-    void refusesBatchesBeforeWritingAJournal();
-    void refusesWhileAnotherOperationHoldsTheLock();
-    void refusesNewBatchesWhileRecoveryIsPending();
-    void undoRefusesWhenTheRenamedFileChanged_data();
-    void undoRefusesWhenTheRenamedFileChanged();
+    void refusesBeforeChangingAnything_data();
+    void refusesBeforeChangingAnything();
     void recoveryCannotFindAMissingFileAndMovesNothing();
     void restoringWhatCanBeFoundSetsTheRestAside();
     void operationsReportEachFileUpToTheTotal();
@@ -61,8 +56,16 @@ private:
         return {FileRecord::make(disk->url(relative)), filename};
     }
     QString journal(const QString& name) const { return disk->at("journal/" + name); }
+    // Every file of the journal folder but its lock, with its content.
+    QMap<QString, QByteArray> journalFiles() const {
+        QMap<QString, QByteArray> files;
+        for (const QString& name : entries(disk->at("journal")))
+            if (name != ".lock")
+                files.insert(name, disk->read("journal/" + name));
+        return files;
+    }
     // Undone after each test, so a failing one leaves no lock or protected file.
-    int folderHeld = -1;
+    int held = -1;
     QString immutable;
 };
 
@@ -74,9 +77,9 @@ void RenameEngineTest::init() {
 }
 
 void RenameEngineTest::cleanup() {
-    if (folderHeld >= 0)
-        ::close(folderHeld);
-    folderHeld = -1;
+    if (held >= 0)
+        ::close(held);
+    held = -1;
     if (!immutable.isEmpty())
         QProcess::execute("chattr", {"-i", immutable});
     immutable.clear();
@@ -89,14 +92,19 @@ void RenameEngineTest::swapRenamesThroughStagingAndUndoRestores() {
     // Linux allows a colon and a tab in a name; undo gives such a name back.
     const QString screenshot = "d/at 10:30\t.png";
     disk->file(screenshot, "C");
-    engine->execute(
-        {intent("d/a.txt", "b.txt"), intent("d/b.txt", "a.txt"), intent(screenshot, "c.png")},
-        5000);
+    disk->file("d/keep.txt", "K");
+    engine->execute({intent("d/keep.txt", "keep.txt"), intent("d/a.txt", "b.txt"),
+                     intent("d/b.txt", "a.txt"), intent(screenshot, "c.png")},
+                    5000);
     QCOMPARE(disk->read("d/a.txt"), QByteArray("B"));
     QCOMPARE(disk->read("d/b.txt"), QByteArray("A"));
-    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt", "c.png"}));
+    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt", "c.png", "keep.txt"}));
     // No active journal, no temporary.
     QCOMPARE(entries(disk->at("journal")), (QStringList{".lock", "undo.json"}));
+    // The unchanged row is skipped and takes no position: the journaled files
+    // are numbered from 0 whatever their rows.
+    QVERIFY(disk->read("journal/undo.json").contains("-2\"") &&
+            !disk->read("journal/undo.json").contains("-3\""));
     QVERIFY(!engine->hasRecovery());
     QCOMPARE(engine->undoCount(), 3);
     auto receipt = engine->completedReport();
@@ -116,45 +124,47 @@ void RenameEngineTest::swapRenamesThroughStagingAndUndoRestores() {
     QCOMPARE(failureOf([&] { engine->undo(); }), "No readable rename journal was found.");
 }
 
-void RenameEngineTest::unchangedRowsAreSkippedAndNotNumbered() {
-    disk->file("d/c.txt", "C");
-    engine->execute(
-        {intent("d/a.txt", "a.txt"), intent("d/c.txt", "z.txt"), intent("d/b.txt", "b.txt")}, 5000);
-    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt", "z.txt"}));
-    QByteArray document = disk->read("journal/undo.json");
-    QVERIFY(document.contains(R"("purpose":"rename")"));
-    QVERIFY(document.contains(R"("completed":true)"));
-    QVERIFY(document.contains(R"(\/d\/z.txt")"));
-    // The one journaled file takes position 0, whatever its row was.
-    QVERIFY(document.contains("-0\"") && !document.contains("-1\""));
-}
-
-void RenameEngineTest::refusesBatchesBeforeWritingAJournal_data() {
+void RenameEngineTest::refusesBeforeChangingAnything_data() {
     QTest::addColumn<QString>("scenario");
+    QTest::addColumn<QString>("operation");
     QTest::addColumn<QString>("expected");
     const QString none = "There are no filename changes to apply.";
     const QString limit = "A batch must contain at most 5,000 unique files.";
+    const QString busy = "Another Tessary operation is running. Try again when it finishes.";
+    const QString pending = "An interrupted batch needs recovery first.";
     // clang-format off
-    QTest::newRow("nothing changes") << "unchanged" << none;
-    QTest::newRow("empty batch") << "empty" << none;
-    QTest::newRow("only the Unicode form changes") << "normalization" << none;
-    QTest::newRow("same file twice") << "twice" << limit;
-    QTest::newRow("over the caller's limit") << "limit" << limit;
-    QTest::newRow("destination created after the preview") << "taken" << "a.txt: A file or folder with this name already exists.";
-    QTest::newRow("file replaced after it was added") << "replaced" << "a.txt: This file changed or moved. Remove it and add it again.";
-    QTest::newRow("another process holds a folder of the batch") << "folder locked" << "Another Tessary operation is using a folder of this batch. Try again when it finishes.";
-    QTest::newRow("staging path would be too long to journal") << "long folder" << "a.txt: The complete path would be too long to journal safely. Shorten the folder path or filename.";
-    QTest::newRow("immutable file") << "immutable" << "a.txt: This file is protected against changes (immutable or append-only), so it cannot be renamed.";
+    QTest::newRow("nothing changes") << "unchanged" << "execute" << none;
+    QTest::newRow("empty batch") << "empty" << "execute" << none;
+    QTest::newRow("only the Unicode form changes") << "normalization" << "execute" << none;
+    QTest::newRow("same file twice") << "twice" << "execute" << limit;
+    QTest::newRow("over the caller's limit") << "limit" << "execute" << limit;
+    QTest::newRow("destination created after the preview") << "taken" << "execute" << "a.txt: A file or folder with this name already exists.";
+    QTest::newRow("file replaced after it was added") << "replaced" << "execute" << "a.txt: This file changed or moved. Remove it and add it again.";
+    QTest::newRow("another process holds a folder of the batch") << "folder locked" << "execute" << "Another Tessary operation is using a folder of this batch. Try again when it finishes.";
+    QTest::newRow("staging path would be too long to journal") << "long folder" << "execute" << "a.txt: The complete path would be too long to journal safely. Shorten the folder path or filename.";
+    QTest::newRow("immutable file") << "immutable" << "execute" << "a.txt: This file is protected against changes (immutable or append-only), so it cannot be renamed.";
     // Two folders on Linux, one path to the journal's reader.
-    QTest::newRow("folders that differ only in Unicode form") << "unicode folders" << "This batch cannot be journaled so that recovery could read it back: two of its paths differ only in Unicode form. Rename those files in separate batches. No new files were renamed.";
+    QTest::newRow("folders that differ only in Unicode form") << "unicode folders" << "execute" << "This batch cannot be journaled so that recovery could read it back: two of its paths differ only in Unicode form. Rename those files in separate batches. No new files were renamed.";
+    QTest::newRow("rename while another operation runs") << "lock held" << "execute" << busy;
+    QTest::newRow("undo while another operation runs") << "lock held" << "undo" << busy;
+    QTest::newRow("recovery while another operation runs") << "lock held" << "recover" << busy;
+    QTest::newRow("rename while recovery is pending") << "pending" << "execute" << pending;
+    QTest::newRow("undo while recovery is pending") << "pending" << "undo" << pending;
+    QTest::newRow("undo of a file replaced by a copy") << "replace" << "undo" << "x.txt was replaced or moved. Undo cannot safely continue.";
+    QTest::newRow("undo of a deleted file") << "delete" << "undo" << "x.txt is missing or no longer accessible.";
+    // The reversal is judged before its journal exists, so no wrapper.
+    QTest::newRow("undo to an original name taken again") << "recreate" << "undo" << "x.txt: A file or folder with this name already exists.";
     // clang-format on
 }
 
-void RenameEngineTest::refusesBatchesBeforeWritingAJournal() {
+void RenameEngineTest::refusesBeforeChangingAnything() {
     QFETCH(QString, scenario);
+    QFETCH(QString, operation);
     QFETCH(QString, expected);
     QList<RenameIntent> intents = {intent("d/a.txt", "new.txt")};
     qsizetype limit = 5000;
+    if (operation == "undo" || scenario == "pending")
+        engine->execute({intent("d/a.txt", "x.txt")}, 5000);
     if (scenario == "unchanged") {
         intents = {intent("d/a.txt", "a.txt")};
     } else if (scenario == "empty") {
@@ -172,9 +182,11 @@ void RenameEngineTest::refusesBatchesBeforeWritingAJournal() {
     } else if (scenario == "replaced") {
         QFile::remove(disk->at("d/a.txt"));
         disk->file("d/a.txt", "A again");
-    } else if (scenario == "folder locked") {
-        folderHeld = ::open(disk->at("d").toUtf8().constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        QCOMPARE(::flock(folderHeld, LOCK_EX | LOCK_NB), 0);
+    } else if (scenario == "folder locked" || scenario == "lock held") {
+        const bool lock = scenario == "lock held";
+        held = ::open((lock ? journal(".lock") : disk->at("d")).toUtf8().constData(),
+                      O_RDONLY | O_CLOEXEC | (lock ? O_CREAT : O_DIRECTORY), 0600);
+        QCOMPARE(::flock(held, LOCK_EX | LOCK_NB), 0);
     } else if (scenario == "long folder") {
         // 980 bytes of folder: the new path fits, its staging path beside it does not.
         QString deep = "long/" + QString(200, 'f') + "/" + QString(200, 'g') + "/" +
@@ -191,67 +203,34 @@ void RenameEngineTest::refusesBatchesBeforeWritingAJournal() {
         disk->file(QStringLiteral("cafe\u0301/b.txt"), "2");
         intents = {intent(QStringLiteral("caf\u00e9/a.txt"), "same.txt"),
                    intent(QStringLiteral("cafe\u0301/b.txt"), "same.txt")};
+    } else if (scenario == "pending") {
+        QVERIFY(QFile::copy(journal("undo.json"), journal("active.json")));
+        QVERIFY(engine->hasRecovery() && !engine->completedReport());
+        intents = {intent("d/b.txt", "y.txt")};
+    } else if (scenario != "recreate") {
+        QFile::remove(disk->at("d/x.txt"));
+        if (scenario == "replace")
+            disk->file("d/x.txt", "A");
+    } else {
+        disk->file("d/a.txt", "new");
     }
-    QCOMPARE(failureOf([&] { engine->execute(intents, limit); }), expected);
-    QCOMPARE(entries(disk->at("journal")), QStringList{".lock"});
+    const auto journalBefore = journalFiles();
+    const QStringList folderBefore = entries(disk->at("d"));
+    QCOMPARE(failureOf([&] {
+                 if (operation == "execute")
+                     engine->execute(intents, limit);
+                 else if (operation == "undo")
+                     engine->undo();
+                 else
+                     engine->recover();
+             }),
+             expected);
+    QCOMPARE(journalFiles(), journalBefore);
+    QCOMPARE(entries(disk->at("d")), folderBefore);
     // Nothing was written into the batch's folders either, not even a probe.
     for (const RenameIntent& refused : intents)
         QCOMPARE(entries(refused.source.folderPath()).filter(".tessary-"), QStringList());
     QVERIFY(!QFile::exists(disk->at("d/new.txt")) || disk->read("d/new.txt") == "someone else's");
-}
-
-void RenameEngineTest::refusesWhileAnotherOperationHoldsTheLock() {
-    int held = ::open(journal(".lock").toUtf8().constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    QCOMPARE(::flock(held, LOCK_EX | LOCK_NB), 0);
-    const QString busy = "Another Tessary operation is running. Try again when it finishes.";
-    QCOMPARE(failureOf([&] { engine->execute({intent("d/a.txt", "x.txt")}, 5000); }), busy);
-    QCOMPARE(failureOf([&] { engine->undo(); }), busy);
-    QCOMPARE(failureOf([&] { engine->recover(); }), busy);
-    ::close(held);
-    QCOMPARE(entries(disk->at("d")), (QStringList{"a.txt", "b.txt"}));
-    engine->execute({intent("d/a.txt", "x.txt")}, 5000);
-    QCOMPARE(entries(disk->at("d")), (QStringList{"b.txt", "x.txt"}));
-}
-
-void RenameEngineTest::refusesNewBatchesWhileRecoveryIsPending() {
-    engine->execute({intent("d/a.txt", "x.txt")}, 5000);
-    QVERIFY(QFile::copy(journal("undo.json"), journal("active.json")));
-    QVERIFY(engine->hasRecovery());
-    QVERIFY(!engine->completedReport());
-    const QString pending = "An interrupted batch needs recovery first.";
-    QCOMPARE(failureOf([&] { engine->execute({intent("d/b.txt", "y.txt")}, 5000); }), pending);
-    QCOMPARE(failureOf([&] { engine->undo(); }), pending);
-    // A completed batch is finished by recovery, not reversed.
-    engine->recover();
-    QVERIFY(!engine->hasRecovery());
-    QCOMPARE(entries(disk->at("d")), (QStringList{"b.txt", "x.txt"}));
-    QCOMPARE(engine->undoCount(), 1);
-}
-
-void RenameEngineTest::undoRefusesWhenTheRenamedFileChanged_data() {
-    QTest::addColumn<QString>("change");
-    QTest::addColumn<QString>("expected");
-    // clang-format off
-    QTest::newRow("replaced by a copy") << "replace" << "x.txt was replaced or moved. Undo cannot safely continue.";
-    QTest::newRow("deleted") << "delete" << "x.txt is missing or no longer accessible.";
-    // The reversal is judged before its journal exists, so no wrapper.
-    QTest::newRow("old name taken again") << "recreate" << "x.txt: A file or folder with this name already exists.";
-    // clang-format on
-}
-
-void RenameEngineTest::undoRefusesWhenTheRenamedFileChanged() {
-    QFETCH(QString, change);
-    QFETCH(QString, expected);
-    engine->execute({intent("d/a.txt", "x.txt")}, 5000);
-    if (change != "recreate")
-        QFile::remove(disk->at("d/x.txt"));
-    if (change == "replace")
-        disk->file("d/x.txt", "A");
-    if (change == "recreate")
-        disk->file("d/a.txt", "new");
-    QCOMPARE(failureOf([&] { engine->undo(); }), expected);
-    QVERIFY(!engine->hasRecovery());
-    QCOMPARE(engine->undoCount(), 1);
 }
 
 // An interrupted batch as the disk shows it after a crash in phase two: the
