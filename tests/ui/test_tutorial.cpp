@@ -155,8 +155,6 @@ void TutorialTest::rulesLoopRenamesAndUndoesOnScreenOnly() {
 
     QVERIFY(press(view.get(), u"Start using Tessary"_s));
     QVERIFY(!view->isVisible());
-    QVERIFY(seen());
-    QVERIFY(!model->showTutorial());
     QVERIFY(model->files().isEmpty());
     QVERIFY(!QFile::exists(disk->filePath(u"journal/undo.json"_s)));
 }
@@ -174,7 +172,6 @@ void TutorialTest::spreadsheetLoopNeedsNoProjectNameAndBackUndoes() {
     QCOMPARE(view->step(), Step::preview);
 
     QVERIFY(press(view.get(), u"Spreadsheet"_s));
-    QVERIFY(!view->findChild<QLineEdit*>()->isVisible());
     QVERIFY(!shows(view.get(), {noProjectName}));
     QVERIFY(
         shows(view.get(), fromSpreadsheet + QStringList{TutorialPractice::spreadsheetSample()}));
