@@ -20,28 +20,28 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The sheet with the confirmation answered by the test: each ask takes the
-// next answer, and with none left the user cancels; or, with `alerts`, the
-// real alert asks.
-class AnsweredTutorial : public TutorialView {
-public:
-    using TutorialView::TutorialView;
-    QList<bool> answers;
-    bool alerts = false;
+// The title and text of the last alert answered.
+QString lastAlert;
+bool press(QWidget* root, const QString& text, const QString& answer = u"Cancel"_s);
 
-protected:
-    bool askToRenameSamples() override {
-        if (alerts)
-            return TutorialView::askToRenameSamples();
-        return !answers.isEmpty() && answers.takeFirst();
-    }
-};
+// An alert that the next step opens is answered with the button `answer`.
+void answerAlert(const QString& answer) {
+    QTimer::singleShot(0, [answer] {
+        if (auto* alert = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            lastAlert = alert->windowTitle() + u"\n"_s + alert->informativeText();
+            press(alert, answer);
+        }
+    });
+}
 
-// False when no such button is on screen or it cannot be pressed.
-bool press(QWidget* root, const QString& text) {
+// False when no such button is on screen or it cannot be pressed. An alert
+// the press opens is answered with `answer`, so that none is left waiting.
+bool press(QWidget* root, const QString& text, const QString& answer) {
     for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
         if (button->text() == text && button->isVisible() && button->isEnabled()) {
+            answerAlert(answer);
             QTest::mouseClick(button, Qt::LeftButton);
+            QCoreApplication::processEvents();
             return true;
         }
     }
@@ -93,12 +93,13 @@ private:
     RecordingUrlOpener urls;
     std::unique_ptr<QSettingsStore> settings;
     std::unique_ptr<AppModel> model;
-    std::unique_ptr<AnsweredTutorial> view;
+    std::unique_ptr<TutorialView> view;
 
     bool seen() const { return settings->flag(u"hasSeenTutorial"_s); }
 };
 
 void TutorialTest::init() {
+    lastAlert.clear();
     disk = std::make_unique<QTemporaryDir>();
     urls = RecordingUrlOpener();
     settings = std::make_unique<QSettingsStore>(disk->filePath(u"settings.ini"_s));
@@ -106,7 +107,7 @@ void TutorialTest::init() {
         PlatformServices{dialogs, clipboard, *settings, urls},
         AppModel::Startup{disk->filePath(u"journal"_s), {}, QProcessEnvironment()});
     model->presentTutorial();
-    view = std::make_unique<AnsweredTutorial>(*model, *settings, urls);
+    view = std::make_unique<TutorialView>(*model, *settings, urls);
     view->show();
     QVERIFY(QTest::qWaitForWindowExposed(view.get()));
 }
@@ -122,23 +123,11 @@ void TutorialTest::rulesLoopRenamesAndUndoesOnScreenOnly() {
     QVERIFY(shows(view.get(), acmeLaunch));
 
     // The alert asks first, and Cancel leaves the samples as they are.
-    view->alerts = true;
-    QString title, message;
-    auto renameAnswering = [&](const QString& choice) {
-        QTimer::singleShot(0, [&, choice] {
-            if (auto* alert = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-                title = alert->windowTitle();
-                message = alert->informativeText();
-                press(alert, choice);
-            }
-        });
-        return press(view.get(), u"Rename sample files"_s);
-    };
-    QVERIFY(renameAnswering(u"Cancel"_s));
-    QCOMPARE(title, u"Rename these 3 sample files?"_s);
-    QVERIFY(message.startsWith(u"This practice changes sample names on screen only."_s));
+    QVERIFY(press(view.get(), u"Rename sample files"_s));
+    QVERIFY(lastAlert.startsWith(u"Rename these 3 sample files?\nThis practice changes sample "
+                                 "names on screen only."_s));
     QCOMPARE(view->step(), Step::preview);
-    QVERIFY(renameAnswering(u"Rename samples"_s));
+    QVERIFY(press(view.get(), u"Rename sample files"_s, u"Rename samples"_s));
     QVERIFY(shows(view.get(), QStringList{"A fresh set of names."} + acmeLaunch));
 
     QVERIFY(press(view.get(), u"Undo sample rename"_s));
@@ -168,6 +157,7 @@ void TutorialTest::spreadsheetLoopNeedsNoProjectNameAndBackUndoes() {
         QVERIFY(shows(view.get(), {problem}));
         QVERIFY(!press(view.get(), u"Rename sample files"_s));
     }
+    QVERIFY(lastAlert.isEmpty());
     view->confirmSampleRename();
     QCOMPARE(view->step(), Step::preview);
 
@@ -177,7 +167,7 @@ void TutorialTest::spreadsheetLoopNeedsNoProjectNameAndBackUndoes() {
         shows(view.get(), fromSpreadsheet + QStringList{TutorialPractice::spreadsheetSample()}));
 
     // Return is the primary button's key.
-    view->answers = {true};
+    answerAlert(u"Rename samples"_s);
     QTest::keyClick(view.get(), Qt::Key_Return);
     QCOMPARE(view->step(), Step::undo);
     QCOMPARE(view->practice().renamedNames, std::optional<QStringList>(fromSpreadsheet));
@@ -206,9 +196,8 @@ void TutorialTest::everyWayOutRecordsTheTutorialAsSeen() {
     QFETCH(QString, way);
     QVERIFY(!seen());
     if (way == "skip after rename") {
-        view->answers = {true};
         QVERIFY(press(view.get(), u"Try sample files"_s));
-        QVERIFY(press(view.get(), u"Rename sample files"_s));
+        QVERIFY(press(view.get(), u"Rename sample files"_s, u"Rename samples"_s));
     }
     if (way.startsWith("skip"))
         QVERIFY(press(view.get(), u"Skip tutorial"_s));
