@@ -51,17 +51,15 @@ class FileSafetyTest : public QObject {
 
 private slots:
     void initTestCase() {
-        tree.file("real/file.txt");
-        tree.file("real/hard.txt");
-        tree.hardlink("real/hard2.txt", "real/hard.txt");
+        for (const char* file : {"real/file.txt", "real/hard.txt", "real/.tessary-staging",
+                                 "X.app/Contents/f.txt", "Y.PhotosLibrary/f.txt"})
+            tree.file(file);
         tree.folder("real/inner");
         tree.folder("real/sub");
-        tree.file("real/.tessary-staging");
+        tree.hardlink("real/hard2.txt", "real/hard.txt");
         tree.symlink("real/ln.txt", "file.txt");
-        QCOMPARE(::mkfifo(tree.at("real/pipe").toUtf8().constData(), 0600), 0);
         tree.symlink("link", "real");
-        tree.file("X.app/Contents/f.txt");
-        tree.file("Y.PhotosLibrary/f.txt");
+        QCOMPARE(::mkfifo(tree.at("real/pipe").toUtf8().constData(), 0600), 0);
     }
 
     void directoryFD_data() {

@@ -218,11 +218,10 @@ void RenameRulesTest::jsonRoundTrip() {
         "order":"taken","descending":true,"regex":true,"removeAccents":true,
         "numberDuplicates":true,"duplicateFormat":"underscore"})");
     Json json = original;
-    std::vector<std::string> keys;
+    std::vector<std::string> keys, expected(std::begin(ruleKeys), std::end(ruleKeys));
+    expected.insert(expected.end(), std::begin(laterKeys), std::end(laterKeys));
     for (const auto& item : json.items())
         keys.push_back(item.key());
-    std::vector<std::string> expected(std::begin(ruleKeys), std::end(ruleKeys));
-    expected.insert(expected.end(), std::begin(laterKeys), std::end(laterKeys));
     QCOMPARE(keys, expected);
     QCOMPARE(json.get<RenameRules>(), original);
     // Keys written by a newer version are ignored, not refused.

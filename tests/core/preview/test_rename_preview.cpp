@@ -91,14 +91,10 @@ private slots:
         QFETCH(QString, changes);
         QFETCH(QStringList, expected);
         TemporaryFolder tree;
-        for (const QString& entry : entries) {
-            if (entry.startsWith(QLatin1String("d:")))
-                tree.folder(entry.mid(2));
-            else if (entry.startsWith(QLatin1String("l:")))
-                tree.symlink(entry.mid(2), "nowhere");
-            else
-                tree.file(entry);
-        }
+        for (const QString& entry : entries)
+            entry.startsWith("d:")   ? tree.folder(entry.mid(2))
+            : entry.startsWith("l:") ? tree.symlink(entry.mid(2), "nowhere")
+                                     : tree.file(entry);
         QList<FileRecord> files;
         for (const QString& rename : renames)
             files.append(
