@@ -150,10 +150,10 @@ void RenameEngineTest::refusesBeforeChangingAnything_data() {
     QTest::newRow("recovery while another operation runs") << "lock held" << "recover" << busy;
     QTest::newRow("rename while recovery is pending") << "pending" << "execute" << pending;
     QTest::newRow("undo while recovery is pending") << "pending" << "undo" << pending;
-    QTest::newRow("undo of a file replaced by a copy") << "replace" << "undo" << "x.txt was replaced or moved. Undo cannot safely continue.";
-    QTest::newRow("undo of a deleted file") << "delete" << "undo" << "x.txt is missing or no longer accessible.";
+    QTest::newRow("undo of a file replaced by a copy") << "renamed file replaced" << "undo" << "x.txt was replaced or moved. Undo cannot safely continue.";
+    QTest::newRow("undo of a deleted file") << "renamed file deleted" << "undo" << "x.txt is missing or no longer accessible.";
     // The reversal is judged before its journal exists, so no wrapper.
-    QTest::newRow("undo to an original name taken again") << "recreate" << "undo" << "x.txt: A file or folder with this name already exists.";
+    QTest::newRow("undo to an original name taken again") << "original name taken" << "undo" << "x.txt: A file or folder with this name already exists.";
     // clang-format on
 }
 
@@ -207,12 +207,12 @@ void RenameEngineTest::refusesBeforeChangingAnything() {
         QVERIFY(QFile::copy(journal("undo.json"), journal("active.json")));
         QVERIFY(engine->hasRecovery() && !engine->completedReport());
         intents = {intent("d/b.txt", "y.txt")};
-    } else if (scenario != "recreate") {
-        QFile::remove(disk->at("d/x.txt"));
-        if (scenario == "replace")
-            disk->file("d/x.txt", "A");
-    } else {
+    } else if (scenario == "original name taken") {
         disk->file("d/a.txt", "new");
+    } else if (scenario.startsWith("renamed file")) {
+        QFile::remove(disk->at("d/x.txt"));
+        if (scenario == "renamed file replaced")
+            disk->file("d/x.txt", "A");
     }
     const auto journalBefore = journalFiles();
     const QStringList folderBefore = entries(disk->at("d"));
