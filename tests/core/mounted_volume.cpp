@@ -163,11 +163,10 @@ bool MountedVolume::comeBack(const QString& contents) {
     file.close();
     if (auto held = attach(placeholder))
         placeholders.append(*held);
+    // Forgotten when it cannot be attached again: its number may be another's.
     auto again = attach(scratch.filePath("image"));
-    if (!again)
-        return false;
-    device = *again;
-    return mount();
+    device = again.value_or(QString());
+    return again && mount();
 }
 
 MountedVolume::~MountedVolume() {

@@ -41,7 +41,7 @@ static int listed(const char* call) {
     return 0;
 }
 
-/* 0 to let the call run, or the errno it must fail with. */
+/* Whether the call must fail; errno then says how. */
 static int step(const char* call) {
     const char* at = getenv("TESSARY_FAULT_AT");
     if (!at || !*at || !listed(call))
@@ -65,8 +65,10 @@ static int step(const char* call) {
             int value;
         } errnos[] = {{"ENOSPC", ENOSPC}, {"EIO", EIO}, {"EXDEV", EXDEV}, {"EINVAL", EINVAL}};
         for (size_t i = 0; i < sizeof errnos / sizeof *errnos; ++i) {
-            if (strcmp(action, errnos[i].name) == 0)
-                return errnos[i].value;
+            if (strcmp(action, errnos[i].name) == 0) {
+                errno = errnos[i].value;
+                return 1;
+            }
         }
     }
     return 0;
@@ -74,51 +76,35 @@ static int step(const char* call) {
 
 #define NEXT(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
 
-#define FAIL_OR_RUN(call)                                                                          \
-    do {                                                                                           \
-        int injected = step(call);                                                                 \
-        if (injected) {                                                                            \
-            errno = injected;                                                                      \
-            return -1;                                                                             \
-        }                                                                                          \
-    } while (0)
-
 int renameat2(int olddirfd, const char* oldpath, int newdirfd, const char* newpath,
               unsigned int flags) {
-    FAIL_OR_RUN("renameat2");
-    return NEXT(renameat2)(olddirfd, oldpath, newdirfd, newpath, flags);
+    return step("renameat2") ? -1 : NEXT(renameat2)(olddirfd, oldpath, newdirfd, newpath, flags);
 }
 
 int renameat(int olddirfd, const char* oldpath, int newdirfd, const char* newpath) {
-    FAIL_OR_RUN("renameat");
-    return NEXT(renameat)(olddirfd, oldpath, newdirfd, newpath);
+    return step("renameat") ? -1 : NEXT(renameat)(olddirfd, oldpath, newdirfd, newpath);
 }
 
 int fsync(int fd) {
-    FAIL_OR_RUN("fsync");
-    return NEXT(fsync)(fd);
+    return step("fsync") ? -1 : NEXT(fsync)(fd);
 }
 
 int syncfs(int fd) {
-    FAIL_OR_RUN("syncfs");
-    return NEXT(syncfs)(fd);
+    return step("syncfs") ? -1 : NEXT(syncfs)(fd);
 }
 
 int unlinkat(int dirfd, const char* pathname, int flags) {
-    FAIL_OR_RUN("unlinkat");
-    return NEXT(unlinkat)(dirfd, pathname, flags);
+    return step("unlinkat") ? -1 : NEXT(unlinkat)(dirfd, pathname, flags);
 }
 
 int linkat(int olddirfd, const char* oldpath, int newdirfd, const char* newpath, int flags) {
-    FAIL_OR_RUN("linkat");
-    return NEXT(linkat)(olddirfd, oldpath, newdirfd, newpath, flags);
+    return step("linkat") ? -1 : NEXT(linkat)(olddirfd, oldpath, newdirfd, newpath, flags);
 }
 
 ssize_t write(int fd, const void* buffer, size_t count) {
     struct stat status;
-    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode))
-        FAIL_OR_RUN("write");
-    return NEXT(write)(fd, buffer, count);
+    int regular = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+    return regular && step("write") ? -1 : NEXT(write)(fd, buffer, count);
 }
 
 int statx(int dirfd, const char* pathname, int flags, unsigned int mask, struct statx* buffer) {
