@@ -188,7 +188,6 @@ private slots:
         model->exportReport(true);
         QCOMPARE(dialogs->saveRequests.last().proposedName, "Tessary-rename-receipt.html");
         QCOMPARE(model->notice(), "Rename receipt saved. It records the last completed batch.");
-        QVERIFY(disk->read("receipt.html").contains("<h1>Completed rename receipt</h1>"));
         QVERIFY(disk->read("receipt.html").contains("y.txt"));
         // The rename emptied the batch: there is no draft to offer.
         model->exportReport(false);
@@ -403,8 +402,6 @@ private slots:
 
     void spreadsheetTextKeepsItsLastGoodVersion() {
         QVERIFY(load("in", {"a.txt", "b.txt"}));
-        disk->file("list.TSV", "a.txt\tz.txt\n");
-        disk->file("latin1.csv", "a.txt,\xe9.txt\n");
         const QString pasted = "a.txt\tx.txt\nb.txt\ty.txt\n";
         using enum RenameMode;
         using enum MappingFormat;
@@ -414,8 +411,8 @@ private slots:
             {[&] { model->setMappingFormat(csv); clipboard.contents = pasted; model->pasteMapping(); }, pasted, {}, spreadsheet, automatic, 2},
             {[&] { model->updateMappingText(QString(4 * 1024 * 1024 + 1, 'a')); }, pasted, "This text exceeds 4 MiB and was not loaded. Edit or clear the text, or open a smaller spreadsheet.", spreadsheet, automatic, 0},
             {[&] { model->clearMapping(); }, {}, {}, spreadsheet, automatic, 0},
-            {[&] { model->setMode(rules); model->loadMapping(disk->url("list.TSV")); }, "a.txt\tz.txt\n", {}, spreadsheet, tsv, 1},
-            {[&] { model->setMode(rules); model->loadMapping(disk->url("latin1.csv")); }, "a.txt\tz.txt\n", "Spreadsheet not loaded. Use UTF-8 CSV or TSV. This file uses an unsupported encoding. Edit or clear the existing text, or open another file.", rules, tsv, 0},
+            {[&] { model->setMode(rules); model->loadMapping(QUrl::fromLocalFile(disk->file("list.TSV", "a.txt\tz.txt\n"))); }, "a.txt\tz.txt\n", {}, spreadsheet, tsv, 1},
+            {[&] { model->setMode(rules); model->loadMapping(QUrl::fromLocalFile(disk->file("latin1.csv", "a.txt,\xe9.txt\n"))); }, "a.txt\tz.txt\n", "Spreadsheet not loaded. Use UTF-8 CSV or TSV. This file uses an unsupported encoding. Edit or clear the existing text, or open another file.", rules, tsv, 0},
         };
         // clang-format on
         for (const auto& step : steps) {
