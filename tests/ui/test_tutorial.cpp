@@ -156,7 +156,6 @@ void TutorialTest::spreadsheetLoopNeedsNoProjectNameAndBackUndoes() {
         QVERIFY(shows(view.get(), {problem}));
         QVERIFY(!press(view.get(), u"Rename sample files"_s));
     }
-    QVERIFY(lastAlert.isEmpty());
     view->confirmSampleRename();
     QCOMPARE(view->step(), Step::preview);
 
@@ -168,8 +167,7 @@ void TutorialTest::spreadsheetLoopNeedsNoProjectNameAndBackUndoes() {
     // Return is the primary button's key.
     answerAlert(u"Rename samples"_s);
     QTest::keyClick(view.get(), Qt::Key_Return);
-    QCOMPARE(view->step(), Step::undo);
-    QCOMPARE(view->practice().renamedNames, std::optional<QStringList>(fromSpreadsheet));
+    QVERIFY(shows(view.get(), QStringList{"A fresh set of names."} + fromSpreadsheet));
     // A second confirmation finds the samples already renamed.
     const TutorialPractice once = view->practice();
     view->confirmSampleRename();
