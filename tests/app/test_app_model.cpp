@@ -28,9 +28,9 @@ namespace {
 // take longer than ten seconds.
 constexpr int patience = 60000;
 
-// A real model whose finished preview computations are counted, and one held back so
-// that a test can supersede one at a moment of its choosing. What they share
-// with the test outlives the model: a computation may still run when it goes.
+// A real model whose preview computations are counted as they finish, and held
+// back so that a test can supersede one at a moment of its choosing. What they
+// share with the test outlives the model: a computation may still run when it goes.
 struct Observation {
     std::atomic<int> finished{0};
     // The next computation releases `held` once it has started, then waits for `gate`.
@@ -261,6 +261,7 @@ private slots:
     void recoveryIsOfferedAtTheNextRunWithAWayOut() {
         // clang-format off
         const struct { std::function<void()> damage; QString error; QStringList missing; QString notice; QStringList kept; } runs[] = {
+            // Left as it was: recovery puts the original names back.
             {[] {}, {}, {}, "Recovery finished. Original names restored, or the completed batch was saved for undo.", {"a.txt"}},
             // A volume unplugged for good: its folder cannot be chosen, so it is not asked for.
             {[&] { QVERIFY(QDir(disk->at("Unplugged")).removeRecursively()); }, "Recovery cannot find the original u 1.txt.", {"u 1.txt", "u 2.txt", "u 3.txt", "u 4.txt", "u 5.txt", "u 6.txt", "u 7.txt", "u 8.txt", "u 9.txt", "u 10.txt", "and 1 more"}, "1 file is back under its original name. 11 files could not be found; their names are kept in set-aside.json in the journal folder.", {"a.txt"}},
@@ -312,7 +313,7 @@ private slots:
             QCOMPARE(QString(model->notice()).replace(record, u"set-aside"_s), run.notice);
             // Hidden entries included: a staging name left behind is a fault.
             QCOMPARE(QDir(disk->at("Kept")).entryList(QDir::Files | QDir::Hidden), run.kept);
-            // Tessary's a.txt is whole, under the first of the names left.
+            // The batch's own a.txt is whole, under the first of the names left.
             QCOMPARE(disk->read("Kept/" + run.kept.first()), QByteArray("content"));
             QVERIFY(load("Kept"));
             QVERIFY(model->canRename());
