@@ -41,7 +41,6 @@ bool showsText(QWidget* root, const QString& text) {
 class LaunchesTest : public QObject {
     Q_OBJECT
 private slots:
-    void initTestCase();
     void laterLaunchesAndTheCliReachTheOpenWindow();
 
 private:
@@ -62,7 +61,7 @@ private:
     }
 };
 
-void LaunchesTest::initTestCase() {
+void LaunchesTest::laterLaunchesAndTheCliReachTheOpenWindow() {
     QVERIFY(disk.isValid());
     // Never the person's own session: a window of theirs must not receive
     // the test's files, nor the test's launches reach their journal.
@@ -77,9 +76,7 @@ void LaunchesTest::initTestCase() {
     qputenv("XDG_CONFIG_HOME", at("config").toUtf8());
     qputenv("TESSARY_DEMO_ROOT", at("demo").toUtf8());
     qputenv("QT_QPA_PLATFORM", "offscreen");
-}
 
-void LaunchesTest::laterLaunchesAndTheCliReachTheOpenWindow() {
     for (const char* folder : {"shoot", "My Trip", "loose"})
         QDir().mkpath(at(folder));
     for (const char* name : {"shoot/IMG_2.jpg", "shoot/IMG_10.jpg", "My Trip/day #1.jpg",
