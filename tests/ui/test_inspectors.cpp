@@ -314,7 +314,6 @@ void InspectorsTest::cardAndEditorFollowTheList() {
     click(&editor, u"Clear"_s);
     QVERIFY(settled(*model));
     QCOMPARE(issues->toPlainText(), u"Paste or open two columns: old filename and new filename."_s);
-    QVERIFY(button(&card, u"Add spreadsheet"_s));
     model->setShowMappingEditor(false);
     click(&card, u"Review 1 spreadsheet issue"_s);
     QVERIFY(model->showMappingEditor());
