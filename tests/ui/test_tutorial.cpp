@@ -35,7 +35,8 @@ void answerAlert(const QString& answer) {
 }
 
 // False when no such button is on screen or it cannot be pressed. An alert
-// the press opens is answered with `answer`, so that none is left waiting.
+// the press opens is answered with `answer`, so none waits for a person; an
+// answer that no alert took is spent before the next press.
 bool press(QWidget* root, const QString& text, const QString& answer) {
     for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
         if (button->text() == text && button->isVisible() && button->isEnabled()) {
