@@ -116,13 +116,12 @@ private slots:
         QFETCH(bool, recipe);
         QFETCH(QString, pointer);
         QFETCH(QString, value);
-        if (recipe) {
-            Json json = Recipe{QUuid::createUuid(), "Mine", "globe", RenameRules()};
-            QVERIFY_THROWS_EXCEPTION(RenameFailure, edited(json, pointer, value).get<Recipe>());
-        } else {
-            QVERIFY_THROWS_EXCEPTION(RenameFailure,
-                                     edited(RenameRules(), pointer, value).get<RenameRules>());
-        }
+        Json json =
+            edited(recipe ? Json(Recipe{QUuid::createUuid(), "Mine", "globe", RenameRules()})
+                          : Json(RenameRules()),
+                   pointer, value);
+        QVERIFY_THROWS_EXCEPTION(RenameFailure,
+                                 recipe ? (void)json.get<Recipe>() : (void)json.get<RenameRules>());
     }
 };
 
