@@ -141,24 +141,17 @@ private slots:
             QCOMPARE(record, (FileRecord{path, identities.file, identities.folder}));
     }
 
-    void isInsidePackage_data() {
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<bool>("inside");
-        // clang-format off
-        QTest::newRow("app") << "/Applications/Tool.app/Contents/Info.plist" << true;
-        QTest::newRow("extension lower-cased") << "/Users/x/Photos.PhotosLibrary/a.jpg" << true;
-        QTest::newRow("the file itself") << "/Users/x/doc.pages" << false;
-        QTest::newRow("folder named like an extension") << "/Users/app/a.txt" << false;
-        QTest::newRow("folder with another extension") << "/Users/x/Trip.2024/a.jpg" << false;
-        QTest::newRow("standardized away") << "/Users/Tool.app/../a.txt" << false;
-        QTest::newRow("remote") << "https://example.com/Tool.app/a.txt" << false;
-        // clang-format on
-    }
-
     void isInsidePackage() {
-        QFETCH(QString, file);
-        QFETCH(bool, inside);
-        QCOMPARE(FileSafety::isInsidePackage(location(file)), inside);
+        // clang-format off
+        for (auto [file, inside] : {std::pair{"/Applications/Tool.app/Contents/Info.plist", true},
+                                    {"/Users/x/Photos.PhotosLibrary/a.jpg", true}, // the extension lower-cased
+                                    {"/Users/x/doc.pages", false}, // the file itself
+                                    {"/Users/app/a.txt", false}, // a folder named like an extension
+                                    {"/Users/x/Trip.2024/a.jpg", false}, // a folder with another extension
+                                    {"/Users/Tool.app/../a.txt", false}, // standardized away
+                                    {"https://example.com/Tool.app/a.txt", false}})
+            QVERIFY2(FileSafety::isInsidePackage(location(file)) == inside, file);
+        // clang-format on
     }
 
     void requiredFoldersAndIdentity() {
@@ -179,24 +172,15 @@ private slots:
         }
     }
 
-    void accepts_data() {
-        QTest::addColumn<QString>("selected");
-        QTest::addColumn<QString>("requested");
-        QTest::addColumn<bool>("accepted");
-        // clang-format off
-        QTest::newRow("trailing slash") << "/Users/x/Docs/" << "/Users/x/Docs" << true;
-        QTest::newRow("dot components") << "/Users/x/./y/../Docs" << "/Users/x/Docs" << true;
-        QTest::newRow("normalization form") << "/Users/x/Caf\u00e9" << "/Users/x/Cafe\u0301" << true;
-        QTest::newRow("link alias") << "link" << "real" << false;
-        QTest::newRow("remote") << "https://example.com/Docs" << "https://example.com/Docs" << false;
-        // clang-format on
-    }
-
     void accepts() {
-        QFETCH(QString, selected);
-        QFETCH(QString, requested);
-        QFETCH(bool, accepted);
-        QCOMPARE(FolderAuthorization::accepts(location(selected), location(requested)), accepted);
+        // clang-format off
+        for (auto [selected, requested, accepted] : {std::tuple{"/Users/x/Docs/", "/Users/x/Docs", true}, // trailing slash
+                                                     {"/Users/x/./y/../Docs", "/Users/x/Docs", true},
+                                                     {"/Users/x/Caf\u00e9", "/Users/x/Cafe\u0301", true}, // normalization form
+                                                     {"link", "real", false}, // an alias through a link
+                                                     {"https://example.com/Docs", "https://example.com/Docs", false}})
+            QVERIFY2(FolderAuthorization::accepts(location(selected), location(requested)) == accepted, selected);
+        // clang-format on
     }
 };
 

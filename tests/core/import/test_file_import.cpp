@@ -53,55 +53,48 @@ QStringList added(const TemporaryFolder& tree, const ImportResult& result) {
     return paths;
 }
 
+// What a selection in a folder of `entries` adds to a batch of `existing` others.
+struct Collected {
+    QStringList entries{}, selected{}, files{}, skipped{};
+    int existing = 0;
+    qsizetype maximum = 5000;
+    bool reachedLimit = false;
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(Collected)
 
 class FileImportTest : public QObject {
     Q_OBJECT
 private slots:
     // With no selection, the whole folder is chosen and its progress followed.
     void collect_data() {
-        QTest::addColumn<QStringList>("entries");
-        QTest::addColumn<QStringList>("selected");
-        QTest::addColumn<QStringList>("files");
-        QTest::addColumn<QStringList>("skipped");
-        QTest::addColumn<int>("existing");
-        QTest::addColumn<qsizetype>("maximum");
-        QTest::addColumn<bool>("reachedLimit");
-        auto row = [](const char* tag, const QStringList& entries, const QStringList& selected,
-                      const QStringList& files, const QStringList& skipped, int existing = 0,
-                      qsizetype maximum = 5000, bool reachedLimit = false) {
-            QTest::newRow(tag) << entries << selected << files << skipped << existing << maximum
-                               << reachedLimit;
-        };
+        QTest::addColumn<Collected>("expected");
         // clang-format off
-        row("one level of a folder", {"dir/a.txt", "dir/.notes", "dir/Sub/deep.txt", "l:dir/ln>a.txt"}, {"dir"}, {"dir/a.txt"}, {"ln: ln" + notPlain, "Sub: Sub" + notPlain});
-        row("selected link, hidden file and bundle", {"real/a.txt", "l:link>real", ".hidden", "X.app/a.txt"}, {"link", ".hidden", "X.app"}, {}, {"link" + skippedItem, ".hidden" + skippedItem, "X.app" + skippedItem});
-        row("file and its folder", {"dir/a.txt", "dir/b.txt"}, {"dir/a.txt", "dir"}, {"dir/a.txt", "dir/b.txt"}, {});
-        row("standardized", {"dir/a.txt"}, {"dir/../dir/./a.txt"}, {"dir/a.txt"}, {});
-        row("file inside a bundle", {"B.app/Contents/Report.pdf"}, {"B.app/Contents/Report.pdf"}, {}, {"Report.pdf: Files inside application or document bundles are not supported."});
-        row("hard-linked file", {"h.txt", "h:h2.txt>h.txt"}, {"h.txt"}, {}, {"h.txt: h.txt" + notPlain});
+        QTest::newRow("one level of a folder") << Collected{{"dir/a.txt", "dir/.notes", "dir/Sub/deep.txt", "l:dir/ln>a.txt"}, {"dir"}, {"dir/a.txt"}, {"ln: ln" + notPlain, "Sub: Sub" + notPlain}};
+        QTest::newRow("selected link, hidden file and bundle") << Collected{{"real/a.txt", "l:link>real", ".hidden", "X.app/a.txt"}, {"link", ".hidden", "X.app"}, {}, {"link" + skippedItem, ".hidden" + skippedItem, "X.app" + skippedItem}};
+        QTest::newRow("file and its folder") << Collected{{"dir/a.txt", "dir/b.txt"}, {"dir/a.txt", "dir"}, {"dir/a.txt", "dir/b.txt"}, {}};
+        QTest::newRow("standardized") << Collected{{"dir/a.txt"}, {"dir/../dir/./a.txt"}, {"dir/a.txt"}, {}};
+        QTest::newRow("file inside a bundle") << Collected{{"B.app/Contents/Report.pdf"}, {"B.app/Contents/Report.pdf"}, {}, {"Report.pdf: Files inside application or document bundles are not supported."}};
+        QTest::newRow("hard-linked file") << Collected{{"h.txt", "h:h2.txt>h.txt"}, {"h.txt"}, {}, {"h.txt: h.txt" + notPlain}};
         // Refusals appear in the order the files are examined, whatever the listing order.
-        row("examined in natural order", {"d:dir/file 10", "d:dir/file 2", "d:dir/file 1"}, {"dir"}, {}, {"file 1: file 1" + notPlain, "file 2: file 2" + notPlain, "file 10: file 10" + notPlain});
+        QTest::newRow("examined in natural order") << Collected{{"d:dir/file 10", "d:dir/file 2", "d:dir/file 1"}, {"dir"}, {}, {"file 1: file 1" + notPlain, "file 2: file 2" + notPlain, "file 10: file 10" + notPlain}};
         // Names Linux allows but no new name may have are added, so that they can
         // be renamed to something a card or a Windows share accepts.
-        row("names no new name may have", {"dir/\uFEFFnote.txt", "dir/10:30:00.png", "dir/tab\there.txt"}, {"dir"}, {"dir/10:30:00.png", "dir/\uFEFFnote.txt", "dir/tab\there.txt"}, {});
-        row("room for all", {"b", "a"}, {}, {"a", "b"}, {});
-        row("room for one: natural order decides", {"b", "a"}, {}, {"a"}, {}, 4999, 5000, true);
-        row("file 2 before file 10", {"file 10.txt", "file 2.txt"}, {}, {"file 2.txt"}, {}, 4999, 5000, true);
-        row("maximum above 5,000", {"b", "a"}, {}, {"a"}, {}, 4999, 1'000'000, true);
-        row("negative maximum", {"a"}, {}, {}, {}, 0, -3, true);
-        row("full, only refused items", {"d:Sub", "l:ln>Sub"}, {}, {}, {"ln: ln" + notPlain, "Sub: Sub" + notPlain}, 5000, 5000, false);
+        QTest::newRow("names no new name may have") << Collected{{"dir/\uFEFFnote.txt", "dir/10:30:00.png", "dir/tab\there.txt"}, {"dir"}, {"dir/10:30:00.png", "dir/\uFEFFnote.txt", "dir/tab\there.txt"}, {}};
+        QTest::newRow("room for all") << Collected{{"b", "a"}, {}, {"a", "b"}, {}};
+        QTest::newRow("room for one: natural order decides") << Collected{{"b", "a"}, {}, {"a"}, {}, 4999, 5000, true};
+        QTest::newRow("file 2 before file 10") << Collected{{"file 10.txt", "file 2.txt"}, {}, {"file 2.txt"}, {}, 4999, 5000, true};
+        QTest::newRow("maximum above 5,000") << Collected{{"b", "a"}, {}, {"a"}, {}, 4999, 1'000'000, true};
+        QTest::newRow("negative maximum") << Collected{{"a"}, {}, {}, {}, 0, -3, true};
+        QTest::newRow("full, only refused items") << Collected{{"d:Sub", "l:ln>Sub"}, {}, {}, {"ln: ln" + notPlain, "Sub: Sub" + notPlain}, 5000, 5000, false};
         // clang-format on
     }
 
     void collect() {
-        QFETCH(QStringList, entries);
-        QFETCH(QStringList, selected);
-        QFETCH(QStringList, files);
-        QFETCH(QStringList, skipped);
-        QFETCH(int, existing);
-        QFETCH(qsizetype, maximum);
-        QFETCH(bool, reachedLimit);
+        QFETCH(Collected, expected);
+        auto [entries, selected, files, skipped, existing, maximum, reachedLimit] = expected;
         TemporaryFolder tree;
         build(tree, entries);
         QList<QUrl> urls;

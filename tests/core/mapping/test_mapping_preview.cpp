@@ -47,48 +47,50 @@ QStringList outline(const QList<MappingDiagnostic>& diagnostics) {
     return lines;
 }
 
+// The batch's files, the spreadsheet, then its rows and diagnostics as outlined.
+struct Mapped {
+    QStringList files{};
+    QByteArray sheet{};
+    QStringList rows{}, diagnostics{};
+    bool windows = false;
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(Mapped)
 
 class MappingPreviewTest : public QObject {
     Q_OBJECT
 private slots:
     void compute_data() {
-        QTest::addColumn<QStringList>("files");
-        QTest::addColumn<QByteArray>("sheet");
-        QTest::addColumn<bool>("windows");
-        QTest::addColumn<QStringList>("rows");
-        QTest::addColumn<QStringList>("diagnostics");
-
+        QTest::addColumn<Mapped>("mapped");
         // clang-format off
-        QTest::newRow("letter case differs") << QStringList{"Report.pdf"} << QByteArray("report.pdf,x.pdf") << false << QStringList{"Report.pdf>Report.pdf: " + noRow} << QStringList{"1|report.pdf|" + noFile, "-|Report.pdf|" + noRow};
-        QTest::newRow("decomposed row, composed file") << QStringList{"caf\u00e9.pdf"} << QByteArray("cafe\u0301.pdf,x.pdf") << false << QStringList{"caf\u00e9.pdf>x.pdf"} << QStringList{};
+        QTest::newRow("letter case differs") << Mapped{{"Report.pdf"}, "report.pdf,x.pdf", {"Report.pdf>Report.pdf: " + noRow}, {"1|report.pdf|" + noFile, "-|Report.pdf|" + noRow}};
+        QTest::newRow("decomposed row, composed file") << Mapped{{"caf\u00e9.pdf"}, "cafe\u0301.pdf,x.pdf", {"caf\u00e9.pdf>x.pdf"}, {}};
         // The first row's new name stays in the intent, so the row still shows where it was going.
-        QTest::newRow("rows 2 and 5 name one file") << QStringList{"a.pdf", "c.pdf", "d.pdf"} << QByteArray("old_name,new_name\na.pdf,b.pdf\nc.pdf,c2.pdf\nd.pdf,d2.pdf\na.pdf,e.pdf") << false << QStringList{"a.pdf>b.pdf: " + twice, "c.pdf>c2.pdf", "d.pdf>d2.pdf"} << QStringList{"2|a.pdf|" + twice, "5|a.pdf|" + twice};
-        QTest::newRow("one name in two folders") << QStringList{"one/a.pdf", "two/a.pdf"} << QByteArray("a.pdf,b.pdf") << false << QStringList{"one/a.pdf>b.pdf: " + folders, "two/a.pdf>b.pdf: " + folders} << QStringList{"1|a.pdf|" + folders};
-        QTest::newRow("extension case") << QStringList{"a.pdf"} << QByteArray("a.pdf,b.PDF") << false << QStringList{"a.pdf>b.PDF: " + extension} << QStringList{"1|a.pdf|" + extension};
-        QTest::newRow("slash in new name") << QStringList{"a.pdf"} << QByteArray("a.pdf,sub/b.pdf") << false << QStringList{"a.pdf>sub/b.pdf: New filename: Remove slashes, colons, or control characters."} << QStringList{"1|a.pdf|New filename: Remove slashes, colons, or control characters."};
-        QTest::newRow("backslash in new name") << QStringList{"a.pdf"} << QByteArray("a.pdf,b\\c.pdf") << false << QStringList{"a.pdf>b\\c.pdf: " + backslash} << QStringList{"1|a.pdf|" + backslash};
+        QTest::newRow("rows 2 and 5 name one file") << Mapped{{"a.pdf", "c.pdf", "d.pdf"}, "old_name,new_name\na.pdf,b.pdf\nc.pdf,c2.pdf\nd.pdf,d2.pdf\na.pdf,e.pdf", {"a.pdf>b.pdf: " + twice, "c.pdf>c2.pdf", "d.pdf>d2.pdf"}, {"2|a.pdf|" + twice, "5|a.pdf|" + twice}};
+        QTest::newRow("one name in two folders") << Mapped{{"one/a.pdf", "two/a.pdf"}, "a.pdf,b.pdf", {"one/a.pdf>b.pdf: " + folders, "two/a.pdf>b.pdf: " + folders}, {"1|a.pdf|" + folders}};
+        QTest::newRow("extension case") << Mapped{{"a.pdf"}, "a.pdf,b.PDF", {"a.pdf>b.PDF: " + extension}, {"1|a.pdf|" + extension}};
+        QTest::newRow("slash in new name") << Mapped{{"a.pdf"}, "a.pdf,sub/b.pdf", {"a.pdf>sub/b.pdf: New filename: Remove slashes, colons, or control characters."}, {"1|a.pdf|New filename: Remove slashes, colons, or control characters."}};
+        QTest::newRow("backslash in new name") << Mapped{{"a.pdf"}, "a.pdf,b\\c.pdf", {"a.pdf>b\\c.pdf: " + backslash}, {"1|a.pdf|" + backslash}};
         // The old name is judged before the batch is consulted, and before duplicates are.
-        QTest::newRow("backslash in old name") << QStringList{"a.pdf"} << QByteArray("x\\a.pdf,a.pdf") << false << QStringList{"a.pdf>a.pdf: " + noRow} << QStringList{"1|x\\a.pdf|" + backslash, "-|a.pdf|" + noRow};
-        QTest::newRow("invalid old name twice") << QStringList{} << QByteArray(".x,a.pdf\n.x,b.pdf") << false << QStringList{} << QStringList{"1|.x|Original filename: Hidden filenames and dot names are not supported.", "2|.x|Original filename: Hidden filenames and dot names are not supported."};
-        QTest::newRow("device name, Windows checks on") << QStringList{"a.pdf"} << QByteArray("a.pdf,con.pdf") << true << QStringList{"a.pdf>con.pdf: " + device} << QStringList{"1|a.pdf|" + device};
-        QTest::newRow("device name, Windows checks off") << QStringList{"a.pdf"} << QByteArray("a.pdf,con.pdf") << false << QStringList{"a.pdf>con.pdf"} << QStringList{};
-        QTest::newRow("sheet did not parse") << QStringList{"a.pdf", "b.pdf"} << QByteArray("a.pdf,b.pdf,c") << false << QStringList{"a.pdf>a.pdf: " + fixSheet, "b.pdf>b.pdf: " + fixSheet} << QStringList{"1||Expected exactly two columns. Quote filenames containing the delimiter."};
-        QTest::newRow("empty batch") << QStringList{} << QByteArray("a.pdf,b.pdf\nc.pdf,d.pdf") << false << QStringList{} << QStringList{"1|a.pdf|" + noFile, "2|c.pdf|" + noFile};
-        QTest::newRow("unchanged") << QStringList{"a.pdf"} << QByteArray("a.pdf,a.pdf") << false << QStringList{"a.pdf>a.pdf"} << QStringList{};
+        QTest::newRow("backslash in old name") << Mapped{{"a.pdf"}, "x\\a.pdf,a.pdf", {"a.pdf>a.pdf: " + noRow}, {"1|x\\a.pdf|" + backslash, "-|a.pdf|" + noRow}};
+        QTest::newRow("invalid old name twice") << Mapped{{}, ".x,a.pdf\n.x,b.pdf", {}, {"1|.x|Original filename: Hidden filenames and dot names are not supported.", "2|.x|Original filename: Hidden filenames and dot names are not supported."}};
+        QTest::newRow("device name, Windows checks on") << Mapped{{"a.pdf"}, "a.pdf,con.pdf", {"a.pdf>con.pdf: " + device}, {"1|a.pdf|" + device}, true};
+        QTest::newRow("device name, Windows checks off") << Mapped{{"a.pdf"}, "a.pdf,con.pdf", {"a.pdf>con.pdf"}, {}};
+        QTest::newRow("sheet did not parse") << Mapped{{"a.pdf", "b.pdf"}, "a.pdf,b.pdf,c", {"a.pdf>a.pdf: " + fixSheet, "b.pdf>b.pdf: " + fixSheet}, {"1||Expected exactly two columns. Quote filenames containing the delimiter."}};
+        QTest::newRow("empty batch") << Mapped{{}, "a.pdf,b.pdf\nc.pdf,d.pdf", {}, {"1|a.pdf|" + noFile, "2|c.pdf|" + noFile}};
+        QTest::newRow("unchanged") << Mapped{{"a.pdf"}, "a.pdf,a.pdf", {"a.pdf>a.pdf"}, {}};
         // b.pdf's own collision gives way to its spreadsheet problem; a.pdf keeps its collision.
-        QTest::newRow("sheet problem replaces the preview's") << QStringList{"a.pdf", "b.pdf"} << QByteArray("a.pdf,x.pdf\nb.pdf,X.PDF") << false << QStringList{"a.pdf>x.pdf: Two files would have the same name (ignoring case and Unicode form).", "b.pdf>X.PDF: " + extension} << QStringList{"2|b.pdf|" + extension};
+        QTest::newRow("sheet problem replaces the preview's") << Mapped{{"a.pdf", "b.pdf"}, "a.pdf,x.pdf\nb.pdf,X.PDF", {"a.pdf>x.pdf: Two files would have the same name (ignoring case and Unicode form).", "b.pdf>X.PDF: " + extension}, {"2|b.pdf|" + extension}};
         // Code-point order, not UTF-16 order (U+1F600 after U+FF21) nor file-manager order.
-        QTest::newRow("diagnostic order") << QStringList{"\U0001F600.pdf", "b.pdf", "\uFF21.pdf", "B.pdf", "a.pdf", "c.pdf"} << QByteArray("a.pdf,a.PDF\nq.pdf,r.pdf\na.pdf,a2.pdf\nc.pdf,c2.pdf") << false << QStringList{"\U0001F600.pdf>\U0001F600.pdf: " + noRow, "b.pdf>b.pdf: " + noRow, "\uFF21.pdf>\uFF21.pdf: " + noRow, "B.pdf>B.pdf: " + noRow, "a.pdf>a.PDF: " + twice, "c.pdf>c2.pdf"} << QStringList{"1|a.pdf|" + twice, "2|q.pdf|" + noFile, "3|a.pdf|" + twice, "-|B.pdf|" + noRow, "-|b.pdf|" + noRow, "-|\uFF21.pdf|" + noRow, "-|\U0001F600.pdf|" + noRow};
+        QTest::newRow("diagnostic order") << Mapped{{"\U0001F600.pdf", "b.pdf", "\uFF21.pdf", "B.pdf", "a.pdf", "c.pdf"}, "a.pdf,a.PDF\nq.pdf,r.pdf\na.pdf,a2.pdf\nc.pdf,c2.pdf", {"\U0001F600.pdf>\U0001F600.pdf: " + noRow, "b.pdf>b.pdf: " + noRow, "\uFF21.pdf>\uFF21.pdf: " + noRow, "B.pdf>B.pdf: " + noRow, "a.pdf>a.PDF: " + twice, "c.pdf>c2.pdf"}, {"1|a.pdf|" + twice, "2|q.pdf|" + noFile, "3|a.pdf|" + twice, "-|B.pdf|" + noRow, "-|b.pdf|" + noRow, "-|\uFF21.pdf|" + noRow, "-|\U0001F600.pdf|" + noRow}};
         // clang-format on
     }
 
     void compute() {
-        QFETCH(QStringList, files);
-        QFETCH(QByteArray, sheet);
-        QFETCH(bool, windows);
-        QFETCH(QStringList, rows);
-        QFETCH(QStringList, diagnostics);
+        QFETCH(Mapped, mapped);
+        auto [files, sheet, rows, diagnostics, windows] = mapped;
         TemporaryFolder tree;
         QList<FileRecord> records = batch(tree, files);
         MappingPreview preview = MappingPreview::compute(

@@ -53,19 +53,24 @@ std::optional<FileFacts> facts(int known, int minutesEarlier = 0) {
     return facts;
 }
 
+// The rules' proposal for `name`, numbered `index`, with facts `known`.
+struct Proposal {
+    QString name{}, changes{}, expected{}, problem{};
+    qint64 index = 0;
+    int known = noFacts;
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(Proposal)
 
 class RenameRulesTest : public QObject {
     Q_OBJECT
 private slots:
     void proposal_data();
     void proposal() {
-        QFETCH(QString, name);
-        QFETCH(QString, changes);
-        QFETCH(QString, expected);
-        QFETCH(QString, problem);
-        QFETCH(qint64, index);
-        QFETCH(int, known);
+        QFETCH(Proposal, proposed);
+        auto [name, changes, expected, problem, index, known] = proposed;
         NameTokens::Expansion proposal =
             rules(changes).proposal(name, index, "Lisbon", facts(known));
         QCOMPARE(proposal.text, expected);
@@ -126,20 +131,10 @@ private slots:
 };
 
 void RenameRulesTest::proposal_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("changes");
-    QTest::addColumn<QString>("expected");
-    QTest::addColumn<QString>("problem");
-    QTest::addColumn<qint64>("index");
-    QTest::addColumn<int>("known");
-    auto row = [](const char* tag, const QString& name, const char* changes,
-                  const QString& expected, const QString& problem = {}, qint64 index = 0,
-                  int known = noFacts) {
-        QTest::newRow(tag) << name << QString(changes) << expected << problem << index << known;
-    };
-    auto photo = [&](const char* tag, const char* changes, const char* expected,
-                     const char* problem = "", int known = taken) {
-        row(tag, "IMG_4821.JPG", changes, expected, problem, 0, known);
+    QTest::addColumn<Proposal>("proposed");
+    auto photo = [](const char* tag, const char* changes, const char* expected,
+                    const char* problem = "", int known = taken) {
+        QTest::newRow(tag) << Proposal{"IMG_4821.JPG", changes, expected, problem, 0, known};
     };
     const char* studio =
         R"({"baseName":"Studio North","nameCase":"lower","separator":"hyphen","sequence":true})";
@@ -148,56 +143,52 @@ void RenameRulesTest::proposal_data() {
     const char* accents = R"({"removeAccents":true})";
     const char* dated = R"({"baseName":"{taken} {folder}","separator":"space","sequence":true})";
     // clang-format off
-    row("defaults", "Report.PDF", "{}", "Report.PDF");
-    row("all steps", "IMG 1234.JPG", studio, "studio-north-001.JPG");
-    row("index 41", "IMG 1234.JPG", studio, "studio-north-042.JPG", "", 41);
-    row("separator runs collapse", "My Photo__Final .jpeg", R"({"nameCase":"lower","separator":"hyphen"})", "my-photo-final.jpeg");
-    row("every occurrence", "copy copy.txt", R"({"find":"copy","replacement":"final"})", "final final.txt");
-    row("prefix and suffix cased", "a.txt", R"({"prefix":"x","suffix":"y","nameCase":"upper"})", "XAY.txt");
-    row("number outgrows padding", "a.txt", R"({"sequence":true,"sequenceStart":998,"sequencePadding":2})", "a-1001.txt", "", 3);
-    row("index clamped to 5000", "a.txt", numbered, "a-5001.txt", "", 9000);
-    row("padding 0 counts as 1", "a.txt", R"({"sequence":true,"sequencePadding":0})", "a-1.txt");
-    row("only the last extension", "archive.tar.gz", upper, "ARCHIVE.TAR.gz");
-    row("a final period is no extension", "notes.", numbered, "notes.-001");
-    row("a first period is no extension", ".bashrc", numbered, ".bashrc-001");
-    row("blank base name", "notes.txt", R"({"baseName":" ","separator":"hyphen"})", ".txt");
-    row("find period in stem only", "a.b.c.txt", R"({"find":".","replacement":"_"})", "a_b_c.txt");
-    row("find is case-sensitive", "Copy.txt", R"({"find":"copy","replacement":"x"})", "Copy.txt");
-    row("find ignores canonical equivalence", "caf\u00e9.txt", R"({"find":"e\u0301","replacement":"e"})", "caf\u00e9.txt");
-    row("find only in the stem", "txt.txt", R"({"find":"txt","replacement":"X","prefix":"txt","suffix":"txt"})", "txtXtxt.txt");
-    row("title covers prefix and suffix", "quarterly REPORT.PDF", R"({"prefix":"draft ","suffix":" FINAL","nameCase":"title"})", "Draft Quarterly Report Final.PDF");
+    QTest::newRow("defaults") << Proposal{"Report.PDF", "{}", "Report.PDF"};
+    QTest::newRow("all steps") << Proposal{"IMG 1234.JPG", studio, "studio-north-001.JPG"};
+    QTest::newRow("index 41") << Proposal{"IMG 1234.JPG", studio, "studio-north-042.JPG", "", 41};
+    QTest::newRow("separator runs collapse") << Proposal{"My Photo__Final .jpeg", R"({"nameCase":"lower","separator":"hyphen"})", "my-photo-final.jpeg"};
+    QTest::newRow("every occurrence") << Proposal{"copy copy.txt", R"({"find":"copy","replacement":"final"})", "final final.txt"};
+    QTest::newRow("prefix and suffix cased") << Proposal{"a.txt", R"({"prefix":"x","suffix":"y","nameCase":"upper"})", "XAY.txt"};
+    QTest::newRow("number outgrows padding") << Proposal{"a.txt", R"({"sequence":true,"sequenceStart":998,"sequencePadding":2})", "a-1001.txt", "", 3};
+    QTest::newRow("index clamped to 5000") << Proposal{"a.txt", numbered, "a-5001.txt", "", 9000};
+    QTest::newRow("padding 0 counts as 1") << Proposal{"a.txt", R"({"sequence":true,"sequencePadding":0})", "a-1.txt"};
+    QTest::newRow("only the last extension") << Proposal{"archive.tar.gz", upper, "ARCHIVE.TAR.gz"};
+    QTest::newRow("a final period is no extension") << Proposal{"notes.", numbered, "notes.-001"};
+    QTest::newRow("a first period is no extension") << Proposal{".bashrc", numbered, ".bashrc-001"};
+    QTest::newRow("blank base name") << Proposal{"notes.txt", R"({"baseName":" ","separator":"hyphen"})", ".txt"};
+    QTest::newRow("find period in stem only") << Proposal{"a.b.c.txt", R"({"find":".","replacement":"_"})", "a_b_c.txt"};
+    QTest::newRow("find is case-sensitive") << Proposal{"Copy.txt", R"({"find":"copy","replacement":"x"})", "Copy.txt"};
+    QTest::newRow("find ignores canonical equivalence") << Proposal{"caf\u00e9.txt", R"({"find":"e\u0301","replacement":"e"})", "caf\u00e9.txt"};
+    QTest::newRow("find only in the stem") << Proposal{"txt.txt", R"({"find":"txt","replacement":"X","prefix":"txt","suffix":"txt"})", "txtXtxt.txt"};
+    QTest::newRow("title covers prefix and suffix") << Proposal{"quarterly REPORT.PDF", R"({"prefix":"draft ","suffix":" FINAL","nameCase":"title"})", "Draft Quarterly Report Final.PDF"};
     // A letter outside the Basic Multilingual Plane is two UTF-16 units.
-    row("title by code point", "\U00010428\U00010428.txt", R"({"nameCase":"title"})", "\U00010400\U00010428.txt");
-    row("upper lengthens", "stra\u00dfe.txt", upper, "STRASSE.txt");
-    row("space separator", "a_b-c  d.txt", R"({"separator":"space"})", "a b c d.txt");
-    row("underscore trims ends", "  a  b  .txt", R"({"separator":"underscore"})", "a_b.txt");
-    row("unicode spaces separate", "a\u3000b\u00a0c\u2028d.txt", R"({"separator":"hyphen"})", "a-b-c-d.txt");
-    row("unchanged keeps runs", "a  b.txt", numbered, "a  b-001.txt");
-    row("number joined by separator", "a.txt", R"({"sequence":true,"separator":"space"})", "a 001.txt");
-    row("negative start counts from 0", "a.txt", R"({"sequence":true,"sequenceStart":-5})", "a-000.txt");
-    row("negative index counts as 0", "a.txt", numbered, "a-001.txt", "", -4);
-    row("largest number kept whole", "a.txt", R"({"sequence":true,"sequenceStart":9223372036854775807})", "a-1000004999.txt", "", 9000);
-    row("padding clamped to 9", "a.txt", R"({"sequence":true,"sequencePadding":40})", "a-000000001.txt");
-    row("no extension, no period", "README", numbered, "README-001");
-    row("groups with case", "IMG_4821 holiday.JPG", R"x({"regex":true,"find":"^IMG_(\\d+) (\\w+)$","replacement":"\\U$2\\E-$1"})x", "HOLIDAY-4821.JPG");
-    row("named group, lower case to the end", "Holiday PHOTO.jpg", R"x({"regex":true,"find":"(?<what>\\w+) (\\w+)","replacement":"${what}_\\L$2"})x", "Holiday_photo.jpg");
-    row("tokens first, then groups, dollar kept", "IMG_4821.jpg", R"x({"regex":true,"find":"(\\d+)","replacement":"{folder}-$$$1"})x", "IMG_Lisbon-$4821.jpg");
-    row("a period is any character", "a.b.txt", R"({"regex":true,"find":".","replacement":"_"})", "___.txt");
-    row("empty matches", "ab.txt", R"({"regex":true,"find":"x*","replacement":"-"})", "-a-b-.txt");
-    row("word characters of every script", "café Ωμέγα.txt", R"({"regex":true,"find":"\\w+","replacement":"w"})", "w w.txt");
-    row("missing group", "a1.txt", R"x({"regex":true,"find":"(\\d)","replacement":"$2"})x", "a$2.txt", "The regular expression has no group $2; use one of its groups in parentheses.");
-    row("invalid pattern", "a(b.txt", R"x({"regex":true,"find":"a(b"})x", "a(b.txt", "This regular expression has a mistake at character 4: missing closing parenthesis.");
-    row("own limit refused", "aaa.txt", R"x({"regex":true,"find":"(*LIMIT_MATCH=99999999)a"})x", "aaa.txt", "This regular expression cannot begin with a setting such as (*LIMIT_MATCH=…); remove it.");
-    row("catastrophic backtracking", QString(40, 'a') + "!.txt", R"x({"regex":true,"find":"(a+)+[bc]","replacement":"x"})x", QString(40, 'a') + "!.txt", FindPattern::tooSlow);
-    row("French", "Café crème à l'été.txt", accents, "Cafe creme a l'ete.txt");
-    row("German", "Straße über Öl.txt", accents, "Strasse uber Ol.txt");
-    row("Danish", "Ærø Åbenrå øl.txt", accents, "AEro Abenra ol.txt");
-    row("Polish", "Łódź Gdańsk żółć.txt", accents, "Lodz Gdansk zolc.txt");
-    row("Vietnamese", "Nguyễn Đặng phở.txt", accents, "Nguyen Dang pho.txt");
-    row("decomposed", "e\u0301cole.txt", accents, "ecole.txt");
-    row("Greek, Cyrillic, Japanese kept", "Ελληνικά ёлка йод がぎ 漢字.txt", accents, "Ελληνικά ёлка йод がぎ 漢字.txt");
-    row("after replace, with prefix, never the extension", "tete.é", R"({"removeAccents":true,"find":"e","replacement":"ê","prefix":"Été "})", "Ete tete.é");
-    row("before letter case", "Ærø.txt", R"({"removeAccents":true,"nameCase":"lower"})", "aero.txt");
+    QTest::newRow("title by code point") << Proposal{"\U00010428\U00010428.txt", R"({"nameCase":"title"})", "\U00010400\U00010428.txt"};
+    QTest::newRow("upper lengthens") << Proposal{"stra\u00dfe.txt", upper, "STRASSE.txt"};
+    QTest::newRow("space separator") << Proposal{"a_b-c  d.txt", R"({"separator":"space"})", "a b c d.txt"};
+    QTest::newRow("underscore trims ends") << Proposal{"  a  b  .txt", R"({"separator":"underscore"})", "a_b.txt"};
+    QTest::newRow("unicode spaces separate") << Proposal{"a\u3000b\u00a0c\u2028d.txt", R"({"separator":"hyphen"})", "a-b-c-d.txt"};
+    QTest::newRow("unchanged keeps runs") << Proposal{"a  b.txt", numbered, "a  b-001.txt"};
+    QTest::newRow("number joined by separator") << Proposal{"a.txt", R"({"sequence":true,"separator":"space"})", "a 001.txt"};
+    QTest::newRow("negative start counts from 0") << Proposal{"a.txt", R"({"sequence":true,"sequenceStart":-5})", "a-000.txt"};
+    QTest::newRow("negative index counts as 0") << Proposal{"a.txt", numbered, "a-001.txt", "", -4};
+    QTest::newRow("largest number kept whole") << Proposal{"a.txt", R"({"sequence":true,"sequenceStart":9223372036854775807})", "a-1000004999.txt", "", 9000};
+    QTest::newRow("padding clamped to 9") << Proposal{"a.txt", R"({"sequence":true,"sequencePadding":40})", "a-000000001.txt"};
+    QTest::newRow("no extension, no period") << Proposal{"README", numbered, "README-001"};
+    QTest::newRow("groups with case") << Proposal{"IMG_4821 holiday.JPG", R"x({"regex":true,"find":"^IMG_(\\d+) (\\w+)$","replacement":"\\U$2\\E-$1"})x", "HOLIDAY-4821.JPG"};
+    QTest::newRow("named group, lower case to the end") << Proposal{"Holiday PHOTO.jpg", R"x({"regex":true,"find":"(?<what>\\w+) (\\w+)","replacement":"${what}_\\L$2"})x", "Holiday_photo.jpg"};
+    QTest::newRow("tokens first, then groups, dollar kept") << Proposal{"IMG_4821.jpg", R"x({"regex":true,"find":"(\\d+)","replacement":"{folder}-$$$1"})x", "IMG_Lisbon-$4821.jpg"};
+    QTest::newRow("a period is any character") << Proposal{"a.b.txt", R"({"regex":true,"find":".","replacement":"_"})", "___.txt"};
+    QTest::newRow("empty matches") << Proposal{"ab.txt", R"({"regex":true,"find":"x*","replacement":"-"})", "-a-b-.txt"};
+    QTest::newRow("word characters of every script") << Proposal{"café Ωμέγα.txt", R"({"regex":true,"find":"\\w+","replacement":"w"})", "w w.txt"};
+    QTest::newRow("missing group") << Proposal{"a1.txt", R"x({"regex":true,"find":"(\\d)","replacement":"$2"})x", "a$2.txt", "The regular expression has no group $2; use one of its groups in parentheses."};
+    QTest::newRow("invalid pattern") << Proposal{"a(b.txt", R"x({"regex":true,"find":"a(b"})x", "a(b.txt", "This regular expression has a mistake at character 4: missing closing parenthesis."};
+    QTest::newRow("own limit refused") << Proposal{"aaa.txt", R"x({"regex":true,"find":"(*LIMIT_MATCH=99999999)a"})x", "aaa.txt", "This regular expression cannot begin with a setting such as (*LIMIT_MATCH=…); remove it."};
+    QTest::newRow("catastrophic backtracking") << Proposal{QString(40, 'a') + "!.txt", R"x({"regex":true,"find":"(a+)+[bc]","replacement":"x"})x", QString(40, 'a') + "!.txt", FindPattern::tooSlow};
+    QTest::newRow("Latin letters of many languages") << Proposal{"Café crème à l'été Straße über Öl Ærø Åbenrå øl Łódź Gdańsk żółć Nguyễn Đặng phở.txt", accents, "Cafe creme a l'ete Strasse uber Ol AEro Abenra ol Lodz Gdansk zolc Nguyen Dang pho.txt"};
+    QTest::newRow("decomposed") << Proposal{"e\u0301cole.txt", accents, "ecole.txt"};
+    QTest::newRow("Greek, Cyrillic, Japanese kept") << Proposal{"Ελληνικά ёлка йод がぎ 漢字.txt", accents, "Ελληνικά ёлка йод がぎ 漢字.txt"};
+    QTest::newRow("after replace, with prefix, never the extension") << Proposal{"tete.é", R"({"removeAccents":true,"find":"e","replacement":"ê","prefix":"Été "})", "Ete tete.é"};
+    QTest::newRow("before letter case") << Proposal{"Ærø.txt", R"({"removeAccents":true,"nameCase":"lower"})", "aero.txt"};
     photo("taken, folder, sequence", dated, "2026-05-04 Lisbon 001.JPG");
     photo("no date taken: the modified date", dated, "2026-06-01 Lisbon 001.JPG", "", modifiedOnly);
     photo("dates keep their format under case and separators", R"({"baseName":"{modified:d MMM yy} {name}","nameCase":"upper","separator":"hyphen"})", "1 Jun 26-IMG-4821.JPG");

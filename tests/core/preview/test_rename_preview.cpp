@@ -47,10 +47,6 @@ bool applyChange(TemporaryFolder& tree, const QString& change, const QString& fi
     return change.isEmpty();
 }
 
-FileRecord fakeRecord(const QString& path) {
-    return FileRecord{path, {}, {}};
-}
-
 // Rules given as the stored JSON keys that differ from the defaults.
 RenameRules rules(const QString& changes) {
     nlohmann::ordered_json json = RenameRules();
@@ -77,19 +73,26 @@ QStringList problems(const QList<PreviewRow>& rows, bool names = false) {
     return lines;
 }
 
+// Files "file>proposed name" in batch order, beside `entries` outside it ("d:"
+// folder, "l:" link), and each row's problem; with `changes`, the rules that
+// name the files instead, and each row as problems(rows, true) shows it.
+struct Batch {
+    QStringList entries{}, renames{}, expected{};
+    QString changes{}, change{}; // what happens on disk to the first file after it was added
+    bool windows = false;
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(Batch)
 
 class RenamePreviewTest : public QObject {
     Q_OBJECT
 private slots:
     void rows_data();
     void rows() {
-        QFETCH(QStringList, entries);
-        QFETCH(QStringList, renames);
-        QFETCH(QString, change);
-        QFETCH(bool, windows);
-        QFETCH(QString, changes);
-        QFETCH(QStringList, expected);
+        QFETCH(Batch, batched);
+        auto [entries, renames, expected, changes, change, windows] = batched;
         TemporaryFolder tree;
         for (const QString& entry : entries)
             entry.startsWith("d:")   ? tree.folder(entry.mid(2))
@@ -150,7 +153,7 @@ private slots:
 
     void changed() {
         auto changed = [](const QString& from, const QString& to) {
-            return PreviewRow{{fakeRecord("/f/" + from), to}, {}}.changed();
+            return PreviewRow{{FileRecord{"/f/" + from, {}, {}}, to}, {}}.changed();
         };
         QVERIFY(!changed("a.txt", "a.txt") && !changed("caf\u00e9.txt", "cafe\u0301.txt"));
         QVERIFY(changed("Report.txt", "report.txt"));
@@ -177,7 +180,7 @@ private slots:
         QFETCH(QStringList, expected);
         QList<FileRecord> records;
         for (const QString& path : paths)
-            records.append(fakeRecord(path));
+            records.append({path, {}, {}});
         QStringList order;
         for (const FileRecord& record : RenamePreview::sorted(records))
             order.append(record.path);
@@ -185,25 +188,8 @@ private slots:
     }
 };
 
-// Rows of proposed names ("file>proposed name"), judged as they are; or rows
-// of files named by rules, with the numbering of duplicates.
 void RenamePreviewTest::rows_data() {
-    QTest::addColumn<QStringList>("entries"); // outside the batch: "d:" folder, "l:" link
-    QTest::addColumn<QStringList>("renames"); // in batch order
-    QTest::addColumn<QString>("change");
-    QTest::addColumn<bool>("windows");
-    QTest::addColumn<QString>("changes"); // the rules, when the files are named by them
-    QTest::addColumn<QStringList>("expected");
-    auto row = [](const char* tag, const QStringList& entries, const QStringList& renames,
-                  const QStringList& expected, const char* change = "", bool windows = false) {
-        QTest::newRow(tag) << entries << renames << QString(change) << windows << QString()
-                           << expected;
-    };
-    auto numbered = [](const char* tag, const QStringList& entries, const QStringList& batch,
-                       const char* changes, const QStringList& expected) {
-        QTest::newRow(tag) << entries << batch << QString() << false << QString(changes)
-                           << expected;
-    };
+    QTest::addColumn<Batch>("batched");
     const QStringList none;
     const QStringList pair{"", ""};
     const QStringList two{"a.jpg", "b.jpg"};
@@ -217,38 +203,38 @@ void RenamePreviewTest::rows_data() {
         slowRows.append(slow.back() + "|" + FindPattern::tooSlow);
     }
     // clang-format off
-    row("unchanged", none, {"a.txt>a.txt"}, {""});
-    row("same file twice, even with an invalid name", none, {"a.txt>b.txt", "a.txt>"}, {duplicate, duplicate});
-    row("empty name before deleted file", none, {"a.txt>"}, {"The filename is empty."}, "delete");
-    row("slash in name", none, {"a.txt>b/c.txt"}, {"Remove slashes, colons, or control characters."});
-    row("deleted", none, {"a.txt>b.txt"}, {"a.txt is missing or no longer accessible."}, "delete");
-    row("replaced by a file of the same name", none, {"a.txt>b.txt"}, {changedOnDisk}, "replace");
-    row("moved to another folder at the same path", none, {"d/a.txt>b.txt"}, {changedOnDisk}, "refolder");
-    row("folder above became a link", none, {"d/sub/a.txt>b.txt", "d/sub/c.txt>d.txt"}, QStringList(2, "Cannot safely open sub. Symbolic links and unavailable folders are not supported."), "relink");
-    row("swap", none, {"a.txt>b.txt", "b.txt>a.txt"}, pair);
-    row("taken by a file outside the batch", {"b.txt"}, {"a.txt>b.txt"}, {taken});
-    row("taken ignoring case and form", {"CAFE\u0301.TXT"}, {"a.txt>caf\u00e9.txt"}, {taken});
-    row("taken by a folder", {"d:b.txt"}, {"a.txt>b.txt"}, {taken});
-    row("taken by a link", {"l:b.txt"}, {"a.txt>b.txt"}, {taken});
-    row("unchanged name taken by another case", {"A.txt"}, {"a.txt>a.txt"}, {taken});
-    row("case only", none, {"a.txt>A.txt"}, {""});
-    row("normalization form only", none, {"caf\u00e9.txt>cafe\u0301.txt"}, {""});
-    row("collision in one folder", none, {"x.txt>Report.txt", "y.txt>report.txt"}, {collision, collision});
-    row("collision with an unchanged name", none, {"Report.txt>Report.txt", "x.txt>REPORT.txt"}, {collision, collision});
-    row("same names in two folders", none, {"one/x.txt>Report.txt", "two/y.txt>report.txt"}, pair);
-    row("windows check before collision", none, {"x.txt>CON.txt", "y.txt>con.txt"}, {device, device}, "", true);
-    row("windows check off", none, {"x.txt>CON.txt"}, {""});
-    numbered("off by default", none, {"a.jpg", "b.jpg", "c.jpg"}, R"({"baseName":"x"})", {collides, collides, collides});
-    numbered("all but the first, in batch order", none, {"a.jpg", "b.jpg", "c.jpg"}, studio, {"x.jpg", "x (2).jpg", "x (3).jpg"});
-    numbered("chosen format, before the extension only", none, {"a.tar.gz", "b.tar.gz"}, R"({"baseName":"x","numberDuplicates":true,"duplicateFormat":"hyphen"})", {"x.gz", "x-2.gz"});
-    numbered("same name ignoring case", none, {"a1.JPG", "A2.jpg"}, R"({"regex":true,"find":"\\d","numberDuplicates":true})", {"a.JPG", "A (2).jpg"});
-    numbered("the file that has the name keeps it", none, {"photo copy.jpg", "photo.jpg"}, R"({"find":" copy","numberDuplicates":true})", {"photo (2).jpg", "photo.jpg"});
-    numbered("other folders are other names", none, {"one/a.jpg", "two/b.jpg"}, studio, {"x.jpg", "x.jpg"});
-    numbered("a name taken on disk stays a problem", {"X.jpg"}, two, studio, {collides, collides});
-    numbered("a numbered name taken on disk stays a problem", {"x (2).jpg"}, two, studio, {"x.jpg", "x (2).jpg|" + taken});
-    numbered("a name no file may have is not numbered", none, {"ab", "ac"}, R"({"regex":true,"find":"a.","numberDuplicates":true})", {"|The filename is empty.", "|The filename is empty."});
-    numbered("a numbered name another file gets stays a problem", none, {"a.jpg", "b.jpg", "x (2).jpg"}, R"({"regex":true,"find":"^[ab]$","replacement":"x","numberDuplicates":true})", {"x.jpg", "x (2).jpg|" + collision, "x (2).jpg|" + collision});
-    numbered("slow pattern over a batch", none, slow, R"({"regex":true,"find":"(a+)+[bc]"})", slowRows);
+    QTest::newRow("unchanged") << Batch{none, {"a.txt>a.txt"}, {""}};
+    QTest::newRow("same file twice, even with an invalid name") << Batch{none, {"a.txt>b.txt", "a.txt>"}, {duplicate, duplicate}};
+    QTest::newRow("empty name before deleted file") << Batch{none, {"a.txt>"}, {"The filename is empty."}, "", "delete"};
+    QTest::newRow("slash in name") << Batch{none, {"a.txt>b/c.txt"}, {"Remove slashes, colons, or control characters."}};
+    QTest::newRow("deleted") << Batch{none, {"a.txt>b.txt"}, {"a.txt is missing or no longer accessible."}, "", "delete"};
+    QTest::newRow("replaced by a file of the same name") << Batch{none, {"a.txt>b.txt"}, {changedOnDisk}, "", "replace"};
+    QTest::newRow("moved to another folder at the same path") << Batch{none, {"d/a.txt>b.txt"}, {changedOnDisk}, "", "refolder"};
+    QTest::newRow("folder above became a link") << Batch{none, {"d/sub/a.txt>b.txt", "d/sub/c.txt>d.txt"}, QStringList(2, "Cannot safely open sub. Symbolic links and unavailable folders are not supported."), "", "relink"};
+    QTest::newRow("swap") << Batch{none, {"a.txt>b.txt", "b.txt>a.txt"}, pair};
+    QTest::newRow("taken by a file outside the batch") << Batch{{"b.txt"}, {"a.txt>b.txt"}, {taken}};
+    QTest::newRow("taken ignoring case and form") << Batch{{"CAFE\u0301.TXT"}, {"a.txt>caf\u00e9.txt"}, {taken}};
+    QTest::newRow("taken by a folder") << Batch{{"d:b.txt"}, {"a.txt>b.txt"}, {taken}};
+    QTest::newRow("taken by a link") << Batch{{"l:b.txt"}, {"a.txt>b.txt"}, {taken}};
+    QTest::newRow("unchanged name taken by another case") << Batch{{"A.txt"}, {"a.txt>a.txt"}, {taken}};
+    QTest::newRow("case only") << Batch{none, {"a.txt>A.txt"}, {""}};
+    QTest::newRow("normalization form only") << Batch{none, {"caf\u00e9.txt>cafe\u0301.txt"}, {""}};
+    QTest::newRow("collision in one folder") << Batch{none, {"x.txt>Report.txt", "y.txt>report.txt"}, {collision, collision}};
+    QTest::newRow("collision with an unchanged name") << Batch{none, {"Report.txt>Report.txt", "x.txt>REPORT.txt"}, {collision, collision}};
+    QTest::newRow("same names in two folders") << Batch{none, {"one/x.txt>Report.txt", "two/y.txt>report.txt"}, pair};
+    QTest::newRow("windows check before collision") << Batch{none, {"x.txt>CON.txt", "y.txt>con.txt"}, {device, device}, "", "", true};
+    QTest::newRow("windows check off") << Batch{none, {"x.txt>CON.txt"}, {""}};
+    QTest::newRow("off by default") << Batch{none, {"a.jpg", "b.jpg", "c.jpg"}, {collides, collides, collides}, R"({"baseName":"x"})"};
+    QTest::newRow("all but the first, in batch order") << Batch{none, {"a.jpg", "b.jpg", "c.jpg"}, {"x.jpg", "x (2).jpg", "x (3).jpg"}, studio};
+    QTest::newRow("chosen format, before the extension only") << Batch{none, {"a.tar.gz", "b.tar.gz"}, {"x.gz", "x-2.gz"}, R"({"baseName":"x","numberDuplicates":true,"duplicateFormat":"hyphen"})"};
+    QTest::newRow("same name ignoring case") << Batch{none, {"a1.JPG", "A2.jpg"}, {"a.JPG", "A (2).jpg"}, R"({"regex":true,"find":"\\d","numberDuplicates":true})"};
+    QTest::newRow("the file that has the name keeps it") << Batch{none, {"photo copy.jpg", "photo.jpg"}, {"photo (2).jpg", "photo.jpg"}, R"({"find":" copy","numberDuplicates":true})"};
+    QTest::newRow("other folders are other names") << Batch{none, {"one/a.jpg", "two/b.jpg"}, {"x.jpg", "x.jpg"}, studio};
+    QTest::newRow("a name taken on disk stays a problem") << Batch{{"X.jpg"}, two, {collides, collides}, studio};
+    QTest::newRow("a numbered name taken on disk stays a problem") << Batch{{"x (2).jpg"}, two, {"x.jpg", "x (2).jpg|" + taken}, studio};
+    QTest::newRow("a name no file may have is not numbered") << Batch{none, {"ab", "ac"}, {"|The filename is empty.", "|The filename is empty."}, R"({"regex":true,"find":"a.","numberDuplicates":true})"};
+    QTest::newRow("a numbered name another file gets stays a problem") << Batch{none, {"a.jpg", "b.jpg", "x (2).jpg"}, {"x.jpg", "x (2).jpg|" + collision, "x (2).jpg|" + collision}, R"({"regex":true,"find":"^[ab]$","replacement":"x","numberDuplicates":true})"};
+    QTest::newRow("slow pattern over a batch") << Batch{none, slow, slowRows, R"({"regex":true,"find":"(a+)+[bc]"})"};
     // clang-format on
 }
 
