@@ -23,7 +23,15 @@ std::optional<QString> attach(const QString& image) {
     return run("losetup", {"--find", "--show", image});
 }
 
-QString missingTool(const QStringList& tools) {
+bool sparseFile(const QString& path, qint64 size) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.resize(size);
+}
+
+// Why this machine cannot mount `type` with `tools`, or nothing. Loads the
+// kernel's driver where it is a module; ntfs-3g and bindfs serve through FUSE,
+// and the kernels this runs on have ext4, xfs, btrfs and overlays.
+QString whyNotHere(const QString& type, const QStringList& tools) {
     if (geteuid() != 0)
         return "mounting a test volume needs root";
     for (const QString& tool : tools) {
@@ -31,87 +39,65 @@ QString missingTool(const QStringList& tools) {
             QStandardPaths::findExecutable(tool, {"/sbin", "/usr/sbin"}).isEmpty())
             return tool + " is not installed";
     }
-    return {};
-}
-
-// Whether this kernel can mount `type`, loading its driver where it is a
-// module; ntfs-3g serves NTFS through FUSE. The kernels this runs on have
-// ext4, xfs and btrfs.
-bool kernelMounts(const QString& type) {
-    if (type == "ntfs")
-        return QFile::exists("/dev/fuse");
+    if ((type == "ntfs" || type == "fuse") && !QFile::exists("/dev/fuse"))
+        return "this machine has no /dev/fuse";
     if (type != "vfat" && type != "exfat")
-        return true;
+        return {};
     run("modprobe", {type});
     QFile known("/proc/filesystems");
-    return known.open(QIODevice::ReadOnly) &&
-           known.readAll().split('\n').contains("\t" + type.toUtf8());
-}
-
-// Sets `whyNot` and gives no volume.
-std::nullptr_t refused(QString& whyNot, const QString& why) {
-    whyNot = why;
-    return nullptr;
+    if (known.open(QIODevice::ReadOnly) &&
+        known.readAll().split('\n').contains("\t" + type.toUtf8()))
+        return {};
+    return "this kernel has no " + type + " driver (the run under QEMU has one)";
 }
 
 } // namespace
 
-std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString& whyNot) {
-    whyNot = missingTool({"losetup", "mount", "mkfs." + type});
-    if (whyNot.isEmpty() && !kernelMounts(type))
-        whyNot = "this kernel has no " + type + " driver (the run under QEMU has one)";
+std::unique_ptr<MountedVolume>
+MountedVolume::make(const QString& type, const QStringList& tools, QString& whyNot,
+                    const std::function<QString(MountedVolume&)>& prepare) {
+    whyNot = whyNotHere(type, tools);
     if (!whyNot.isEmpty())
         return nullptr;
     std::unique_ptr<MountedVolume> volume(new MountedVolume);
     volume->type = type;
-    QString image = volume->scratch.filePath("image");
-    QFile file(image);
-    // xfs wants 300 MiB at least; the image is sparse, so it costs no disk.
-    if (!file.open(QIODevice::WriteOnly) || !file.resize(320LL << 20))
-        return refused(whyNot, "cannot create a disk image");
-    file.close();
-    const QMap<QString, QStringList> format{
-        {"ext4", {"-q"}}, {"vfat", {"-F", "32"}}, {"exfat", {}}, {"ntfs", {"-F", "-Q"}}};
-    if (!run("mkfs." + type, format.value(type, {"-f"}) << image))
-        return refused(whyNot, "mkfs." + type + " failed");
-    auto device = attach(image);
-    if (!device)
-        return refused(whyNot, "no loop device could be attached");
-    volume->device = *device;
     QDir().mkpath(volume->path());
-    if (!volume->mount())
-        return refused(whyNot, "the " + type + " volume could not be mounted");
-    return volume;
+    whyNot = prepare(*volume);
+    if (whyNot.isEmpty() && !volume->mount())
+        whyNot = "the " + type + " volume could not be mounted";
+    return whyNot.isEmpty() ? std::move(volume) : nullptr;
+}
+
+std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString& whyNot) {
+    return make(type, {"losetup", "mount", "mkfs." + type}, whyNot, [&](MountedVolume& volume) {
+        const QString image = volume.scratch.filePath("image");
+        // xfs wants 300 MiB at least; the image is sparse, so it costs no disk.
+        if (!sparseFile(image, 320LL << 20))
+            return QString("cannot create a disk image");
+        const QMap<QString, QStringList> format{
+            {"ext4", {"-q"}}, {"vfat", {"-F", "32"}}, {"exfat", {}}, {"ntfs", {"-F", "-Q"}}};
+        if (!run("mkfs." + type, format.value(type, {"-f"}) << image))
+            return "mkfs." + type + " failed";
+        volume.device = attach(image).value_or(QString());
+        return volume.device.isEmpty() ? QString("no loop device could be attached") : QString();
+    });
 }
 
 std::unique_ptr<MountedVolume>
 MountedVolume::overlay(const std::function<void(const QString&)>& fill, QString& whyNot) {
-    whyNot = missingTool({"mount"});
-    if (!whyNot.isEmpty())
-        return nullptr;
-    std::unique_ptr<MountedVolume> volume(new MountedVolume);
-    volume->type = "overlay";
-    for (const char* folder : {"lower", "upper", "work", "mount"})
-        QDir().mkpath(volume->scratch.filePath(folder));
-    fill(volume->scratch.filePath("lower"));
-    if (!volume->mount())
-        return refused(whyNot, "the kernel refused an overlay mount");
-    return volume;
+    return make("overlay", {"mount"}, whyNot, [&](MountedVolume& volume) {
+        for (const char* folder : {"lower", "upper", "work"})
+            QDir().mkpath(volume.scratch.filePath(folder));
+        fill(volume.scratch.filePath("lower"));
+        return QString();
+    });
 }
 
 std::unique_ptr<MountedVolume> MountedVolume::fuse(QString& whyNot) {
-    whyNot = missingTool({"bindfs", "mount"});
-    if (whyNot.isEmpty() && !QFile::exists("/dev/fuse"))
-        whyNot = "this machine has no /dev/fuse";
-    if (!whyNot.isEmpty())
-        return nullptr;
-    std::unique_ptr<MountedVolume> volume(new MountedVolume);
-    volume->type = "fuse";
-    QDir().mkpath(volume->scratch.filePath("source"));
-    QDir().mkpath(volume->path());
-    if (!volume->mount())
-        return refused(whyNot, "bindfs could not mount a folder");
-    return volume;
+    return make("fuse", {"bindfs", "mount"}, whyNot, [](MountedVolume& volume) {
+        QDir().mkpath(volume.scratch.filePath("source"));
+        return QString();
+    });
 }
 
 bool MountedVolume::mount() {
@@ -128,10 +114,6 @@ bool MountedVolume::mount() {
     if (type == "vfat" || type == "exfat")
         return bool(run("mount", {"-t", type, "-o", "iocharset=utf8", device, path()}));
     return bool(run("mount", {device, path()}));
-}
-
-bool MountedVolume::comeBackAsAnotherDevice() {
-    return comeBack({});
 }
 
 bool MountedVolume::comeBackAfterPull() {
@@ -157,10 +139,8 @@ bool MountedVolume::comeBack(const QString& contents) {
     if (device.isEmpty())
         return mount();
     QString placeholder = scratch.filePath(QString("placeholder-%1").arg(placeholders.size()));
-    QFile file(placeholder);
-    if (!file.open(QIODevice::WriteOnly) || !file.resize(1 << 20))
+    if (!sparseFile(placeholder, 1 << 20))
         return false;
-    file.close();
     if (auto held = attach(placeholder))
         placeholders.append(*held);
     // Forgotten when it cannot be attached again: its number may be another's.

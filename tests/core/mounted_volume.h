@@ -32,7 +32,7 @@ public:
     // device, as a USB disk plugged into another port comes back; then mounts
     // it at the same place. A FUSE volume is mounted again, under another
     // anonymous device as a NAS share after a reboot. False when that failed.
-    bool comeBackAsAnotherDevice();
+    bool comeBackAsAnotherDevice() { return comeBack({}); }
     // The same after a card pulled without unmounting: the volume comes back
     // holding only what had reached the device, none of what the kernel had
     // yet to write. Loop volumes only.
@@ -40,6 +40,11 @@ public:
 
 private:
     MountedVolume() = default;
+    // A volume of `type` once `tools` and the kernel allow it and `prepare`
+    // has made what it mounts (or said why it could not), mounted.
+    static std::unique_ptr<MountedVolume>
+    make(const QString& type, const QStringList& tools, QString& whyNot,
+         const std::function<QString(MountedVolume&)>& prepare);
     bool mount();
     // Unmounts and detaches; attaches `contents` as the image where given.
     bool comeBack(const QString& contents);

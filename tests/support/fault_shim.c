@@ -76,30 +76,20 @@ static int step(const char* call) {
 
 #define NEXT(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
 
-int renameat2(int olddirfd, const char* oldpath, int newdirfd, const char* newpath,
-              unsigned int flags) {
-    return step("renameat2") ? -1 : NEXT(renameat2)(olddirfd, oldpath, newdirfd, newpath, flags);
-}
+/* Each counted call: fails when its step says so, else goes ahead. */
+#define COUNTED(name, parameters, arguments)                                                       \
+    int name parameters {                                                                          \
+        return step(#name) ? -1 : NEXT(name) arguments;                                            \
+    }
 
-int renameat(int olddirfd, const char* oldpath, int newdirfd, const char* newpath) {
-    return step("renameat") ? -1 : NEXT(renameat)(olddirfd, oldpath, newdirfd, newpath);
-}
-
-int fsync(int fd) {
-    return step("fsync") ? -1 : NEXT(fsync)(fd);
-}
-
-int syncfs(int fd) {
-    return step("syncfs") ? -1 : NEXT(syncfs)(fd);
-}
-
-int unlinkat(int dirfd, const char* pathname, int flags) {
-    return step("unlinkat") ? -1 : NEXT(unlinkat)(dirfd, pathname, flags);
-}
-
-int linkat(int olddirfd, const char* oldpath, int newdirfd, const char* newpath, int flags) {
-    return step("linkat") ? -1 : NEXT(linkat)(olddirfd, oldpath, newdirfd, newpath, flags);
-}
+COUNTED(renameat2, (int from, const char* old, int to, const char* new, unsigned int flags),
+        (from, old, to, new, flags))
+COUNTED(renameat, (int from, const char* old, int to, const char* new), (from, old, to, new))
+COUNTED(linkat, (int from, const char* old, int to, const char* new, int flags),
+        (from, old, to, new, flags))
+COUNTED(unlinkat, (int folder, const char* path, int flags), (folder, path, flags))
+COUNTED(fsync, (int fd), (fd))
+COUNTED(syncfs, (int fd), (fd))
 
 ssize_t write(int fd, const void* buffer, size_t count) {
     struct stat status;
