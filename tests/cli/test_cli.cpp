@@ -36,21 +36,7 @@ char* toString(const CliOutcome& outcome) {
 
 class CliTest : public QObject {
     Q_OBJECT
-private slots:
-    void init();
-    void previewPrintsEachProposedName();
-    void previewJsonGivesEachRowAndExitsOneOnConflicts();
-    void optionsChooseTheNames_data();
-    void optionsChooseTheNames();
-    void refusesWhatCannotBeCarriedOut_data();
-    void refusesWhatCannotBeCarriedOut();
-    void renameUndoAndStatusThroughTheJournal();
-    void progressIsDrawnOnlyAtATerminal();
-    void recoveryFinishesABatchOrRestoresWhatIsFound();
-    void spreadsheetDiagnosticsBlockTheBatch();
-    void standardInputRenamesAndReportsSaveBothKinds();
 
-private:
     std::unique_ptr<TemporaryFolder> folder;
     const QStringList original{"IMG_10.jpg", "IMG_2.jpg"};
     QString at(const QString& name) const { return folder->at(name); }
@@ -70,293 +56,287 @@ private:
     CliOutcome run(const QStringList& arguments, const QByteArray& input = {}) const {
         return cli(arguments + QStringList{"--journal", at("journal")}, input);
     }
-};
 
-// IMG_2 is the larger photo, so that size order differs from name order.
-void CliTest::init() {
-    folder = std::make_unique<TemporaryFolder>();
-    folder->file("shoot/IMG_2.jpg", "second");
-    folder->file("shoot/IMG_10.jpg", "ten");
-    folder->file("map.csv", "old_name,new_name\nIMG_2.jpg,b.jpg\nimg_10.jpg,x.jpg\n");
-}
-
-void CliTest::previewPrintsEachProposedName() {
-    folder->file("shoot/Notes.txt");
-    folder->folder("shoot/Sub");
-    // Natural order numbers IMG_2 before IMG_10.
-    QCOMPARE(cli({"preview", "--recipe", "Client handoff", "shoot"}),
-             (CliOutcome{0,
-                         "IMG_2.jpg   →  studio-north-001.jpg  ·  Ready to rename\n"
-                         "IMG_10.jpg  →  studio-north-002.jpg  ·  Ready to rename\n"
-                         "Notes.txt   →  studio-north-003.txt  ·  Ready to rename\n"
-                         "3 files ready to rename · 0 unchanged · 0 conflicts\n",
-                         "Skipped Sub: Sub is not a regular file, or is a symbolic/hard link.\n"}));
-
-    // A name may hold control characters (a download gone wrong, or a name
-    // made to clear the screen); the file can be renamed, and its name is
-    // printed with them written out, never sent raw to the terminal.
-    folder->file("odd/clear\x1b[2J.txt");
-    folder->file("odd/.hidden\x1b[2J");
-    QCOMPARE(
-        cli({"preview", "--base-name", "fixed", "odd", "odd/.hidden\x1b[2J"}),
-        (CliOutcome{0,
-                    "clear\\x1b[2J.txt  →  fixed.txt  ·  Ready to rename\n"
-                    "1 file ready to rename · 0 unchanged · 0 conflicts\n",
-                    "Skipped .hidden\\x1b[2J: Hidden files, links, and bundles are skipped.\n"}));
-}
-
-void CliTest::previewJsonGivesEachRowAndExitsOneOnConflicts() {
-    folder->file("shoot/same.jpg");
-    CliOutcome run = cli({"preview", "--json", "--base-name", "same", "shoot/IMG_2.jpg"});
-    QCOMPARE(run.exitCode, 1);
-    Json expected = Json::parse(R"({"rows": [{"path": "", "name": "IMG_2.jpg",
-        "proposed": "same.jpg", "changed": true, "note": null,
-        "problem": "A file or folder with this name already exists."}],
-        "changed": 0, "unchanged": 0, "conflicts": 1, "skipped": [], "reachedLimit": false,
-        "volumeNote": null, "diagnostics": []})");
-    expected["rows"][0]["path"] = at("shoot/IMG_2.jpg").toStdString();
-    QVERIFY2(run.json() == expected, qPrintable(run.out));
-}
-
-void CliTest::optionsChooseTheNames_data() {
-    QTest::addColumn<QStringList>("arguments"); // "<folder>" stands for the test's folder
-    QTest::addColumn<QStringList>("proposed");
-    // clang-format off
-    QTest::newRow("tokens in the chosen order")
-        << QStringList{"--base-name", "{folder} {name}", "--sequence", "--order", "size", "--descending", "shoot"}
-        << QStringList{"shoot Notes-001.txt", "shoot IMG_2-002.jpg", "shoot IMG_10-003.jpg"};
-    QTest::newRow("pattern, accents and duplicates")
-        << QStringList{"--regex", "--find", R"(^(IMG)_\d+$)", "--replace", R"(\L$1\E Café)", "--remove-accents", "--duplicate-format", "underscore", "shoot"}
-        << QStringList{"img Cafe.jpg", "img Cafe_2.jpg", "Notes.txt"};
-    // Files and folders named one by one; a folder holds nothing more.
-    QTest::newRow("files named") << QStringList{"--base-name", "same", "shoot/Notes.txt", "shoot/IMG_2.jpg", "shoot/Sub"}
-                                 << QStringList{"same.jpg", "same.txt"};
-    // A rules file is the base that explicit options change. File managers
-    // pass file:// URIs, percent-encoded, where a shell passes paths.
-    QTest::newRow("rules file and URIs")
-        << QStringList{"--rules", "file://<folder>/my%20rules%20%231.json", "--start", "1", "--windows", "file://<folder>/shoot/Notes.txt"}
-        << QStringList{"TRIP_01.txt"};
-    // clang-format on
-}
-
-void CliTest::optionsChooseTheNames() {
-    QFETCH(QStringList, arguments);
-    QFETCH(QStringList, proposed);
-    folder->file("shoot/Notes.txt", QByteArray(30, 'x'));
-    folder->folder("shoot/Sub");
-    folder->file("my rules #1.json", R"({"baseName":"Trip","find":"","replacement":"","prefix":"",
-        "suffix":"","nameCase":"upper","separator":"underscore","sequence":true,
-        "sequenceStart":7,"sequencePadding":2})");
-    CliOutcome run = cli(QStringList{"preview", "--json"} +
-                         arguments.replaceInStrings("<folder>", folder->path()));
-    QCOMPARE(run.exitCode, 0);
-    QStringList names;
-    const Json json = run.json();
-    for (const auto& row : json["rows"])
-        names.append(QString::fromStdString(row["proposed"].get<std::string>()));
-    QCOMPARE(names, proposed);
-}
-
-void CliTest::refusesWhatCannotBeCarriedOut_data() {
-    QTest::addColumn<QString>("arguments");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("sentence");
-    auto row = [](const char* tag, const char* arguments, int exitCode, const char* sentence) {
-        QTest::newRow(tag) << QString(arguments) << exitCode << QString(sentence);
-    };
-    // clang-format off
-    row("missing path", "preview shoot/nothing.txt", 2, "nothing.txt is missing or unavailable. No files were added.");
-    row("unknown case", "preview --case shout shoot", 2, "--case takes one of unchanged, lower, upper, title.");
-    row("unknown separator", "preview --separator dot shoot", 2, "--separator takes one of unchanged, hyphen, underscore, space.");
-    row("unknown recipe", "preview --recipe Holiday shoot", 2, "There is no recipe called “Holiday”. Choose one of “Client handoff”, “Photo sequence”, “Web-friendly”.");
-    row("unknown order", "preview --order date shoot", 2, "--order takes one of name, taken, modified, size.");
-    row("invalid pattern", "preview --regex --find ( shoot", 2, "This regular expression has a mistake at character 2: missing closing parenthesis.");
-    row("unknown duplicate format", "preview --duplicate-format (2) shoot", 2, "--duplicate-format takes one of parentheses, space, hyphen, underscore.");
-    row("bad number", "preview --digits three shoot", 2, "--digits takes a whole number.");
-    row("no path", "preview", 2, "Name at least one file or folder to preview.");
-    row("remote path", "preview sftp://host/shoot", 2, "sftp://host/shoot is not a file on this computer; name a path or a file:// URI.");
-    row("another computer's file", "preview file://otherhost/shoot", 2, "file://otherhost/shoot is not a file on this computer; name a path or a file:// URI.");
-    row("remote journal", "status --journal smb://host/Tessary", 2, "smb://host/Tessary is not a file on this computer; name a path or a file:// URI.");
-    row("unknown command", "rename-all", 2, "There is no command “rename-all”.");
-    row("mapping and rules", "preview --mapping map.csv --prefix x shoot", 2, "Use either --mapping or naming-rule options, not both.");
-    row("not confirmed", "rename --journal journal --case lower shoot", 1, "Nothing was renamed. Confirm at a terminal, or pass --yes.");
-    row("conflicts", "rename --journal journal --yes --base-name same shoot", 1, "Nothing was renamed. Resolve the conflicts above first.");
-    row("spreadsheet issues", "rename --journal journal --yes --mapping map.csv shoot", 1, "Nothing was renamed. Resolve the conflicts above first.");
-    row("no changes", "rename --journal journal --yes shoot", 1, "There are no filename changes to apply.");
-    row("nothing to undo", "undo --journal journal", 1, "No readable rename journal was found.");
-    row("nothing to report", "report --receipt -o receipt.html --journal journal", 1, "There is no completed rename batch to report.");
-    row("while another renames", "rename --journal journal --yes --case lower shoot", 1, "Another Tessary operation is running. Try again when it finishes.");
-    row("while another undoes", "undo --journal journal", 1, "Another Tessary operation is running. Try again when it finishes.");
-    row("while another recovers", "recover --journal journal", 1, "Another Tessary operation is running. Try again when it finishes.");
-    // clang-format on
-}
-
-void CliTest::refusesWhatCannotBeCarriedOut() {
-    QFETCH(QString, arguments);
-    QFETCH(int, exitCode);
-    QFETCH(QString, sentence);
-    // Another operation holds the journal's lock.
-    QFile lock(at("journal/.lock"));
-    if (QString(QTest::currentDataTag()).startsWith("while")) {
-        QDir().mkpath(at("journal"));
-        QVERIFY(lock.open(QIODevice::ReadWrite) && ::flock(lock.handle(), LOCK_EX | LOCK_NB) == 0);
+private slots:
+    // IMG_2 is the larger photo, so that size order differs from name order.
+    void init() {
+        folder = std::make_unique<TemporaryFolder>();
+        folder->file("shoot/IMG_2.jpg", "second");
+        folder->file("shoot/IMG_10.jpg", "ten");
+        folder->file("map.csv", "old_name,new_name\nIMG_2.jpg,b.jpg\nimg_10.jpg,x.jpg\n");
     }
-    CliOutcome run = cli(arguments.split(QLatin1Char(' ')));
-    QCOMPARE(run.exitCode, exitCode);
-    QCOMPARE(run.errors.section(QLatin1Char('\n'), 0, 0), sentence);
-    if (exitCode == 2)
-        QVERIFY(run.out.isEmpty());
-    QCOMPARE(names(), original);
-    QVERIFY(!QFile::exists(at("journal/active.json")) && !QFile::exists(at("receipt.html")));
-}
 
-void CliTest::renameUndoAndStatusThroughTheJournal() {
-    // Piped, standard error carries no progress.
-    QCOMPARE(run({"rename", "--yes", "--recipe", "Client handoff", "shoot"}),
-             (CliOutcome{0, "2 files renamed. You can undo this batch, even after reopening "
-                            "Tessary.\n"}));
-    QCOMPARE(names(), (QStringList{"studio-north-001.jpg", "studio-north-002.jpg"}));
-    QCOMPARE(run({"status", "--json"}),
-             (CliOutcome{0, R"({"journal":")" + at("journal") +
-                                R"(","hasRecovery":false,"undoCount":2,"setAside":[]})"
-                                "\n"}));
-
-    QCOMPARE(run({"undo"}),
-             (CliOutcome{0, "The last batch was undone. Original names restored.\n"}));
-    QCOMPARE(names(), original);
-
-    // One file: the notice says "file".
-    QCOMPARE(run({"rename", "--yes", "--prefix", "x", "shoot/IMG_2.jpg"}).out,
-             "1 file renamed. You can undo this batch, even after reopening Tessary.\n");
-}
-
-void CliTest::progressIsDrawnOnlyAtATerminal() {
-    if (QStandardPaths::findExecutable("script").isEmpty())
-        QSKIP("script(1), which gives a command a terminal, is not installed");
-    // Standard error alone on the terminal: what script passes on is only it.
-    auto atTerminal = [&](const QString& words) {
-        QProcess terminal;
-        terminal.setStandardInputFile(QProcess::nullDevice());
-        terminal.start("script", {"-qc",
-                                  QStringLiteral("'%1' %2 '%3' >/dev/null")
-                                      .arg(QStringLiteral(TESSARY_CLI), words, at("shoot")),
-                                  "/dev/null"});
-        terminal.waitForFinished(60000);
-        return QString::fromUtf8(terminal.readAllStandardOutput());
-    };
-    QCOMPARE(atTerminal("preview --json"), QString());
-    QString drawn = atTerminal("rename --yes --prefix x- --journal '" + at("journal") + "'");
-    QCOMPARE(names(), (QStringList{"x-IMG_10.jpg", "x-IMG_2.jpg"}));
-    // One line for each step, drawn over with each count and ended once; the
-    // terminal turns each line feed into a carriage return and a line feed.
-    QVERIFY2(QRegularExpression("^\rAdding 0 of 2 files…[^\n]*\rAdding 2 of 2 files…\r\n"
-                                "\rRenaming 0 of 2 files…[^\n]*\rRenaming 2 of 2 files…\r\n$")
-                 .match(drawn)
-                 .hasMatch(),
-             qPrintable(drawn));
-}
-
-void CliTest::recoveryFinishesABatchOrRestoresWhatIsFound() {
-    QCOMPARE(run({"rename", "--yes", "--suffix", "-x", "shoot"}).exitCode, 0);
-    // A batch that stopped after its journal was marked completed.
-    QVERIFY(QFile::copy(at("journal/undo.json"), at("journal/active.json")));
-    QVERIFY(run({"status"})
-                .out.contains("An interrupted batch needs recovery: run tessary-cli recover."));
-    QCOMPARE(run({"rename", "--yes", "--case", "lower", "shoot"}).errors,
-             "An interrupted batch needs recovery first.\n");
-    QCOMPARE(run({"recover"}), (CliOutcome{0, "Recovery finished. Original names restored, or "
-                                              "the completed batch was saved for undo.\n"}));
-    QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
-    QCOMPARE(run({"recover"}), (CliOutcome{0, "No batch needs recovery.\n"}));
-
-    // The same batch stopped after both files had their new names, and another
-    // program then replaced one of them with a file of its own.
-    folder->file(
-        "journal/active.json",
-        folder->read("journal/undo.json").replace(R"("completed":true)", R"("completed":false)"));
-    QVERIFY(QFile::remove(at("journal/undo.json")));
-    folder->file("replacement", "other");
-    QCOMPARE(std::rename(at("replacement").toUtf8(), at("shoot/IMG_2-x.jpg").toUtf8()), 0);
-
-    QCOMPARE(run({"recover"}),
-             (CliOutcome{1, "",
-                         "Recovery cannot find the original IMG_2.jpg. Reconnect its volume or "
-                         "restore it to a recorded location, then retry. The journal remains in " +
-                             at("journal") +
-                             ".\nTo restore the files that can be found and keep a record of the "
-                             "missing ones, run tessary-cli recover --restore-found.\n"}));
-    QCOMPARE(run({"recover", "--restore-found"}),
-             (CliOutcome{1,
-                         "1 file of the interrupted batch cannot be found:\n  IMG_2.jpg\nEvery "
-                         "other file goes back to its original name. The missing files are left "
-                         "alone, and the batch's journal is kept as a record in the journal "
-                         "folder.\n",
-                         "Nothing was restored. Confirm at a terminal, or pass --yes.\n"}));
-    QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
-
-    CliOutcome outcome = run({"recover", "--restore-found", "--yes"});
-    auto record =
-        QRegularExpression("set-aside-\\d{8}T\\d{6}Z-([-0-9A-F]{36})\\.json").match(outcome.out);
-    QCOMPARE(
-        outcome,
-        (CliOutcome{0, "1 file is back under its original name.\n1 file could not be found:\n"
-                       "  IMG_2.jpg\n    original: " +
-                           at("shoot/IMG_2.jpg") + "\n    new:      " + at("shoot/IMG_2-x.jpg") +
-                           "\n    staging:  " + at("shoot/.tessary-") + record.captured(1) +
-                           "-0\nRecord kept: " + at("journal/") + record.captured(0) +
-                           "\nThe record lists every file of the batch with its original, new "
-                           "and staging paths; a missing file may still turn up under one of "
-                           "them. Keep the record for reference, or delete it when you no longer "
-                           "need it.\n"}));
-    // The replacement is not Tessary's to move; the other file is back.
-    QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2-x.jpg"}));
-    QCOMPARE(folder->read("shoot/IMG_2-x.jpg"), QByteArray("other"));
-
-    auto status = run({"status", "--json"}).json();
-    QCOMPARE(status["hasRecovery"].get<bool>(), false);
-    QVERIFY(status["setAside"] == Json::array({record.captured(0).toStdString()}));
-    QVERIFY(run({"status"}).out.contains("1 set-aside batch record in the journal folder"));
-    QCOMPARE(run({"rename", "--yes", "--case", "lower", "shoot"}).exitCode, 0);
-}
-
-void CliTest::spreadsheetDiagnosticsBlockTheBatch() {
-    CliOutcome run = cli({"preview", "--mapping", "map.csv", "shoot"});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY(run.out.endsWith(
-        "Spreadsheet issues:\n"
-        "  Row 3 · img_10.jpg: No selected file exactly matches this original filename. Check "
-        "spelling and letter case, or remove this row.\n"
-        "  IMG_10.jpg: No mapping for this selected file. Add its old and new filenames, or "
-        "remove it from the batch.\n"
-        "1 file ready to rename · 0 unchanged · 1 conflict · 2 spreadsheet issues\n"));
-
-    // As tab-separated text the header line is one cell: the parse fails on row 1.
-    auto json =
-        cli({"preview", "--json", "--format", "tsv", "--mapping", "map.csv", "shoot"}).json();
-    QVERIFY(
-        json["diagnostics"] ==
-        Json::parse(R"([{"row": 1, "name": null, "message": "Expected exactly two columns: )"
+    void previewPrintsEachProposedNameOrJsonRows() {
+        CliOutcome mapped = cli({"preview", "--mapping", "map.csv", "shoot"});
+        QCOMPARE(mapped.exitCode, 1);
+        QVERIFY(mapped.out.endsWith(
+            "Spreadsheet issues:\n"
+            "  Row 3 · img_10.jpg: No selected file exactly matches this original filename. Check "
+            "spelling and letter case, or remove this row.\n"
+            "  IMG_10.jpg: No mapping for this selected file. Add its old and new filenames, or "
+            "remove it from the batch.\n"
+            "1 file ready to rename · 0 unchanged · 1 conflict · 2 spreadsheet issues\n"));
+        // As tab-separated text the header line is one cell: the parse fails on row 1.
+        auto tsv = cli({"preview", "--json", "--format", "tsv", "--mapping", "map.csv", "shoot"});
+        QVERIFY(tsv.json()["diagnostics"] ==
+                Json::parse(
+                    R"([{"row": 1, "name": null, "message": "Expected exactly two columns: )"
                     R"(old filename and new filename. Choose the matching CSV or TSV format."}])"));
-    QCOMPARE(json["rows"][0]["problem"].get<std::string>(),
-             std::string("Fix the spreadsheet before renaming."));
-}
+        QCOMPARE(tsv.json()["rows"][0]["problem"].get<std::string>(),
+                 std::string("Fix the spreadsheet before renaming."));
 
-void CliTest::standardInputRenamesAndReportsSaveBothKinds() {
-    QCOMPARE(cli({"report", "--draft", "-o", "draft.html", "--case", "upper", "shoot"}),
-             (CliOutcome{0, "Draft preview saved. No files were renamed by this export.\n"}));
-    QVERIFY(QFile::exists(at("draft.html")));
+        folder->file("shoot/Notes.txt");
+        folder->folder("shoot/Sub");
+        // Natural order numbers IMG_2 before IMG_10.
+        QCOMPARE(
+            cli({"preview", "--recipe", "Client handoff", "shoot"}),
+            (CliOutcome{0,
+                        "IMG_2.jpg   →  studio-north-001.jpg  ·  Ready to rename\n"
+                        "IMG_10.jpg  →  studio-north-002.jpg  ·  Ready to rename\n"
+                        "Notes.txt   →  studio-north-003.txt  ·  Ready to rename\n"
+                        "3 files ready to rename · 0 unchanged · 0 conflicts\n",
+                        "Skipped Sub: Sub is not a regular file, or is a symbolic/hard link.\n"}));
 
-    run({"rename", "--yes", "--mapping", "-", "shoot"}, "IMG_2.jpg,b.jpg\nIMG_10.jpg,Final.jpg\n");
-    QCOMPARE(names(), (QStringList{"Final.jpg", "b.jpg"}));
+        // A name may hold control characters (a download gone wrong, or a name
+        // made to clear the screen); the file can be renamed, and its name is
+        // printed with them written out, never sent raw to the terminal.
+        folder->file("odd/clear\x1b[2J.txt");
+        folder->file("odd/.hidden\x1b[2J");
+        QCOMPARE(cli({"preview", "--base-name", "fixed", "odd", "odd/.hidden\x1b[2J"}),
+                 (CliOutcome{
+                     0,
+                     "clear\\x1b[2J.txt  →  fixed.txt  ·  Ready to rename\n"
+                     "1 file ready to rename · 0 unchanged · 0 conflicts\n",
+                     "Skipped .hidden\\x1b[2J: Hidden files, links, and bundles are skipped.\n"}));
 
-    QCOMPARE(run({"report", "--receipt", "-o", "receipt.html"}),
-             (CliOutcome{0, "Rename receipt saved. It records the last completed batch.\n"}));
-    const QByteArray html = folder->read("receipt.html");
-    QVERIFY(html.contains("<td class=\"name\">IMG_10.jpg</td><td class=\"name\">Final.jpg</td>"));
-    QVERIFY(!html.contains(folder->path().toUtf8()));
-    QVERIFY(run({"report", "--receipt", "-o", "missing-folder/receipt.html"})
-                .errors.startsWith("The report could not be saved: "));
-}
+        folder->file("shoot/same.jpg");
+        CliOutcome conflict = cli({"preview", "--json", "--base-name", "same", "shoot/IMG_2.jpg"});
+        QCOMPARE(conflict.exitCode, 1);
+        Json expected = Json::parse(R"({"rows": [{"path": "", "name": "IMG_2.jpg",
+            "proposed": "same.jpg", "changed": true, "note": null,
+            "problem": "A file or folder with this name already exists."}],
+            "changed": 0, "unchanged": 0, "conflicts": 1, "skipped": [], "reachedLimit": false,
+            "volumeNote": null, "diagnostics": []})");
+        expected["rows"][0]["path"] = at("shoot/IMG_2.jpg").toStdString();
+        QVERIFY2(conflict.json() == expected, qPrintable(conflict.out));
+    }
+
+    void optionsChooseTheNames_data() {
+        QTest::addColumn<QStringList>("arguments"); // "<folder>" stands for the test's folder
+        QTest::addColumn<QStringList>("proposed");
+        // clang-format off
+        QTest::newRow("tokens in the chosen order")
+            << QStringList{"--base-name", "{folder} {name}", "--sequence", "--order", "size", "--descending", "shoot"}
+            << QStringList{"shoot Notes-001.txt", "shoot IMG_2-002.jpg", "shoot IMG_10-003.jpg"};
+        QTest::newRow("pattern, accents and duplicates")
+            << QStringList{"--regex", "--find", R"(^(IMG)_\d+$)", "--replace", R"(\L$1\E Café)", "--remove-accents", "--duplicate-format", "underscore", "shoot"}
+            << QStringList{"img Cafe.jpg", "img Cafe_2.jpg", "Notes.txt"};
+        // Files and folders named one by one; a folder holds nothing more.
+        QTest::newRow("files named") << QStringList{"--base-name", "same", "shoot/Notes.txt", "shoot/IMG_2.jpg", "shoot/Sub"}
+                                     << QStringList{"same.jpg", "same.txt"};
+        // A rules file is the base that explicit options change. File managers
+        // pass file:// URIs, percent-encoded, where a shell passes paths.
+        QTest::newRow("rules file and URIs")
+            << QStringList{"--rules", "file://<folder>/my%20rules%20%231.json", "--start", "1", "--windows", "file://<folder>/shoot/Notes.txt"}
+            << QStringList{"TRIP_01.txt"};
+        // clang-format on
+    }
+
+    void optionsChooseTheNames() {
+        QFETCH(QStringList, arguments);
+        QFETCH(QStringList, proposed);
+        folder->file("shoot/Notes.txt", QByteArray(30, 'x'));
+        folder->folder("shoot/Sub");
+        folder->file("my rules #1.json",
+                     R"({"baseName":"Trip","find":"","replacement":"","prefix":"",
+            "suffix":"","nameCase":"upper","separator":"underscore","sequence":true,
+            "sequenceStart":7,"sequencePadding":2})");
+        CliOutcome run = cli(QStringList{"preview", "--json"} +
+                             arguments.replaceInStrings("<folder>", folder->path()));
+        QCOMPARE(run.exitCode, 0);
+        QStringList names;
+        const Json json = run.json();
+        for (const auto& row : json["rows"])
+            names.append(QString::fromStdString(row["proposed"].get<std::string>()));
+        QCOMPARE(names, proposed);
+    }
+
+    void refusesWhatCannotBeCarriedOut_data() {
+        QTest::addColumn<QString>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("sentence");
+        auto row = [](const char* tag, const char* arguments, int exitCode, const char* sentence) {
+            QTest::newRow(tag) << QString(arguments) << exitCode << QString(sentence);
+        };
+        // clang-format off
+        row("missing path", "preview shoot/nothing.txt", 2, "nothing.txt is missing or unavailable. No files were added.");
+        row("unknown case", "preview --case shout shoot", 2, "--case takes one of unchanged, lower, upper, title.");
+        row("unknown separator", "preview --separator dot shoot", 2, "--separator takes one of unchanged, hyphen, underscore, space.");
+        row("unknown recipe", "preview --recipe Holiday shoot", 2, "There is no recipe called “Holiday”. Choose one of “Client handoff”, “Photo sequence”, “Web-friendly”.");
+        row("unknown order", "preview --order date shoot", 2, "--order takes one of name, taken, modified, size.");
+        row("invalid pattern", "preview --regex --find ( shoot", 2, "This regular expression has a mistake at character 2: missing closing parenthesis.");
+        row("unknown duplicate format", "preview --duplicate-format (2) shoot", 2, "--duplicate-format takes one of parentheses, space, hyphen, underscore.");
+        row("bad number", "preview --digits three shoot", 2, "--digits takes a whole number.");
+        row("no path", "preview", 2, "Name at least one file or folder to preview.");
+        row("remote path", "preview sftp://host/shoot", 2, "sftp://host/shoot is not a file on this computer; name a path or a file:// URI.");
+        row("another computer's file", "preview file://otherhost/shoot", 2, "file://otherhost/shoot is not a file on this computer; name a path or a file:// URI.");
+        row("remote journal", "status --journal smb://host/Tessary", 2, "smb://host/Tessary is not a file on this computer; name a path or a file:// URI.");
+        row("unknown command", "rename-all", 2, "There is no command “rename-all”.");
+        row("mapping and rules", "preview --mapping map.csv --prefix x shoot", 2, "Use either --mapping or naming-rule options, not both.");
+        row("not confirmed", "rename --journal journal --case lower shoot", 1, "Nothing was renamed. Confirm at a terminal, or pass --yes.");
+        row("conflicts", "rename --journal journal --yes --base-name same shoot", 1, "Nothing was renamed. Resolve the conflicts above first.");
+        row("spreadsheet issues", "rename --journal journal --yes --mapping map.csv shoot", 1, "Nothing was renamed. Resolve the conflicts above first.");
+        row("no changes", "rename --journal journal --yes shoot", 1, "There are no filename changes to apply.");
+        row("nothing to undo", "undo --journal journal", 1, "No readable rename journal was found.");
+        row("nothing to report", "report --receipt -o receipt.html --journal journal", 1, "There is no completed rename batch to report.");
+        row("while another renames", "rename --journal journal --yes --case lower shoot", 1, "Another Tessary operation is running. Try again when it finishes.");
+        row("while another undoes", "undo --journal journal", 1, "Another Tessary operation is running. Try again when it finishes.");
+        row("while another recovers", "recover --journal journal", 1, "Another Tessary operation is running. Try again when it finishes.");
+        // clang-format on
+    }
+
+    void refusesWhatCannotBeCarriedOut() {
+        QFETCH(QString, arguments);
+        QFETCH(int, exitCode);
+        QFETCH(QString, sentence);
+        // Another operation holds the journal's lock.
+        QFile lock(at("journal/.lock"));
+        if (QString(QTest::currentDataTag()).startsWith("while")) {
+            QDir().mkpath(at("journal"));
+            QVERIFY(lock.open(QIODevice::ReadWrite) &&
+                    ::flock(lock.handle(), LOCK_EX | LOCK_NB) == 0);
+        }
+        CliOutcome run = cli(arguments.split(QLatin1Char(' ')));
+        QCOMPARE(run.exitCode, exitCode);
+        QCOMPARE(run.errors.section(QLatin1Char('\n'), 0, 0), sentence);
+        if (exitCode == 2)
+            QVERIFY(run.out.isEmpty());
+        QCOMPARE(names(), original);
+        QVERIFY(!QFile::exists(at("journal/active.json")) && !QFile::exists(at("receipt.html")));
+    }
+
+    void renameUndoReportAndStatusThroughTheJournal() {
+        QCOMPARE(cli({"report", "--draft", "-o", "draft.html", "--case", "upper", "shoot"}),
+                 (CliOutcome{0, "Draft preview saved. No files were renamed by this export.\n"}));
+        QVERIFY(QFile::exists(at("draft.html")));
+        // Piped, standard error carries no progress.
+        QCOMPARE(run({"rename", "--yes", "--mapping", "-", "shoot"},
+                     "IMG_2.jpg,b.jpg\nIMG_10.jpg,Final.jpg\n"),
+                 (CliOutcome{0, "2 files renamed. You can undo this batch, even after reopening "
+                                "Tessary.\n"}));
+        QCOMPARE(names(), (QStringList{"Final.jpg", "b.jpg"}));
+        QCOMPARE(run({"status", "--json"}),
+                 (CliOutcome{0, R"({"journal":")" + at("journal") +
+                                    R"(","hasRecovery":false,"undoCount":2,"setAside":[]})"
+                                    "\n"}));
+        QCOMPARE(run({"report", "--receipt", "-o", "receipt.html"}),
+                 (CliOutcome{0, "Rename receipt saved. It records the last completed batch.\n"}));
+        const QByteArray html = folder->read("receipt.html");
+        QVERIFY(
+            html.contains("<td class=\"name\">IMG_10.jpg</td><td class=\"name\">Final.jpg</td>"));
+        QVERIFY(!html.contains(folder->path().toUtf8()));
+        QVERIFY(run({"report", "--receipt", "-o", "missing-folder/receipt.html"})
+                    .errors.startsWith("The report could not be saved: "));
+
+        QCOMPARE(run({"undo"}),
+                 (CliOutcome{0, "The last batch was undone. Original names restored.\n"}));
+        QCOMPARE(names(), original);
+        // One file: the notice says "file".
+        QCOMPARE(run({"rename", "--yes", "--prefix", "x", "shoot/IMG_2.jpg"}).out,
+                 "1 file renamed. You can undo this batch, even after reopening Tessary.\n");
+    }
+
+    void progressIsDrawnOnlyAtATerminal() {
+        if (QStandardPaths::findExecutable("script").isEmpty())
+            QSKIP("script(1), which gives a command a terminal, is not installed");
+        // Standard error alone on the terminal: what script passes on is only it.
+        auto atTerminal = [&](const QString& words) {
+            QProcess terminal;
+            terminal.setStandardInputFile(QProcess::nullDevice());
+            terminal.start("script", {"-qc",
+                                      QStringLiteral("'%1' %2 '%3' >/dev/null")
+                                          .arg(QStringLiteral(TESSARY_CLI), words, at("shoot")),
+                                      "/dev/null"});
+            terminal.waitForFinished(60000);
+            return QString::fromUtf8(terminal.readAllStandardOutput());
+        };
+        QCOMPARE(atTerminal("preview --json"), QString());
+        QString drawn = atTerminal("rename --yes --prefix x- --journal '" + at("journal") + "'");
+        QCOMPARE(names(), (QStringList{"x-IMG_10.jpg", "x-IMG_2.jpg"}));
+        // One line for each step, drawn over with each count and ended once; the
+        // terminal turns each line feed into a carriage return and a line feed.
+        QVERIFY2(QRegularExpression("^\rAdding 0 of 2 files…[^\n]*\rAdding 2 of 2 files…\r\n"
+                                    "\rRenaming 0 of 2 files…[^\n]*\rRenaming 2 of 2 files…\r\n$")
+                     .match(drawn)
+                     .hasMatch(),
+                 qPrintable(drawn));
+    }
+
+    void recoveryFinishesABatchOrRestoresWhatIsFound() {
+        QCOMPARE(run({"rename", "--yes", "--suffix", "-x", "shoot"}).exitCode, 0);
+        // A batch that stopped after its journal was marked completed.
+        QVERIFY(QFile::copy(at("journal/undo.json"), at("journal/active.json")));
+        QVERIFY(run({"status"})
+                    .out.contains("An interrupted batch needs recovery: run tessary-cli recover."));
+        QCOMPARE(run({"rename", "--yes", "--case", "lower", "shoot"}).errors,
+                 "An interrupted batch needs recovery first.\n");
+        QCOMPARE(run({"recover"}), (CliOutcome{0, "Recovery finished. Original names restored, or "
+                                                  "the completed batch was saved for undo.\n"}));
+        QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
+        QCOMPARE(run({"recover"}), (CliOutcome{0, "No batch needs recovery.\n"}));
+
+        // The same batch stopped after both files had their new names, and another
+        // program then replaced one of them with a file of its own.
+        folder->file("journal/active.json",
+                     folder->read("journal/undo.json")
+                         .replace(R"("completed":true)", R"("completed":false)"));
+        QVERIFY(QFile::remove(at("journal/undo.json")));
+        folder->file("replacement", "other");
+        QCOMPARE(std::rename(at("replacement").toUtf8(), at("shoot/IMG_2-x.jpg").toUtf8()), 0);
+
+        QCOMPARE(
+            run({"recover"}),
+            (CliOutcome{1, "",
+                        "Recovery cannot find the original IMG_2.jpg. Reconnect its volume or "
+                        "restore it to a recorded location, then retry. The journal remains in " +
+                            at("journal") +
+                            ".\nTo restore the files that can be found and keep a record of the "
+                            "missing ones, run tessary-cli recover --restore-found.\n"}));
+        QCOMPARE(
+            run({"recover", "--restore-found"}),
+            (CliOutcome{1,
+                        "1 file of the interrupted batch cannot be found:\n  IMG_2.jpg\nEvery "
+                        "other file goes back to its original name. The missing files are left "
+                        "alone, and the batch's journal is kept as a record in the journal "
+                        "folder.\n",
+                        "Nothing was restored. Confirm at a terminal, or pass --yes.\n"}));
+        QCOMPARE(names(), (QStringList{"IMG_10-x.jpg", "IMG_2-x.jpg"}));
+
+        CliOutcome outcome = run({"recover", "--restore-found", "--yes"});
+        auto record = QRegularExpression("set-aside-\\d{8}T\\d{6}Z-([-0-9A-F]{36})\\.json")
+                          .match(outcome.out);
+        QCOMPARE(outcome,
+                 (CliOutcome{
+                     0, "1 file is back under its original name.\n1 file could not be found:\n"
+                        "  IMG_2.jpg\n    original: " +
+                            at("shoot/IMG_2.jpg") + "\n    new:      " + at("shoot/IMG_2-x.jpg") +
+                            "\n    staging:  " + at("shoot/.tessary-") + record.captured(1) +
+                            "-0\nRecord kept: " + at("journal/") + record.captured(0) +
+                            "\nThe record lists every file of the batch with its original, new "
+                            "and staging paths; a missing file may still turn up under one of "
+                            "them. Keep the record for reference, or delete it when you no longer "
+                            "need it.\n"}));
+        // The replacement is not Tessary's to move; the other file is back.
+        QCOMPARE(names(), (QStringList{"IMG_10.jpg", "IMG_2-x.jpg"}));
+        QCOMPARE(folder->read("shoot/IMG_2-x.jpg"), QByteArray("other"));
+
+        auto status = run({"status", "--json"}).json();
+        QCOMPARE(status["hasRecovery"].get<bool>(), false);
+        QVERIFY(status["setAside"] == Json::array({record.captured(0).toStdString()}));
+        QVERIFY(run({"status"}).out.contains("1 set-aside batch record in the journal folder"));
+        QCOMPARE(run({"rename", "--yes", "--case", "lower", "shoot"}).exitCode, 0);
+    }
+};
 
 QTEST_GUILESS_MAIN(CliTest)
 #include "test_cli.moc"
