@@ -29,10 +29,8 @@ Json& entry(Json& journal, std::size_t position) {
     return journal["entries"][position];
 }
 
-std::string lowered(std::string text) {
-    for (char& c : text)
-        c = char(std::tolower(c));
-    return text;
+std::string lowered(const std::string& text) {
+    return QString::fromStdString(text).toLower().toStdString();
 }
 
 // Puts `name` in place of the last part of the first entry's `key` path.
@@ -73,8 +71,7 @@ class JournalReaderTest : public QObject {
 private slots:
     void refusesMalformedJournalsAndLeavesThemAlone_data();
     void refusesMalformedJournalsAndLeavesThemAlone();
-    void refusesFilesThatAreNotPlainJournals();
-    void readsBothSolidusForms();
+    void readsBothSolidusFormsButOnlyFromPlainFiles();
 };
 
 void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone_data() {
@@ -131,9 +128,14 @@ void JournalReaderTest::refusesMalformedJournalsAndLeavesThemAlone() {
         QCOMPARE(disk.read("journal/active.json"), bytes);
 }
 
-void JournalReaderTest::refusesFilesThatAreNotPlainJournals() {
+void JournalReaderTest::readsBothSolidusFormsButOnlyFromPlainFiles() {
     TemporaryFolder disk;
-    validJournal(disk);
+    Json journal = validJournal(disk);
+    QByteArray written = disk.read("journal/undo.json");
+    QVERIFY(written.contains("\\/d\\/x.txt"));
+    RenameJournal plain = RenameJournal::decoded(QByteArray::fromStdString(journal.dump()));
+    QCOMPARE(RenameJournal::decoded(written), plain);
+    QCOMPARE(plain.encoded(), written);
     QVERIFY(!RenameEngine(disk.at("journal")).recover());
     const QString notPlain = "The rename journal is not a regular file or exceeds the safe size "
                              "limit. No files were changed.";
@@ -158,17 +160,6 @@ void JournalReaderTest::refusesFilesThatAreNotPlainJournals() {
     QCOMPARE(recoveryFailure(disk), notPlain);
     QCOMPARE(QFileInfo(disk.at("journal/active.json")).size(),
              RenameJournal::maximumDocumentBytes + 1);
-}
-
-void JournalReaderTest::readsBothSolidusForms() {
-    TemporaryFolder disk;
-    Json journal = validJournal(disk);
-    QByteArray written = disk.read("journal/undo.json");
-    QVERIFY(written.contains("\\/d\\/x.txt"));
-    RenameJournal escaped = RenameJournal::decoded(written);
-    RenameJournal plain = RenameJournal::decoded(QByteArray::fromStdString(journal.dump()));
-    QCOMPARE(escaped, plain);
-    QCOMPARE(plain.encoded(), written);
 }
 
 QTEST_GUILESS_MAIN(JournalReaderTest)
