@@ -85,7 +85,8 @@ private slots:
         QCOMPARE(tsv.json()["rows"][0]["problem"].get<std::string>(),
                  std::string("Fix the spreadsheet before renaming."));
 
-        folder->file("shoot/Notes.txt");
+        // The largest of the three.
+        folder->file("shoot/Notes.txt", QByteArray(30, 'x'));
         folder->folder("shoot/Sub");
         // Natural order numbers IMG_2 before IMG_10.
         QCOMPARE(
@@ -109,6 +110,31 @@ private slots:
                      "1 file ready to rename · 0 unchanged · 0 conflicts\n",
                      "Skipped .hidden\\x1b[2J: Hidden files, links, and bundles are skipped.\n"}));
 
+        // Files and folders named one by one; a folder holds nothing more. A rules
+        // file is the base that explicit options change. File managers pass
+        // file:// URIs, percent-encoded, where a shell passes paths.
+        folder->file("my rules #1.json", R"({"baseName":"Trip","find":"","replacement":"",
+            "prefix":"","suffix":"","nameCase":"upper","separator":"underscore",
+            "sequence":true,"sequenceStart":7,"sequencePadding":2})");
+        const QString uri = "file://" + folder->path();
+        // clang-format off
+        const struct { QStringList arguments, proposed; } options[] = {
+            {{"--base-name", "{folder} {name}", "--sequence", "--order", "size", "--descending", "shoot"}, {"shoot Notes-001.txt", "shoot IMG_2-002.jpg", "shoot IMG_10-003.jpg"}},
+            {{"--regex", "--find", R"(^(IMG)_\d+$)", "--replace", R"(\L$1\E Café)", "--remove-accents", "--duplicate-format", "underscore", "shoot"}, {"img Cafe.jpg", "img Cafe_2.jpg", "Notes.txt"}},
+            {{"--base-name", "same", "shoot/Notes.txt", "shoot/IMG_2.jpg", "shoot/Sub"}, {"same.jpg", "same.txt"}},
+            {{"--rules", uri + "/my%20rules%20%231.json", "--start", "1", "--windows", uri + "/shoot/Notes.txt"}, {"TRIP_01.txt"}},
+        };
+        // clang-format on
+        for (const auto& option : options) {
+            CliOutcome outcome = cli(QStringList{"preview", "--json"} + option.arguments);
+            QCOMPARE(outcome.exitCode, 0);
+            QStringList proposed;
+            const Json json = outcome.json();
+            for (const auto& row : json["rows"])
+                proposed.append(QString::fromStdString(row["proposed"].get<std::string>()));
+            QCOMPARE(proposed, option.proposed);
+        }
+
         folder->file("shoot/same.jpg");
         CliOutcome conflict = cli({"preview", "--json", "--base-name", "same", "shoot/IMG_2.jpg"});
         QCOMPARE(conflict.exitCode, 1);
@@ -121,98 +147,51 @@ private slots:
         QVERIFY2(conflict.json() == expected, qPrintable(conflict.out));
     }
 
-    void optionsChooseTheNames_data() {
-        QTest::addColumn<QStringList>("arguments"); // "<folder>" stands for the test's folder
-        QTest::addColumn<QStringList>("proposed");
-        // clang-format off
-        QTest::newRow("tokens in the chosen order")
-            << QStringList{"--base-name", "{folder} {name}", "--sequence", "--order", "size", "--descending", "shoot"}
-            << QStringList{"shoot Notes-001.txt", "shoot IMG_2-002.jpg", "shoot IMG_10-003.jpg"};
-        QTest::newRow("pattern, accents and duplicates")
-            << QStringList{"--regex", "--find", R"(^(IMG)_\d+$)", "--replace", R"(\L$1\E Café)", "--remove-accents", "--duplicate-format", "underscore", "shoot"}
-            << QStringList{"img Cafe.jpg", "img Cafe_2.jpg", "Notes.txt"};
-        // Files and folders named one by one; a folder holds nothing more.
-        QTest::newRow("files named") << QStringList{"--base-name", "same", "shoot/Notes.txt", "shoot/IMG_2.jpg", "shoot/Sub"}
-                                     << QStringList{"same.jpg", "same.txt"};
-        // A rules file is the base that explicit options change. File managers
-        // pass file:// URIs, percent-encoded, where a shell passes paths.
-        QTest::newRow("rules file and URIs")
-            << QStringList{"--rules", "file://<folder>/my%20rules%20%231.json", "--start", "1", "--windows", "file://<folder>/shoot/Notes.txt"}
-            << QStringList{"TRIP_01.txt"};
-        // clang-format on
-    }
-
-    void optionsChooseTheNames() {
-        QFETCH(QStringList, arguments);
-        QFETCH(QStringList, proposed);
-        folder->file("shoot/Notes.txt", QByteArray(30, 'x'));
-        folder->folder("shoot/Sub");
-        folder->file("my rules #1.json",
-                     R"({"baseName":"Trip","find":"","replacement":"","prefix":"",
-            "suffix":"","nameCase":"upper","separator":"underscore","sequence":true,
-            "sequenceStart":7,"sequencePadding":2})");
-        CliOutcome run = cli(QStringList{"preview", "--json"} +
-                             arguments.replaceInStrings("<folder>", folder->path()));
-        QCOMPARE(run.exitCode, 0);
-        QStringList names;
-        const Json json = run.json();
-        for (const auto& row : json["rows"])
-            names.append(QString::fromStdString(row["proposed"].get<std::string>()));
-        QCOMPARE(names, proposed);
-    }
-
-    void refusesWhatCannotBeCarriedOut_data() {
-        QTest::addColumn<QString>("arguments");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("sentence");
-        auto row = [](const char* tag, const char* arguments, int exitCode, const char* sentence) {
-            QTest::newRow(tag) << QString(arguments) << exitCode << QString(sentence);
-        };
-        // clang-format off
-        row("missing path", "preview shoot/nothing.txt", 2, "nothing.txt is missing or unavailable. No files were added.");
-        row("unknown case", "preview --case shout shoot", 2, "--case takes one of unchanged, lower, upper, title.");
-        row("unknown separator", "preview --separator dot shoot", 2, "--separator takes one of unchanged, hyphen, underscore, space.");
-        row("unknown recipe", "preview --recipe Holiday shoot", 2, "There is no recipe called “Holiday”. Choose one of “Client handoff”, “Photo sequence”, “Web-friendly”.");
-        row("unknown order", "preview --order date shoot", 2, "--order takes one of name, taken, modified, size.");
-        row("invalid pattern", "preview --regex --find ( shoot", 2, "This regular expression has a mistake at character 2: missing closing parenthesis.");
-        row("unknown duplicate format", "preview --duplicate-format (2) shoot", 2, "--duplicate-format takes one of parentheses, space, hyphen, underscore.");
-        row("bad number", "preview --digits three shoot", 2, "--digits takes a whole number.");
-        row("no path", "preview", 2, "Name at least one file or folder to preview.");
-        row("remote path", "preview sftp://host/shoot", 2, "sftp://host/shoot is not a file on this computer; name a path or a file:// URI.");
-        row("another computer's file", "preview file://otherhost/shoot", 2, "file://otherhost/shoot is not a file on this computer; name a path or a file:// URI.");
-        row("remote journal", "status --journal smb://host/Tessary", 2, "smb://host/Tessary is not a file on this computer; name a path or a file:// URI.");
-        row("unknown command", "rename-all", 2, "There is no command “rename-all”.");
-        row("mapping and rules", "preview --mapping map.csv --prefix x shoot", 2, "Use either --mapping or naming-rule options, not both.");
-        row("not confirmed", "rename --journal journal --case lower shoot", 1, "Nothing was renamed. Confirm at a terminal, or pass --yes.");
-        row("conflicts", "rename --journal journal --yes --base-name same shoot", 1, "Nothing was renamed. Resolve the conflicts above first.");
-        row("spreadsheet issues", "rename --journal journal --yes --mapping map.csv shoot", 1, "Nothing was renamed. Resolve the conflicts above first.");
-        row("no changes", "rename --journal journal --yes shoot", 1, "There are no filename changes to apply.");
-        row("nothing to undo", "undo --journal journal", 1, "No readable rename journal was found.");
-        row("nothing to report", "report --receipt -o receipt.html --journal journal", 1, "There is no completed rename batch to report.");
-        row("while another renames", "rename --journal journal --yes --case lower shoot", 1, "Another Tessary operation is running. Try again when it finishes.");
-        row("while another undoes", "undo --journal journal", 1, "Another Tessary operation is running. Try again when it finishes.");
-        row("while another recovers", "recover --journal journal", 1, "Another Tessary operation is running. Try again when it finishes.");
-        // clang-format on
-    }
-
     void refusesWhatCannotBeCarriedOut() {
-        QFETCH(QString, arguments);
-        QFETCH(int, exitCode);
-        QFETCH(QString, sentence);
-        // Another operation holds the journal's lock.
+        // clang-format off
+        const struct { QString arguments; int exitCode; QString sentence; } refusals[] = {
+            {"preview shoot/nothing.txt", 2, "nothing.txt is missing or unavailable. No files were added."},
+            {"preview --case shout shoot", 2, "--case takes one of unchanged, lower, upper, title."},
+            {"preview --separator dot shoot", 2, "--separator takes one of unchanged, hyphen, underscore, space."},
+            {"preview --recipe Holiday shoot", 2, "There is no recipe called “Holiday”. Choose one of “Client handoff”, “Photo sequence”, “Web-friendly”."},
+            {"preview --order date shoot", 2, "--order takes one of name, taken, modified, size."},
+            {"preview --regex --find ( shoot", 2, "This regular expression has a mistake at character 2: missing closing parenthesis."},
+            {"preview --duplicate-format (2) shoot", 2, "--duplicate-format takes one of parentheses, space, hyphen, underscore."},
+            {"preview --digits three shoot", 2, "--digits takes a whole number."},
+            {"preview", 2, "Name at least one file or folder to preview."},
+            {"preview sftp://host/shoot", 2, "sftp://host/shoot is not a file on this computer; name a path or a file:// URI."},
+            {"preview file://otherhost/shoot", 2, "file://otherhost/shoot is not a file on this computer; name a path or a file:// URI."},
+            {"status --journal smb://host/Tessary", 2, "smb://host/Tessary is not a file on this computer; name a path or a file:// URI."},
+            {"rename-all", 2, "There is no command “rename-all”."},
+            {"preview --mapping map.csv --prefix x shoot", 2, "Use either --mapping or naming-rule options, not both."},
+            {"rename --journal journal --case lower shoot", 1, "Nothing was renamed. Confirm at a terminal, or pass --yes."},
+            {"rename --journal journal --yes --base-name same shoot", 1, "Nothing was renamed. Resolve the conflicts above first."},
+            {"rename --journal journal --yes --mapping map.csv shoot", 1, "Nothing was renamed. Resolve the conflicts above first."},
+            {"rename --journal journal --yes shoot", 1, "There are no filename changes to apply."},
+            {"undo --journal journal", 1, "No readable rename journal was found."},
+            {"report --receipt -o receipt.html --journal journal", 1, "There is no completed rename batch to report."},
+            {"rename --journal journal --yes --case lower shoot", 1, "Another Tessary operation is running. Try again when it finishes."},
+            {"undo --journal journal", 1, "Another Tessary operation is running. Try again when it finishes."},
+            {"recover --journal journal", 1, "Another Tessary operation is running. Try again when it finishes."},
+        };
+        // clang-format on
         QFile lock(at("journal/.lock"));
-        if (QString(QTest::currentDataTag()).startsWith("while")) {
-            QDir().mkpath(at("journal"));
-            QVERIFY(lock.open(QIODevice::ReadWrite) &&
-                    ::flock(lock.handle(), LOCK_EX | LOCK_NB) == 0);
+        for (const auto& refusal : refusals) {
+            // From here on another operation holds the journal's lock.
+            if (refusal.sentence.startsWith("Another") && !lock.isOpen()) {
+                QDir().mkpath(at("journal"));
+                QVERIFY(lock.open(QIODevice::ReadWrite) &&
+                        ::flock(lock.handle(), LOCK_EX | LOCK_NB) == 0);
+            }
+            CliOutcome run = cli(refusal.arguments.split(QLatin1Char(' ')));
+            QCOMPARE(run.exitCode, refusal.exitCode);
+            QCOMPARE(run.errors.section(QLatin1Char('\n'), 0, 0), refusal.sentence);
+            if (refusal.exitCode == 2)
+                QVERIFY(run.out.isEmpty());
+            QCOMPARE(names(), original);
+            QVERIFY(!QFile::exists(at("journal/active.json")) &&
+                    !QFile::exists(at("receipt.html")));
         }
-        CliOutcome run = cli(arguments.split(QLatin1Char(' ')));
-        QCOMPARE(run.exitCode, exitCode);
-        QCOMPARE(run.errors.section(QLatin1Char('\n'), 0, 0), sentence);
-        if (exitCode == 2)
-            QVERIFY(run.out.isEmpty());
-        QCOMPARE(names(), original);
-        QVERIFY(!QFile::exists(at("journal/active.json")) && !QFile::exists(at("receipt.html")));
     }
 
     void renameUndoReportAndStatusThroughTheJournal() {
