@@ -156,26 +156,53 @@ private slots:
         QCOMPARE(model->rows().first().intent.filename, "new-1.txt");
     }
 
-    void renameAndReportsAreOfferedOnlyForWhatIsThere() {
+    void spreadsheetTextKeepsItsLastGoodVersionAndOnlyWhatIsThereIsOffered() {
         QVERIFY(load("in", {"a.txt", "b.txt"}));
+        const QString pasted = "a.txt\tx.txt\nb.txt\ty.txt\n";
+        using enum RenameMode;
+        using enum MappingFormat;
         // clang-format off
-        const struct { RenameMode mode; RenameRules rules; QString mapping; bool offered; } steps[] = {
-            {RenameMode::rules, {}, {}, false}, // nothing changes
-            {RenameMode::rules, {.prefix = "x-"}, {}, true},
-            {RenameMode::rules, {.baseName = "same"}, {}, false},
-            // A row that names no file blocks the batch although every file's own row is fine.
-            {RenameMode::spreadsheet, {}, "a.txt,x.txt\nb.txt,y.txt\nmissing.txt,z.txt\n", false},
-            {RenameMode::spreadsheet, {}, "a.txt,x.txt\nb.txt,y.txt\n", true},
+        const struct { std::function<void()> action; QString text, error; RenameMode mode; MappingFormat format; qsizetype count; } steps[] = {
+            {[&] { model->setMode(spreadsheet); model->updateMappingText("a.txt,x.txt\n"); model->pasteMapping(); }, "a.txt,x.txt\n", "Copy two columns as text from your spreadsheet, then choose Paste columns.", spreadsheet, automatic, 0},
+            {[&] { model->setMappingFormat(csv); clipboard.contents = pasted; model->pasteMapping(); }, pasted, {}, spreadsheet, automatic, 2},
+            {[&] { model->updateMappingText(QString(4 * 1024 * 1024 + 1, 'a')); }, pasted, "This text exceeds 4 MiB and was not loaded. Edit or clear the text, or open a smaller spreadsheet.", spreadsheet, automatic, 0},
+            {[&] { model->clearMapping(); }, {}, {}, spreadsheet, automatic, 0},
+            {[&] { model->setMode(rules); model->loadMapping(QUrl::fromLocalFile(disk->file("list.TSV", "a.txt\tz.txt\n"))); }, "a.txt\tz.txt\n", {}, spreadsheet, tsv, 1},
+            {[&] { model->setMode(rules); model->loadMapping(QUrl::fromLocalFile(disk->file("latin1.csv", "a.txt,\xe9.txt\n"))); }, "a.txt\tz.txt\n", "Spreadsheet not loaded. Use UTF-8 CSV or TSV. This file uses an unsupported encoding. Edit or clear the existing text, or open another file.", rules, tsv, 0},
         };
         // clang-format on
         for (const auto& step : steps) {
-            model->setMode(step.mode);
-            model->setRules(step.rules);
-            model->updateMappingText(step.mapping);
+            step.action();
+            QVERIFY(settled(*model));
+            QCOMPARE(model->mappingText(), step.text);
+            QCOMPARE(model->mappingInputError().value_or(""), step.error);
+            QCOMPARE(model->mode(), step.mode);
+            QCOMPARE(model->mappingFormat(), step.format);
+            QCOMPARE(model->mappingCount(), step.count);
+            // Text that could not be had is the one problem the spreadsheet shows.
+            if (!step.error.isEmpty() && step.mode == spreadsheet)
+                QVERIFY(model->mappingDiagnostics() ==
+                        QList<MappingDiagnostic>({{std::nullopt, std::nullopt, step.error}}));
+        }
+
+        // clang-format off
+        const struct { RenameMode mode; RenameRules rules; QString mapping; bool offered; } offers[] = {
+            {rules, {}, {}, false}, // nothing changes
+            {rules, {.prefix = "x-"}, {}, true},
+            {rules, {.baseName = "same"}, {}, false},
+            // A row that names no file blocks the batch although every file's own row is fine.
+            {spreadsheet, {}, "a.txt\tx.txt\nb.txt\ty.txt\nmissing.txt\tz.txt\n", false},
+            {spreadsheet, {}, pasted, true},
+        };
+        // clang-format on
+        for (const auto& offer : offers) {
+            model->setMode(offer.mode);
+            model->setRules(offer.rules);
+            model->updateMappingText(offer.mapping);
             // Never for a preview still being computed.
             QVERIFY(!model->canRename());
             QVERIFY(settled(*model));
-            QCOMPARE(model->canRename(), step.offered);
+            QCOMPARE(model->canRename(), offer.offered);
         }
 
         dialogs->saveAnswers = {disk->at("draft.html"), disk->at("receipt.html")};
@@ -406,36 +433,6 @@ private slots:
 
         environment.insert("TESSARY_DEMO_ROOT", "relative/demo");
         QCOMPARE(AppModel::demoRoot(environment), QDir::tempPath() + "/Tessary-demo");
-    }
-
-    void spreadsheetTextKeepsItsLastGoodVersion() {
-        QVERIFY(load("in", {"a.txt", "b.txt"}));
-        const QString pasted = "a.txt\tx.txt\nb.txt\ty.txt\n";
-        using enum RenameMode;
-        using enum MappingFormat;
-        // clang-format off
-        const struct { std::function<void()> action; QString text, error; RenameMode mode; MappingFormat format; qsizetype count; } steps[] = {
-            {[&] { model->setMode(spreadsheet); model->updateMappingText("a.txt,x.txt\n"); model->pasteMapping(); }, "a.txt,x.txt\n", "Copy two columns as text from your spreadsheet, then choose Paste columns.", spreadsheet, automatic, 0},
-            {[&] { model->setMappingFormat(csv); clipboard.contents = pasted; model->pasteMapping(); }, pasted, {}, spreadsheet, automatic, 2},
-            {[&] { model->updateMappingText(QString(4 * 1024 * 1024 + 1, 'a')); }, pasted, "This text exceeds 4 MiB and was not loaded. Edit or clear the text, or open a smaller spreadsheet.", spreadsheet, automatic, 0},
-            {[&] { model->clearMapping(); }, {}, {}, spreadsheet, automatic, 0},
-            {[&] { model->setMode(rules); model->loadMapping(QUrl::fromLocalFile(disk->file("list.TSV", "a.txt\tz.txt\n"))); }, "a.txt\tz.txt\n", {}, spreadsheet, tsv, 1},
-            {[&] { model->setMode(rules); model->loadMapping(QUrl::fromLocalFile(disk->file("latin1.csv", "a.txt,\xe9.txt\n"))); }, "a.txt\tz.txt\n", "Spreadsheet not loaded. Use UTF-8 CSV or TSV. This file uses an unsupported encoding. Edit or clear the existing text, or open another file.", rules, tsv, 0},
-        };
-        // clang-format on
-        for (const auto& step : steps) {
-            step.action();
-            QVERIFY(settled(*model));
-            QCOMPARE(model->mappingText(), step.text);
-            QCOMPARE(model->mappingInputError().value_or(""), step.error);
-            QCOMPARE(model->mode(), step.mode);
-            QCOMPARE(model->mappingFormat(), step.format);
-            QCOMPARE(model->mappingCount(), step.count);
-            // Text that could not be had is the one problem the spreadsheet shows.
-            if (!step.error.isEmpty() && step.mode == spreadsheet)
-                QVERIFY(model->mappingDiagnostics() ==
-                        QList<MappingDiagnostic>({{std::nullopt, std::nullopt, step.error}}));
-        }
     }
 };
 
