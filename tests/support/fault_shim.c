@@ -10,7 +10,7 @@
  *                          "N-" acts at call N and every later one, as a
  *                          volume that refuses a call does
  *   TESSARY_FAULT_ACTION   kill (SIGKILL before the call runs), an errno name
- *                          (ENOSPC, EIO, EXDEV, EINVAL: the call fails with it
+ *                          (ENOSPC, EIO, EXDEV...: the call fails with it
  *                          without running), or run (TESSARY_FAULT_COMMAND is
  *                          run by the shell, then the call goes ahead)
  *   TESSARY_FAULT_STATX_EIO  a name: statx of a path ending in it fails with EIO,
@@ -60,13 +60,10 @@ static int step(const char* call) {
         if (command && system(command) != 0)
             kill(getpid(), SIGKILL);
     } else {
-        static const struct {
-            const char* name;
-            int value;
-        } errnos[] = {{"ENOSPC", ENOSPC}, {"EIO", EIO}, {"EXDEV", EXDEV}, {"EINVAL", EINVAL}};
-        for (size_t i = 0; i < sizeof errnos / sizeof *errnos; ++i) {
-            if (strcmp(action, errnos[i].name) == 0) {
-                errno = errnos[i].value;
+        for (int value = 1; value < 4096; ++value) {
+            const char* name = strerrorname_np(value);
+            if (name && strcmp(action, name) == 0) {
+                errno = value;
                 return 1;
             }
         }
