@@ -420,7 +420,7 @@ void CrashRecoveryTest::volumesThatComeBackAsAnotherDeviceRecover() {
     // The kill matrices on real volumes mount, kill and recover hundreds of
     // times; under the sanitizers that takes minutes each and checks nothing
     // the matrices in a temporary folder do not check there already.
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef TESSARY_SANITIZED
     QSKIP("real volumes are checked by the normal build");
 #endif
     QFETCH(QString, type);
