@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include <stdexcept>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -45,6 +46,28 @@ QString TemporaryFolder::symlink(const QString& relative, const QString& target)
 QString TemporaryFolder::hardlink(const QString& relative, const QString& existing) {
     return made(::link(at(existing).toUtf8().constData(), at(relative).toUtf8().constData()) == 0,
                 at(relative), "hard link");
+}
+
+QString TemporaryFolder::fifo(const QString& relative) {
+    return made(::mkfifo(QFile::encodeName(at(relative)).constData(), 0600) == 0, at(relative),
+                "pipe");
+}
+
+void TemporaryFolder::make(const QStringList& entries) {
+    for (const QString& entry : entries) {
+        const QString rest = entry.mid(2);
+        const QString name = rest.section(QLatin1Char('>'), 0, 0);
+        if (entry.startsWith(QLatin1String("d:")))
+            folder(rest);
+        else if (entry.startsWith(QLatin1String("l:")))
+            symlink(name, rest.section(QLatin1Char('>'), 1));
+        else if (entry.startsWith(QLatin1String("h:")))
+            hardlink(name, rest.section(QLatin1Char('>'), 1));
+        else if (entry.startsWith(QLatin1String("p:")))
+            fifo(rest);
+        else
+            file(entry);
+    }
 }
 
 QByteArray TemporaryFolder::read(const QString& relative) const {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <QUrl>
 
@@ -21,6 +21,10 @@ public:
     QString folder(const QString& relative);
     QString symlink(const QString& relative, const QString& target);
     QString hardlink(const QString& relative, const QString& existing);
+    QString fifo(const QString& relative);
+    // Each entry written "d:folder", "l:link>target", "h:link>existing", "p:fifo",
+    // or else as the path of a file.
+    void make(const QStringList& entries);
     QByteArray read(const QString& relative) const;
 
 private:

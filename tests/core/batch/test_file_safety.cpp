@@ -1,8 +1,8 @@
-#include "core/base/rename_failure.h"
 #include "core/batch/file_record.h"
 #include "core/batch/file_safety.h"
 #include "core/batch/folder_authorization.h"
 
+#include "failure_of.h"
 #include "temporary_folder.h"
 
 #include <QTest>
@@ -20,16 +20,6 @@ const QString dotName = QStringLiteral("Hidden filenames and dot names are not s
 const QString bundle =
     QStringLiteral("Files inside application or document bundles are not supported.");
 const QString noFolder = QStringLiteral("The containing folder is missing or is a symbolic link.");
-
-// The sentence a call throws, or an empty text when it succeeds.
-template <typename Call> QString failureOf(Call call) {
-    try {
-        call();
-    } catch (const RenameFailure& failure) {
-        return failure.message;
-    }
-    return {};
-}
 
 ino_t inodeOf(const QString& path) {
     struct stat status {};
@@ -51,15 +41,9 @@ class FileSafetyTest : public QObject {
 
 private slots:
     void initTestCase() {
-        for (const char* file : {"real/file.txt", "real/hard.txt", "real/.tessary-staging",
-                                 "X.app/Contents/f.txt", "Y.PhotosLibrary/f.txt"})
-            tree.file(file);
-        tree.folder("real/inner");
-        tree.folder("real/sub");
-        tree.hardlink("real/hard2.txt", "real/hard.txt");
-        tree.symlink("real/ln.txt", "file.txt");
-        tree.symlink("link", "real");
-        QCOMPARE(::mkfifo(tree.at("real/pipe").toUtf8().constData(), 0600), 0);
+        tree.make({"real/file.txt", "real/hard.txt", "h:real/hard2.txt>real/hard.txt",
+                   "l:real/ln.txt>file.txt", "real/.tessary-staging", "d:real/inner", "d:real/sub",
+                   "p:real/pipe", "l:link>real", "X.app/Contents/f.txt", "Y.PhotosLibrary/f.txt"});
     }
 
     void directoryFD_data() {

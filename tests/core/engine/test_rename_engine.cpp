@@ -1,6 +1,6 @@
+#include "failure_of.h"
 #include "temporary_folder.h"
 
-#include "core/base/rename_failure.h"
 #include "core/batch/file_record.h"
 #include "core/engine/rename_engine.h"
 
@@ -16,15 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-QString failureOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const RenameFailure& failure) {
-        return failure.message;
-    }
-    return {};
-}
 
 QStringList entries(const QString& folder) {
     return QDir(folder).entryList(

@@ -18,22 +18,6 @@ namespace {
 const QString skippedItem = QStringLiteral(": Hidden files, links, and bundles are skipped.");
 const QString notPlain = QStringLiteral(" is not a regular file, or is a symbolic/hard link.");
 
-// Builds entries from a compact notation: "d:" folder, "l:link>target",
-// "h:link>existing" hard link, anything else a file.
-void build(TemporaryFolder& tree, const QStringList& entries) {
-    for (const QString& entry : entries) {
-        QString rest = entry.mid(2);
-        if (entry.startsWith(QLatin1String("d:")))
-            tree.folder(rest);
-        else if (entry.startsWith(QLatin1String("l:")))
-            tree.symlink(rest.section('>', 0, 0), rest.section('>', 1));
-        else if (entry.startsWith(QLatin1String("h:")))
-            tree.hardlink(rest.section('>', 0, 0), rest.section('>', 1));
-        else
-            tree.file(entry);
-    }
-}
-
 // Records of files somewhere else, with identities no real file here has.
 QList<FileRecord> elsewhere(int count) {
     QList<FileRecord> records;
@@ -96,7 +80,7 @@ private slots:
         QFETCH(Collected, expected);
         auto [entries, selected, files, skipped, existing, maximum, reachedLimit] = expected;
         TemporaryFolder tree;
-        build(tree, entries);
+        tree.make(entries);
         QList<QUrl> urls;
         for (const QString& path : selected.isEmpty() ? QStringList{""} : selected)
             urls.append(tree.url(path));
@@ -129,7 +113,7 @@ private slots:
         QCOMPARE(FileImport::collect({}, existing, 5000).files, RenamePreview::sorted(existing));
         QVERIFY(RenamePreview::sorted(existing) != existing);
         TemporaryFolder tree;
-        build(tree, {"dir/a.txt", "dir/b.txt"});
+        tree.make({"dir/a.txt", "dir/b.txt"});
         QList<FileRecord> first = FileImport::collect({tree.url("dir")}, {}, 5000).files;
         QCOMPARE(first.size(), 2);
         ImportResult again =

@@ -9,8 +9,6 @@
 #include <QFile>
 #include <QTest>
 
-#include <sys/stat.h>
-
 namespace {
 
 // Dates come back as the clock on the wall showed them, held as UTC.
@@ -68,7 +66,7 @@ private slots:
         QCOMPARE(cut.taken, std::nullopt);
         QCOMPARE(cut.problem, "This file's metadata cannot be read; its header is damaged.");
         // A FIFO put under a photo's name is not waited on.
-        QCOMPARE(::mkfifo(QFile::encodeName(folder.at("pipe.jpg")).constData(), 0600), 0);
+        folder.fifo("pipe.jpg");
         for (const char* name : {"gone.jpg", "pipe.jpg"})
             QCOMPARE(MetadataReader::read(folder.at(name)).problem,
                      "This file is missing or no longer accessible.");

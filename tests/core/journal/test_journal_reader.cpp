@@ -1,6 +1,6 @@
+#include "failure_of.h"
 #include "temporary_folder.h"
 
-#include "core/base/rename_failure.h"
 #include "core/batch/file_record.h"
 #include "core/engine/rename_engine.h"
 #include "core/journal/rename_journal.h"
@@ -10,7 +10,6 @@
 #include <QFileInfo>
 #include <QTest>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 using Json = nlohmann::ordered_json;
@@ -54,12 +53,7 @@ Json validJournal(TemporaryFolder& disk) {
 
 // Why recovery refused the journal folder's active journal, or nothing.
 QString recoveryFailure(TemporaryFolder& disk) {
-    try {
-        RenameEngine(disk.at("journal")).recover();
-    } catch (const RenameFailure& failure) {
-        return failure.message;
-    }
-    return {};
+    return failureOf([&] { RenameEngine(disk.at("journal")).recover(); });
 }
 
 } // namespace
@@ -148,7 +142,7 @@ void JournalReaderTest::readsBothSolidusFormsButOnlyFromPlainFiles() {
     QCOMPARE(::unlink(active), 0);
 
     // A FIFO must not block the reader.
-    QCOMPARE(::mkfifo(active, 0600), 0);
+    disk.fifo("journal/active.json");
     QCOMPARE(recoveryFailure(disk), notPlain);
     QCOMPARE(::unlink(active), 0);
 

@@ -73,8 +73,8 @@ QStringList problems(const QList<PreviewRow>& rows, bool names = false) {
     return lines;
 }
 
-// Files "file>proposed name" in batch order, beside `entries` outside it ("d:"
-// folder, "l:" link), and each row's problem; with `changes`, the rules that
+// Files "file>proposed name" in batch order, beside `entries` outside it (as
+// TemporaryFolder::make takes them), and each row's problem; with `changes`, the rules that
 // name the files instead, and each row as problems(rows, true) shows it.
 struct Batch {
     QStringList entries{}, renames{}, expected{};
@@ -94,10 +94,7 @@ private slots:
         QFETCH(Batch, batched);
         auto [entries, renames, expected, changes, change, windows] = batched;
         TemporaryFolder tree;
-        for (const QString& entry : entries)
-            entry.startsWith("d:")   ? tree.folder(entry.mid(2))
-            : entry.startsWith("l:") ? tree.symlink(entry.mid(2), "nowhere")
-                                     : tree.file(entry);
+        tree.make(entries);
         QList<FileRecord> files;
         for (const QString& rename : renames)
             files.append(
@@ -215,7 +212,7 @@ void RenamePreviewTest::rows_data() {
     QTest::newRow("taken by a file outside the batch") << Batch{{"b.txt"}, {"a.txt>b.txt"}, {taken}};
     QTest::newRow("taken ignoring case and form") << Batch{{"CAFE\u0301.TXT"}, {"a.txt>caf\u00e9.txt"}, {taken}};
     QTest::newRow("taken by a folder") << Batch{{"d:b.txt"}, {"a.txt>b.txt"}, {taken}};
-    QTest::newRow("taken by a link") << Batch{{"l:b.txt"}, {"a.txt>b.txt"}, {taken}};
+    QTest::newRow("taken by a link") << Batch{{"l:b.txt>nowhere"}, {"a.txt>b.txt"}, {taken}};
     QTest::newRow("unchanged name taken by another case") << Batch{{"A.txt"}, {"a.txt>a.txt"}, {taken}};
     QTest::newRow("case only") << Batch{none, {"a.txt>A.txt"}, {""}};
     QTest::newRow("normalization form only") << Batch{none, {"caf\u00e9.txt>cafe\u0301.txt"}, {""}};
