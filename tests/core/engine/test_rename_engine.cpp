@@ -130,7 +130,6 @@ void RenameEngineTest::refusesBeforeChangingAnything_data() {
     QTest::newRow("same file twice") << "twice" << "execute" << limit;
     QTest::newRow("over the caller's limit") << "limit" << "execute" << limit;
     QTest::newRow("destination created after the preview") << "taken" << "execute" << "a.txt: A file or folder with this name already exists.";
-    QTest::newRow("file replaced after it was added") << "replaced" << "execute" << "a.txt: This file changed or moved. Remove it and add it again.";
     QTest::newRow("another process holds a folder of the batch") << "folder locked" << "execute" << "Another Tessary operation is using a folder of this batch. Try again when it finishes.";
     QTest::newRow("staging path would be too long to journal") << "long folder" << "execute" << "a.txt: The complete path would be too long to journal safely. Shorten the folder path or filename.";
     QTest::newRow("immutable file") << "immutable" << "execute" << "a.txt: This file is protected against changes (immutable or append-only), so it cannot be renamed.";
@@ -170,9 +169,6 @@ void RenameEngineTest::refusesBeforeChangingAnything() {
         limit = 1;
     } else if (scenario == "taken") {
         disk->file("d/new.txt", "someone else's");
-    } else if (scenario == "replaced") {
-        QFile::remove(disk->at("d/a.txt"));
-        disk->file("d/a.txt", "A again");
     } else if (scenario == "folder locked" || scenario == "lock held") {
         const bool lock = scenario == "lock held";
         held = ::open((lock ? journal(".lock") : disk->at("d")).toUtf8().constData(),

@@ -148,14 +148,6 @@ private slots:
         QCOMPARE(problems(RenamePreview::rows(batch, true)).first(), QString());
     }
 
-    void changed() {
-        auto changed = [](const QString& from, const QString& to) {
-            return PreviewRow{{FileRecord{"/f/" + from, {}, {}}, to}, {}}.changed();
-        };
-        QVERIFY(!changed("a.txt", "a.txt") && !changed("caf\u00e9.txt", "cafe\u0301.txt"));
-        QVERIFY(changed("Report.txt", "report.txt"));
-    }
-
     void sorted_data() {
         QTest::addColumn<QStringList>("paths");
         QTest::addColumn<QStringList>("expected");
