@@ -118,56 +118,53 @@ void RenameEngineTest::swapRenamesThroughStagingAndUndoRestores() {
 void RenameEngineTest::refusesBeforeChangingAnything_data() {
     QTest::addColumn<QString>("scenario");
     QTest::addColumn<QString>("operation");
+    QTest::addColumn<QStringList>("renames"); // "file>new name", files made where missing
     QTest::addColumn<QString>("expected");
+    const QStringList one{"d/a.txt>new.txt"};
     const QString none = "There are no filename changes to apply.";
     const QString limit = "A batch must contain at most 5,000 unique files.";
     const QString busy = "Another Tessary operation is running. Try again when it finishes.";
     const QString pending = "An interrupted batch needs recovery first.";
     // clang-format off
-    QTest::newRow("nothing changes") << "unchanged" << "execute" << none;
-    QTest::newRow("empty batch") << "empty" << "execute" << none;
-    QTest::newRow("only the Unicode form changes") << "normalization" << "execute" << none;
-    QTest::newRow("same file twice") << "twice" << "execute" << limit;
-    QTest::newRow("over the caller's limit") << "limit" << "execute" << limit;
-    QTest::newRow("destination created after the preview") << "taken" << "execute" << "a.txt: A file or folder with this name already exists.";
-    QTest::newRow("another process holds a folder of the batch") << "folder locked" << "execute" << "Another Tessary operation is using a folder of this batch. Try again when it finishes.";
-    QTest::newRow("staging path would be too long to journal") << "long folder" << "execute" << "a.txt: The complete path would be too long to journal safely. Shorten the folder path or filename.";
-    QTest::newRow("immutable file") << "immutable" << "execute" << "a.txt: This file is protected against changes (immutable or append-only), so it cannot be renamed.";
+    QTest::newRow("nothing changes") << "" << "execute" << QStringList{"d/a.txt>a.txt"} << none;
+    QTest::newRow("empty batch") << "" << "execute" << QStringList() << none;
+    QTest::newRow("only the Unicode form changes") << "" << "execute" << QStringList{"d/caf\u00e9.txt>cafe\u0301.txt"} << none;
+    QTest::newRow("same file twice") << "" << "execute" << QStringList{"d/a.txt>x.txt", "d/a.txt>y.txt"} << limit;
+    QTest::newRow("over the caller's limit") << "limit" << "execute" << QStringList{"d/a.txt>x.txt", "d/b.txt>y.txt"} << limit;
+    QTest::newRow("destination created after the preview") << "taken" << "execute" << one << "a.txt: A file or folder with this name already exists.";
+    QTest::newRow("another process holds a folder of the batch") << "folder locked" << "execute" << one << "Another Tessary operation is using a folder of this batch. Try again when it finishes.";
+    QTest::newRow("staging path would be too long to journal") << "long folder" << "execute" << one << "a.txt: The complete path would be too long to journal safely. Shorten the folder path or filename.";
+    QTest::newRow("immutable file") << "immutable" << "execute" << one << "a.txt: This file is protected against changes (immutable or append-only), so it cannot be renamed.";
     // Two folders on Linux, one path to the journal's reader.
-    QTest::newRow("folders that differ only in Unicode form") << "unicode folders" << "execute" << "This batch cannot be journaled so that recovery could read it back: two of its paths differ only in Unicode form. Rename those files in separate batches. No new files were renamed.";
-    QTest::newRow("rename while another operation runs") << "lock held" << "execute" << busy;
-    QTest::newRow("undo while another operation runs") << "lock held" << "undo" << busy;
-    QTest::newRow("recovery while another operation runs") << "lock held" << "recover" << busy;
-    QTest::newRow("rename while recovery is pending") << "pending" << "execute" << pending;
-    QTest::newRow("undo while recovery is pending") << "pending" << "undo" << pending;
-    QTest::newRow("undo of a file replaced by a copy") << "renamed file replaced" << "undo" << "x.txt was replaced or moved. Undo cannot safely continue.";
-    QTest::newRow("undo of a deleted file") << "renamed file deleted" << "undo" << "x.txt is missing or no longer accessible.";
+    QTest::newRow("folders that differ only in Unicode form") << "" << "execute" << QStringList{"caf\u00e9/a.txt>same.txt", "cafe\u0301/b.txt>same.txt"} << "This batch cannot be journaled so that recovery could read it back: two of its paths differ only in Unicode form. Rename those files in separate batches. No new files were renamed.";
+    QTest::newRow("rename while another operation runs") << "lock held" << "execute" << one << busy;
+    QTest::newRow("undo while another operation runs") << "lock held" << "undo" << one << busy;
+    QTest::newRow("recovery while another operation runs") << "lock held" << "recover" << one << busy;
+    QTest::newRow("rename while recovery is pending") << "pending" << "execute" << QStringList{"d/b.txt>y.txt"} << pending;
+    QTest::newRow("undo while recovery is pending") << "pending" << "undo" << one << pending;
+    QTest::newRow("undo of a file replaced by a copy") << "renamed file replaced" << "undo" << one << "x.txt was replaced or moved. Undo cannot safely continue.";
+    QTest::newRow("undo of a deleted file") << "renamed file deleted" << "undo" << one << "x.txt is missing or no longer accessible.";
     // The reversal is judged before its journal exists, so no wrapper.
-    QTest::newRow("undo to an original name taken again") << "original name taken" << "undo" << "x.txt: A file or folder with this name already exists.";
+    QTest::newRow("undo to an original name taken again") << "original name taken" << "undo" << one << "x.txt: A file or folder with this name already exists.";
     // clang-format on
 }
 
 void RenameEngineTest::refusesBeforeChangingAnything() {
     QFETCH(QString, scenario);
     QFETCH(QString, operation);
+    QFETCH(QStringList, renames);
     QFETCH(QString, expected);
-    QList<RenameIntent> intents = {intent("d/a.txt", "new.txt")};
-    qsizetype limit = 5000;
+    QList<RenameIntent> intents;
+    for (const QString& rename : renames) {
+        const QString file = rename.section('>', 0, 0);
+        if (!QFile::exists(disk->at(file)))
+            disk->file(file);
+        intents.append(intent(file, rename.section('>', 1)));
+    }
+    const qsizetype limit = scenario == "limit" ? 1 : 5000;
     if (operation == "undo" || scenario == "pending")
         engine->execute({intent("d/a.txt", "x.txt")}, 5000);
-    if (scenario == "unchanged") {
-        intents = {intent("d/a.txt", "a.txt")};
-    } else if (scenario == "empty") {
-        intents = {};
-    } else if (scenario == "normalization") {
-        disk->file(QStringLiteral("d/caf\u00e9.txt"), "C");
-        intents = {intent(QStringLiteral("d/caf\u00e9.txt"), QStringLiteral("cafe\u0301.txt"))};
-    } else if (scenario == "twice") {
-        intents = {intent("d/a.txt", "x.txt"), intent("d/a.txt", "y.txt")};
-    } else if (scenario == "limit") {
-        intents.append(intent("d/b.txt", "y.txt"));
-        limit = 1;
-    } else if (scenario == "taken") {
+    if (scenario == "taken") {
         disk->file("d/new.txt", "someone else's");
     } else if (scenario == "folder locked" || scenario == "lock held") {
         const bool lock = scenario == "lock held";
@@ -185,15 +182,9 @@ void RenameEngineTest::refusesBeforeChangingAnything() {
         if (QProcess::execute("chattr", {"+i", disk->at("d/a.txt")}) != 0)
             QSKIP("chattr +i is not available here");
         immutable = disk->at("d/a.txt");
-    } else if (scenario == "unicode folders") {
-        disk->file(QStringLiteral("caf\u00e9/a.txt"), "1");
-        disk->file(QStringLiteral("cafe\u0301/b.txt"), "2");
-        intents = {intent(QStringLiteral("caf\u00e9/a.txt"), "same.txt"),
-                   intent(QStringLiteral("cafe\u0301/b.txt"), "same.txt")};
     } else if (scenario == "pending") {
         QVERIFY(QFile::copy(journal("undo.json"), journal("active.json")));
         QVERIFY(engine->hasRecovery() && !engine->completedReport());
-        intents = {intent("d/b.txt", "y.txt")};
     } else if (scenario == "original name taken") {
         disk->file("d/a.txt", "new");
     } else if (scenario.startsWith("renamed file")) {
