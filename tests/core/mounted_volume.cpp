@@ -43,10 +43,14 @@ QString whyNotHere(const QString& type, const QStringList& tools) {
         return "this machine has no /dev/fuse";
     if (type != "vfat" && type != "exfat")
         return {};
-    run("modprobe", {type});
-    QFile known("/proc/filesystems");
-    if (known.open(QIODevice::ReadOnly) &&
-        known.readAll().split('\n').contains("\t" + type.toUtf8()))
+    auto known = [&] {
+        QFile filesystems("/proc/filesystems");
+        return filesystems.open(QIODevice::ReadOnly) &&
+               filesystems.readAll().split('\n').contains("\t" + type.toUtf8());
+    };
+    // Loaded only when missing: under QEMU each program started costs a
+    // noticeable fraction of a second.
+    if (known() || (run("modprobe", {type}) && known()))
         return {};
     return "this kernel has no " + type + " driver (the run under QEMU has one)";
 }
@@ -125,36 +129,34 @@ bool MountedVolume::comeBackAfterPull() {
 }
 
 bool MountedVolume::comeBack(const QString& contents) {
-    if (!run("umount", {path()}) || (!device.isEmpty() && !run("losetup", {"-d", device})))
+    if (!run("umount", {path()}))
         return false;
     if (!contents.isEmpty() && (!QFile::remove(scratch.filePath("image")) ||
                                 !QFile::rename(contents, scratch.filePath("image"))))
         return false;
-    // btrfs and FUSE take an anonymous device number at mount, the lowest free
-    // one: a small tmpfs takes the number just freed, as other mounts would.
-    QString hold = scratch.filePath(QString("hold-%1").arg(held.size()));
-    QDir().mkpath(hold);
-    if (run("mount", {"-t", "tmpfs", "-o", "size=1m", "tmpfs", hold}))
-        held.append(hold);
+    // btrfs and FUSE (ntfs-3g too) take an anonymous device number at mount,
+    // the lowest free one: a small tmpfs takes the number just freed, as other
+    // mounts would.
+    if (device.isEmpty() || type == "btrfs" || type == "ntfs") {
+        QString hold = scratch.filePath(QString("hold-%1").arg(held.size()));
+        QDir().mkpath(hold);
+        if (run("mount", {"-t", "tmpfs", "-o", "size=1m", "tmpfs", hold}))
+            held.append(hold);
+    }
     if (device.isEmpty())
         return mount();
-    QString placeholder = scratch.filePath(QString("placeholder-%1").arg(placeholders.size()));
-    if (!sparseFile(placeholder, 1 << 20))
-        return false;
-    if (auto held = attach(placeholder))
-        placeholders.append(*held);
-    // Forgotten when it cannot be attached again: its number may be another's.
+    // Attached again before the old device lets go, so that the disk cannot
+    // get its old number back.
     auto again = attach(scratch.filePath("image"));
+    const bool released = bool(run("losetup", {"-d", device}));
     device = again.value_or(QString());
-    return again && mount();
+    return again && released && mount();
 }
 
 MountedVolume::~MountedVolume() {
     run("umount", {path()});
     if (!device.isEmpty())
         run("losetup", {"-d", device});
-    for (const QString& placeholder : placeholders)
-        run("losetup", {"-d", placeholder});
     for (const QString& mountPoint : held)
         run("umount", {mountPoint});
 }

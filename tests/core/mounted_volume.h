@@ -52,8 +52,6 @@ private:
     QTemporaryDir scratch;
     QString type;
     QString device;
-    // Attached only to keep the previous device number taken.
-    QStringList placeholders;
     // Mounted only to keep the previous anonymous device number taken.
     QStringList held;
 };
