@@ -5,6 +5,7 @@
 
 #include "core/base/rename_failure.h"
 #include "core/mapping/mapping_parser.h"
+#include "core/naming/date_shift.h"
 #include "core/naming/recipe.h"
 #include "core/platform/posix_file_system.h"
 
@@ -113,6 +114,10 @@ void add(QCommandLineParser& parser) {
                         "--number-duplicates.")
              .arg(choices<DuplicateFormat>(allDuplicateFormats)),
          QStringLiteral("format")},
+        {QStringLiteral("companions"),
+         QStringLiteral("Give the files of one folder that share a name apart from the "
+                        "extension (DSC_0042.NEF, DSC_0042.JPG) one new name and one number, "
+                        "each keeping its extension.")},
         {QStringLiteral("prefix"), QStringLiteral("Text put before the stem."),
          QStringLiteral("text")},
         {QStringLiteral("suffix"), QStringLiteral("Text put after the stem."),
@@ -134,6 +139,10 @@ void add(QCommandLineParser& parser) {
              .arg(choices<NameOrder>(allNameOrders)),
          QStringLiteral("order")},
         {QStringLiteral("descending"), QStringLiteral("Number the files in descending order.")},
+        {QStringLiteral("shift-dates"),
+         QStringLiteral("Move every date a name shows by how far the camera's clock was off: "
+                        "+01:00, -00:30, +1d 02:00."),
+         QStringLiteral("shift")},
         {QStringLiteral("mapping"),
          QStringLiteral("Take the new names from a two-column CSV or TSV file (old name, new "
                         "name) instead of rules; - reads standard input."),
@@ -198,6 +207,9 @@ RenameRules rules(const QCommandLineParser& parser) {
     }
     if (parser.isSet(QStringLiteral("descending")))
         rules.descending = true;
+    text("shift-dates", rules.shiftDates);
+    if (!DateShift::seconds(rules.shiftDates))
+        throw UsageError(DateShift::problem(rules.shiftDates));
     if (parser.isSet(QStringLiteral("regex")))
         rules.regex = true;
     if (rules.regex && !rules.find.isEmpty()) {
@@ -208,6 +220,8 @@ RenameRules rules(const QCommandLineParser& parser) {
         rules.removeAccents = true;
     if (parser.isSet(QStringLiteral("number-duplicates")))
         rules.numberDuplicates = true;
+    if (parser.isSet(QStringLiteral("companions")))
+        rules.companions = true;
     if (parser.isSet(QStringLiteral("duplicate-format"))) {
         auto format = duplicateFormatFromRaw(parser.value(QStringLiteral("duplicate-format")));
         if (!format)
@@ -220,10 +234,26 @@ RenameRules rules(const QCommandLineParser& parser) {
 }
 
 MappingDocument mapping(const QCommandLineParser& parser) {
-    for (const char* option :
-         {"recipe", "rules", "base-name", "find", "replace", "prefix", "suffix", "case",
-          "separator", "sequence", "start", "digits", "order", "descending", "regex",
-          "remove-accents", "number-duplicates", "duplicate-format"}) {
+    for (const char* option : {"recipe",
+                               "rules",
+                               "base-name",
+                               "find",
+                               "replace",
+                               "prefix",
+                               "suffix",
+                               "case",
+                               "separator",
+                               "sequence",
+                               "start",
+                               "digits",
+                               "order",
+                               "descending",
+                               "shift-dates",
+                               "regex",
+                               "remove-accents",
+                               "number-duplicates",
+                               "duplicate-format",
+                               "companions"}) {
         if (parser.isSet(QLatin1String(option)))
             throw UsageError(
                 QStringLiteral("Use either --mapping or naming-rule options, not both."));

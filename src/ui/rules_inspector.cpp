@@ -1,6 +1,7 @@
 #include "ui/rules_inspector.h"
 
 #include "app/app_model.h"
+#include "core/naming/date_shift.h"
 #include "ui/inspector_text.h"
 #include "ui/sheen.h"
 #include "ui/symbols.h"
@@ -51,8 +52,8 @@ QComboBox* choice(const QString& accessibleName) {
     return box;
 }
 
-// The tokens a field can take, as the menu offers them; a date's format can
-// be changed after the colon.
+// The tokens a field can take, as the menu offers them, in groups: the file,
+// the image, the song. A date's format can be changed after the colon.
 struct TokenChoice {
     const char* label;
     const char* token;
@@ -62,6 +63,17 @@ constexpr TokenChoice tokenChoices[] = {
     {"Date modified", "{modified:yyyy-MM-dd}"},
     {"Folder name", "{folder}"},
     {"Original name", "{name}"},
+    {nullptr, nullptr},
+    {"Camera model", "{camera}"},
+    {"Lens", "{lens}"},
+    {"Width in pixels", "{width}"},
+    {"Height in pixels", "{height}"},
+    {nullptr, nullptr},
+    {"Artist", "{artist}"},
+    {"Album", "{album}"},
+    {"Title", "{title}"},
+    {"Track number", "{track:00}"},
+    {"Year", "{year}"},
 };
 
 // A "{ }" button inside the field that opens the token menu; the chosen token
@@ -70,6 +82,10 @@ void addTokenMenu(QLineEdit* line) {
     auto* menu = new QMenu(line);
     menu->setAccessibleName(QStringLiteral("Insert a token"));
     for (const TokenChoice& choice : tokenChoices) {
+        if (!choice.label) {
+            menu->addSeparator();
+            continue;
+        }
         const QString token = QString::fromUtf8(choice.token);
         QAction* item =
             menu->addAction(QString::fromUtf8(choice.label) + QLatin1Char('\t') + token);
@@ -85,8 +101,8 @@ void addTokenMenu(QLineEdit* line) {
     help->setEnabled(false);
     QAction* open =
         line->addAction(Symbols::icon(QStringLiteral("curlybraces")), QLineEdit::TrailingPosition);
-    open->setToolTip(QStringLiteral("Insert a token: date taken, date modified, folder or "
-                                    "original name"));
+    open->setToolTip(QStringLiteral("Insert a token: date taken, date modified, folder, "
+                                    "original name, camera, lens, size or a song's tags"));
     QObject::connect(open, &QAction::triggered, line, [line, menu] {
         menu->popup(
             line->mapToGlobal(QPoint(line->width() - menu->sizeHint().width(), line->height())));
@@ -203,6 +219,21 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     ordering->addLayout(InspectorText::labelled(QStringLiteral("ORDER"), order), 4);
     ordering->addLayout(InspectorText::labelled(QStringLiteral("DIRECTION"), direction), 3);
     layout->addLayout(ordering);
+    QWidget* shift = addTextField(QStringLiteral("Shift dates"), QStringLiteral("e.g. +01:00"),
+                                  &RenameRules::shiftDates, false);
+    shift->setToolTip(QStringLiteral("How far the camera's clock was off: +01:00, -00:30 or "
+                                     "+1d 02:00. Moves every date a name shows."));
+    // Half the width, as the order above it.
+    auto* shifting = new QHBoxLayout;
+    shifting->setSpacing(10);
+    shifting->addLayout(InspectorText::labelled(QStringLiteral("SHIFT DATES"), shift), 1);
+    shifting->addStretch(1);
+    layout->addLayout(shifting);
+    shiftProblem = InspectorText::note(QString());
+    shiftProblem->setAccessibleName(QStringLiteral("Date shift problem"));
+    shiftProblem->setStyleSheet(QStringLiteral("color: #b42b2b;"));
+    shiftProblem->hide();
+    layout->addWidget(shiftProblem);
 
     sequence = new ToggleSwitch(QStringLiteral("Add a sequence"));
     sequence->setToolTip(QStringLiteral("Uses the natural filename order in the preview."));
@@ -243,6 +274,12 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
                           1);
     duplicates->addStretch(1);
     layout->addLayout(duplicates);
+    companions = new ToggleSwitch(QStringLiteral("Keep companion files together"));
+    companions->setToolTip(QStringLiteral(
+        "Files in one folder that share a name apart from the extension (DSC_0042.NEF, "
+        "DSC_0042.JPG, DSC_0042.xmp) get the same new name and number, each with its own "
+        "extension. The first of them in the order decides the name."));
+    layout->addWidget(companions);
     layout->addStretch(1);
 
     footer()->addWidget(new WindowsCheckControl(model, this));
@@ -277,6 +314,8 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
             [this](bool on) { edit([on](RenameRules& rules) { rules.removeAccents = on; }); });
     connect(numberDuplicates, &QCheckBox::clicked, this,
             [this](bool on) { edit([on](RenameRules& rules) { rules.numberDuplicates = on; }); });
+    connect(companions, &QCheckBox::clicked, this,
+            [this](bool on) { edit([on](RenameRules& rules) { rules.companions = on; }); });
     connect(duplicateFormat, &QComboBox::activated, this, [this] {
         auto chosen = static_cast<DuplicateFormat>(duplicateFormat->currentData().toInt());
         edit([chosen](RenameRules& rules) { rules.duplicateFormat = chosen; });
@@ -379,6 +418,9 @@ void RulesInspector::showRules() {
     }
     patternProblem->setText(problem.value_or(QString()));
     patternProblem->setVisible(problem.has_value());
+    const bool shiftRead = DateShift::seconds(rules.shiftDates).has_value();
+    shiftProblem->setText(shiftRead ? QString() : DateShift::problem(rules.shiftDates));
+    shiftProblem->setVisible(!shiftRead);
     {
         QSignalBlocker regexBlocker(regex);
         regex->setChecked(rules.regex);
@@ -386,6 +428,8 @@ void RulesInspector::showRules() {
         removeAccents->setChecked(rules.removeAccents);
         QSignalBlocker duplicatesBlocker(numberDuplicates);
         numberDuplicates->setChecked(rules.numberDuplicates);
+        QSignalBlocker companionsBlocker(companions);
+        companions->setChecked(rules.companions);
     }
     selectData(duplicateFormat, static_cast<int>(rules.duplicateFormat));
     duplicateFormat->setEnabled(rules.numberDuplicates);

@@ -55,9 +55,12 @@ private:
     QComboBox* separators;
     QComboBox* order;
     QComboBox* direction;
+    // Why the date shift cannot be read, under its field.
+    QLabel* shiftProblem;
     ToggleSwitch* sequence;
     QLineEdit* start;
     QComboBox* digits;
     ToggleSwitch* numberDuplicates;
     QComboBox* duplicateFormat;
+    ToggleSwitch* companions;
 };

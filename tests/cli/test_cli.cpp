@@ -114,12 +114,14 @@ private slots:
         folder->file("my rules #1.json", R"({"baseName":"Trip","find":"","replacement":"",
             "prefix":"","suffix":"","nameCase":"upper","separator":"underscore",
             "sequence":true,"sequenceStart":7,"sequencePadding":2})");
+        folder->make({"pair/a.jpg", "pair/a.nef"});
         const QString uri = "file://" + folder->path();
         // clang-format off
         const struct { QStringList arguments, proposed; } options[] = {
             {{"--base-name", "{folder} {name}", "--sequence", "--order", "size", "--descending", "shoot"}, {"shoot Notes-001.txt", "shoot IMG_2-002.jpg", "shoot IMG_10-003.jpg"}},
             {{"--regex", "--find", R"(^(IMG)_\d+$)", "--replace", R"(\L$1\E Café)", "--remove-accents", "--duplicate-format", "underscore", "shoot"}, {"img Cafe.jpg", "img Cafe_2.jpg", "Notes.txt"}},
             {{"--base-name", "same", "shoot/Notes.txt", "shoot/IMG_2.jpg", "shoot/Sub"}, {"same.jpg", "same.txt"}},
+            {{"--base-name", "x", "--separator", "hyphen", "--sequence", "--companions", "pair"}, {"x-001.jpg", "x-001.nef"}},
             {{"--rules", uri + "/my%20rules%20%231.json", "--start", "1", "--windows", uri + "/shoot/Notes.txt"}, {"TRIP_01.txt"}},
         };
         // clang-format on
@@ -153,6 +155,7 @@ private slots:
             {"preview --separator dot shoot", 2, "--separator takes one of unchanged, hyphen, underscore, space."},
             {"preview --recipe Holiday shoot", 2, "There is no recipe called “Holiday”. Choose one of “Client handoff”, “Photo sequence”, “Web-friendly”."},
             {"preview --order date shoot", 2, "--order takes one of name, taken, modified, size."},
+            {"preview --shift-dates 1h shoot", 2, "“1h” is not a date shift; write it as +01:00, -00:30 or +1d 02:00."},
             {"preview --regex --find ( shoot", 2, "This regular expression has a mistake at character 2: missing closing parenthesis."},
             {"preview --duplicate-format (2) shoot", 2, "--duplicate-format takes one of parentheses, space, hyphen, underscore."},
             {"preview --digits three shoot", 2, "--digits takes a whole number."},

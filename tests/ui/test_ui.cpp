@@ -214,10 +214,12 @@ private slots:
             {u"Separators"_s, u"Underscores"_s, [](Rules r) { r.separator = NameSeparator::underscore; }},
             {u"Order"_s, u"Date taken"_s, [](Rules r) { r.order = NameOrder::taken; }},
             {u"Order direction"_s, u"Descending"_s, [](Rules r) { r.descending = true; }},
+            {u"Shift dates"_s, u"-00:30"_s, [](Rules r) { r.shiftDates = u"-00:30"_s; }},
             {u"Regular expression"_s, u"on"_s, [](Rules r) { r.regex = true; }},
             {u"Remove accents"_s, u"on"_s, [](Rules r) { r.removeAccents = true; }},
             {u"Number duplicates"_s, u"on"_s, [](Rules r) { r.numberDuplicates = true; }},
             {u"Duplicate number format"_s, u"name_2"_s, [](Rules r) { r.duplicateFormat = DuplicateFormat::underscore; }},
+            {u"Keep companion files together"_s, u"on"_s, [](Rules r) { r.companions = true; }},
         };
         // clang-format on
         RenameRules expected;
@@ -300,6 +302,9 @@ private slots:
         typeInto(named<QLineEdit>(&inspector, u"Replace with"_s), u"${what}"_s);
         QVERIFY(!shows(&inspector, {mistake}));
         QVERIFY(!shows(&inspector, {u"{what} is not a token; kept as text"_s}));
+        typeInto(named<QLineEdit>(&inspector, u"Shift dates"_s), u"+1h"_s);
+        QVERIFY(shows(&inspector,
+                      {u"“+1h” is not a date shift; write it as +01:00, -00:30 or +1d 02:00."_s}));
 
         QVERIFY(press(&inspector, u"Save recipe"_s));
         QVERIFY(model->showSaveRecipe());

@@ -3,9 +3,17 @@
 #include "core/platform/posix_file_system.h"
 
 #include <exiv2/exiv2.hpp>
+#include <taglib/flacfile.h>
+#include <taglib/id3v2framefactory.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+#include <taglib/tbytevectorstream.h>
+#include <taglib/tfilestream.h>
+#include <taglib/vorbisfile.h>
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <string>
@@ -79,14 +87,43 @@ std::optional<QDateTime> takenDate(Exiv2::Image& image) {
     return std::nullopt;
 }
 
-// Fills in the date taken from an image, or the problem that kept it from
-// being read. A file that Exiv2 cannot open as an image (a PDF, a text, a
+QString exifText(const Exiv2::ExifData& exif, const char* key) {
+    auto found = exif.findKey(Exiv2::ExifKey(key));
+    return found == exif.end() ? QString() : QString::fromStdString(found->toString()).trimmed();
+}
+
+// Cameras write their maker again at the start of the model ("Canon" and
+// "Canon EOS R5", "NIKON CORPORATION" and "NIKON D850"); a name needs it once
+// at most, so the model is given without it.
+QString cameraModel(const Exiv2::ExifData& exif) {
+    const QString model = exifText(exif, "Exif.Image.Model");
+    const QString maker = exifText(exif, "Exif.Image.Make").section(QLatin1Char(' '), 0, 0);
+    if (!maker.isEmpty() && model.size() > maker.size() &&
+        model.startsWith(maker + QLatin1Char(' '), Qt::CaseInsensitive))
+        return model.mid(maker.size() + 1).trimmed();
+    return model;
+}
+
+QString lensModel(Exiv2::Image& image) {
+    QString lens = exifText(image.exifData(), "Exif.Photo.LensModel");
+    const Exiv2::XmpData& xmp = image.xmpData();
+    for (const char* key : {"Xmp.exifEX.LensModel", "Xmp.aux.Lens"}) {
+        if (!lens.isEmpty())
+            break;
+        if (auto found = xmp.findKey(Exiv2::XmpKey(key)); found != xmp.end())
+            lens = QString::fromStdString(found->toString()).trimmed();
+    }
+    return lens;
+}
+
+// Fills in the date taken and what else an image records, or the problem
+// that kept it from being read. A file that Exiv2 cannot open as an image (a PDF, a text, a
 // file too short to tell) records no date taken: no problem, only a reason
 // to use the modified date. Once open, Exiv2 throws its own errors for
 // damaged headers and may throw the standard library's (a length that asks
 // for gigabytes) for hostile ones; either way the file has no readable
 // metadata.
-template <typename Open> void readTaken(FileFacts& facts, Open open) {
+template <typename Open> void readImage(FileFacts& facts, Open open) {
     std::unique_ptr<Exiv2::Image> image;
     try {
         image = open();
@@ -96,9 +133,46 @@ template <typename Open> void readTaken(FileFacts& facts, Open open) {
     try {
         image->readMetadata();
         facts.taken = takenDate(*image);
+        facts.camera = cameraModel(image->exifData());
+        facts.lens = lensModel(*image);
+        facts.width = std::max(0, image->pixelWidth());
+        facts.height = std::max(0, image->pixelHeight());
     } catch (const std::exception&) {
         facts.problem = damaged;
     }
+}
+
+// TagLib tells a file's kind by its name, and a descriptor's name has none:
+// the kind comes from the extension the file was added with.
+std::unique_ptr<TagLib::File> audioFile(const QString& suffix, TagLib::IOStream* stream) {
+    const QString kind = suffix.toLower();
+    auto* frames = TagLib::ID3v2::FrameFactory::instance();
+    if (kind == u"mp3")
+        return std::make_unique<TagLib::MPEG::File>(stream, frames, false);
+    if (kind == u"m4a" || kind == u"m4b")
+        return std::make_unique<TagLib::MP4::File>(stream, false);
+    if (kind == u"flac")
+        return std::make_unique<TagLib::FLAC::File>(stream, frames, false);
+    if (kind == u"ogg" || kind == u"oga")
+        return std::make_unique<TagLib::Ogg::Vorbis::File>(stream, false);
+    return nullptr;
+}
+
+// A song's tags. A file TagLib cannot make sense of has none, as a file
+// Exiv2 cannot open records no date taken.
+void readAudio(FileFacts& facts, const QString& suffix, TagLib::IOStream* stream) {
+    std::unique_ptr<TagLib::File> file = audioFile(suffix, stream);
+    TagLib::Tag* tag = file && file->isValid() ? file->tag() : nullptr;
+    if (!tag)
+        return;
+    auto text = [](const TagLib::String& value) {
+        return QString::fromUtf8(value.toCString(true)).trimmed();
+    };
+    facts.artist = text(tag->artist());
+    facts.album = text(tag->album());
+    facts.title = text(tag->title());
+    facts.track = tag->track();
+    facts.year = tag->year();
 }
 
 } // namespace
@@ -123,16 +197,20 @@ FileFacts read(const QString& path) {
     facts.modified = wallClock(info.lastModified());
     facts.size = std::int64_t(status.value->size);
     const std::string own = "/proc/self/fd/" + std::to_string(opened.value->get());
-    readTaken(facts, [&] { return Exiv2::ImageFactory::open(own); });
+    readImage(facts, [&] { return Exiv2::ImageFactory::open(own); });
+    if (TagLib::FileStream stream(own.c_str(), true); stream.isOpen())
+        readAudio(facts, info.suffix(), &stream);
     return facts;
 }
 
-FileFacts readBytes(const QByteArray& bytes) {
+FileFacts readBytes(const QByteArray& bytes, const QString& suffix) {
     prepareExiv2();
     FileFacts facts;
     facts.size = bytes.size();
     const auto* data = reinterpret_cast<const Exiv2::byte*>(bytes.constData());
-    readTaken(facts, [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
+    readImage(facts, [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
+    TagLib::ByteVectorStream stream(TagLib::ByteVector(bytes.constData(), uint(bytes.size())));
+    readAudio(facts, suffix, &stream);
     return facts;
 }
 

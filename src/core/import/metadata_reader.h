@@ -5,8 +5,9 @@
 #include <QByteArray>
 #include <QString>
 
-// Reads what naming by date needs from one file. The only place that talks
-// to Exiv2, so the rest of the core never sees its types or its exceptions.
+// Reads what naming needs from inside one file: an image's dates, camera,
+// lens and size (Exiv2), a song's tags (TagLib). The only place that talks to
+// either, so the rest of the core never sees their types or their exceptions.
 namespace MetadataReader {
 
 // The facts of the file at `path`. Never fails: a damaged header becomes the
@@ -14,8 +15,9 @@ namespace MetadataReader {
 // Safe to call from several threads at once, on different files.
 FileFacts read(const QString& path);
 
-// The date taken that `bytes`, a whole image file, record. Throws nothing;
-// the fuzzer feeds it hostile headers through here.
-FileFacts readBytes(const QByteArray& bytes);
+// What `bytes`, a whole file, record; `suffix` is the extension it would have
+// (a song's tags are read by kind). Throws nothing; the fuzzer feeds it
+// hostile headers through here.
+FileFacts readBytes(const QByteArray& bytes, const QString& suffix = {});
 
 } // namespace MetadataReader

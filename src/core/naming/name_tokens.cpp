@@ -4,6 +4,8 @@
 #include <QStringView>
 #include <QVarLengthArray>
 
+#include <algorithm>
+
 namespace {
 
 // One run of text in braces with no brace inside: "{taken:yyyy}" has the key
@@ -15,7 +17,22 @@ struct Braced {
     std::optional<QStringView> format;
 };
 
-enum class Token { none, taken, modified, folder, name };
+enum class Token {
+    none,
+    taken,
+    modified,
+    folder,
+    name,
+    camera,
+    lens,
+    width,
+    height,
+    artist,
+    album,
+    title,
+    track,
+    year
+};
 
 // A "{" that another "{" follows before any "}" is plain text, so "{{name}"
 // is a brace and a token.
@@ -54,6 +71,24 @@ Token token(QStringView key) {
         return Token::folder;
     if (key == QLatin1String("name"))
         return Token::name;
+    if (key == QLatin1String("camera"))
+        return Token::camera;
+    if (key == QLatin1String("lens"))
+        return Token::lens;
+    if (key == QLatin1String("width"))
+        return Token::width;
+    if (key == QLatin1String("height"))
+        return Token::height;
+    if (key == QLatin1String("artist"))
+        return Token::artist;
+    if (key == QLatin1String("album"))
+        return Token::album;
+    if (key == QLatin1String("title"))
+        return Token::title;
+    if (key == QLatin1String("track"))
+        return Token::track;
+    if (key == QLatin1String("year"))
+        return Token::year;
     return Token::none;
 }
 
@@ -89,8 +124,9 @@ QString formatted(const QDateTime& when, const QString& format, NameTokens::Date
 
 struct Value {
     QString text;
-    std::optional<QString> problem;
+    std::optional<QString> problem = {};
     bool usedModifiedDate = false;
+    std::optional<QString> leftOut = {};
 };
 
 Value dateValue(Token kind, const Braced& run, const NameTokens::Values& values) {
@@ -101,11 +137,17 @@ Value dateValue(Token kind, const Braced& run, const NameTokens::Values& values)
                 QStringLiteral("The format in ") + written +
                     QStringLiteral(" shows no part of a date; use letters such as yyyy-MM-dd."),
                 false};
+    if (values.dateShiftProblem)
+        return {written, values.dateShiftProblem, false};
+    auto shown = [&](const QDateTime& when) {
+        return formatted(values.dateShift ? when.addSecs(values.dateShift) : when, format,
+                         values.dateTexts);
+    };
     const std::optional<FileFacts>& facts = values.facts;
     if (kind == Token::taken && facts && facts->problem)
         return {written, facts->problem, false};
     if (kind == Token::taken && facts && facts->taken)
-        return {formatted(*facts->taken, format, values.dateTexts), std::nullopt, false};
+        return {shown(*facts->taken), std::nullopt, false};
     // A file that is gone has no modified date either; its facts say why.
     if (!facts || !facts->modified.isValid())
         return {written,
@@ -113,19 +155,79 @@ Value dateValue(Token kind, const Braced& run, const NameTokens::Values& values)
                     ? facts->problem
                     : QStringLiteral("The dates of this file have not been read yet."),
                 false};
-    return {formatted(facts->modified, format, values.dateTexts), std::nullopt,
-            kind == Token::taken};
+    return {shown(facts->modified), std::nullopt, kind == Token::taken};
+}
+
+// What a file records for `kind`, and the words for it when it records none.
+struct Recorded {
+    QString text;
+    QString what;
+};
+
+Recorded recorded(Token kind, const FileFacts& facts, qsizetype digits) {
+    auto number = [digits](std::int64_t value) {
+        return value > 0 ? QString::number(value).rightJustified(digits, QLatin1Char('0'))
+                         : QString();
+    };
+    switch (kind) {
+    case Token::camera:
+        return {facts.camera, QStringLiteral("camera model")};
+    case Token::lens:
+        return {facts.lens, QStringLiteral("lens")};
+    case Token::width:
+        return {number(facts.width), QStringLiteral("size in pixels")};
+    case Token::height:
+        return {number(facts.height), QStringLiteral("size in pixels")};
+    case Token::artist:
+        return {facts.artist, QStringLiteral("artist")};
+    case Token::album:
+        return {facts.album, QStringLiteral("album")};
+    case Token::title:
+        return {facts.title, QStringLiteral("title")};
+    case Token::track:
+        return {number(facts.track), QStringLiteral("track number")};
+    default:
+        return {number(facts.year), QStringLiteral("year")};
+    }
+}
+
+// What a file records of itself; a value it lacks is left out of the name,
+// and the row says so, rather than guessed.
+Value recordedValue(Token kind, const Braced& run, const NameTokens::Values& values) {
+    const QString written = run.written.toString();
+    const std::optional<FileFacts>& facts = values.facts;
+    if (!facts || facts->problem)
+        return {written, facts
+                             ? facts->problem
+                             : QStringLiteral("The metadata of this file has not been read yet.")};
+    Recorded value = recorded(kind, *facts, run.format ? run.format->size() : 0);
+    if (!value.text.isEmpty())
+        return {value.text};
+    return {QString(), std::nullopt, false,
+            QStringLiteral("This file records no ") + value.what + QStringLiteral("; ") + written +
+                QStringLiteral(" was left out.")};
+}
+
+// {track:00}: as many digits at least as there are zeros.
+bool isWidth(QStringView format) {
+    return !format.isEmpty() &&
+           std::all_of(format.begin(), format.end(), [](QChar c) { return c == u'0'; });
 }
 
 Value tokenValue(Token kind, const Braced& run, const NameTokens::Values& values) {
     if (kind == Token::taken || kind == Token::modified)
         return dateValue(kind, run, values);
-    if (run.format)
+    if (run.format && kind == Token::track && !isWidth(*run.format))
+        return {run.written.toString(),
+                QStringLiteral("{track} takes zeros after its colon, one for each digit, as in "
+                               "{track:00}.")};
+    if (run.format && kind != Token::track)
         return {run.written.toString(),
                 QLatin1Char('{') + run.key.toString() +
-                    QStringLiteral("} takes no format; remove what follows its colon."),
-                false};
-    return {kind == Token::folder ? values.folder : values.stem, std::nullopt, false};
+                    QStringLiteral("} takes no format; remove what follows its colon.")};
+    if (kind == Token::folder || kind == Token::name)
+        return {kind == Token::folder ? values.folder : values.stem};
+    return recordedValue(kind, run, values);
 }
 
 } // namespace
@@ -161,6 +263,8 @@ Expansion expanded(const QString& text, const Values& values,
         if (!expansion.problem)
             expansion.problem = value.problem;
         expansion.usedModifiedDate = expansion.usedModifiedDate || value.usedModifiedDate;
+        if (value.leftOut && !expansion.leftOut.contains(*value.leftOut))
+            expansion.leftOut.append(*value.leftOut);
         copied = run.begin + run.written.size();
     }
     expansion.text += QStringView(text).mid(copied);
@@ -179,10 +283,10 @@ QStringList unknown(const QString& text) {
     return found;
 }
 
-bool usesDates(const QString& text) {
+bool usesFacts(const QString& text) {
     for (const Braced& run : bracedRuns(text)) {
         Token kind = token(run.key);
-        if (kind == Token::taken || kind == Token::modified)
+        if (kind != Token::none && kind != Token::folder && kind != Token::name)
             return true;
     }
     return false;

@@ -10,9 +10,12 @@
 #include <functional>
 #include <optional>
 
-// The tokens a naming-rule text may hold: {taken}, {modified}, {folder} and
-// {name}, the two dates with an optional format after a colon in Qt's
-// date-format letters ({taken:yyyy-MM-dd}). Text in braces that is no token
+// The tokens a naming-rule text may hold: {taken}, {modified}, {folder},
+// {name}; what an image records of itself, {camera}, {lens}, {width} and
+// {height}; and a song's tags, {artist}, {album}, {title}, {track} and
+// {year}. The two dates take an optional format after a colon in Qt's
+// date-format letters ({taken:yyyy-MM-dd}), and each moves by the rule's date
+// shift; {track:00} gives the track at least two digits. Text in braces that is no token
 // stays as it is, as it always did, so rules written before tokens existed
 // keep their results.
 namespace NameTokens {
@@ -44,6 +47,11 @@ struct Values {
     // Where dates are written, when the caller keeps them; else each date
     // is written afresh.
     DateTexts* dateTexts = nullptr;
+    // Seconds added to every date shown (DateShift).
+    std::int64_t dateShift = 0;
+    // Why the rule's date shift cannot be read; every date shown is then
+    // this problem rather than a date that might be wrong.
+    std::optional<QString> dateShiftProblem = {};
 };
 
 struct Expansion {
@@ -54,6 +62,9 @@ struct Expansion {
     // Set when {taken} stood for the modified date because the file records
     // no date taken; the preview tells the user.
     bool usedModifiedDate = false;
+    // One sentence for each token left out because the file records no value
+    // for it ("This file records no lens; {lens} was left out.").
+    QStringList leftOut;
 };
 
 // `text` with every token replaced by its value for one file. When `dateText`
@@ -65,8 +76,7 @@ Expansion expanded(const QString& text, const Values& values,
 // each once, in order: kept as text, and worth a word to whoever typed them.
 QStringList unknown(const QString& text);
 
-// Whether `text` holds a {taken} or {modified} token, whose value needs the
-// file's facts.
-bool usesDates(const QString& text);
+// Whether `text` holds a token whose value needs the file's facts.
+bool usesFacts(const QString& text);
 
 } // namespace NameTokens

@@ -2,6 +2,7 @@
 
 #include "core/base/json_fields.h"
 #include "core/base/rename_failure.h"
+#include "core/naming/date_shift.h"
 #include "core/naming/filename.h"
 
 #include <QList>
@@ -75,7 +76,14 @@ NameTokens::Expansion RenameRules::proposal(const QString& name, std::int64_t in
                                             const std::optional<FileFacts>& facts,
                                             NameTokens::DateTexts* dateTexts) const {
     auto [stem, extension] = split(name);
-    const NameTokens::Values values{stem, folder, facts, dateTexts};
+    const std::optional<std::int64_t> shift = DateShift::seconds(shiftDates);
+    const NameTokens::Values values{stem,
+                                    folder,
+                                    facts,
+                                    dateTexts,
+                                    shift.value_or(0),
+                                    shift ? std::nullopt
+                                          : std::optional(DateShift::problem(shiftDates))};
     // A date keeps the format its token asked for: letter case and
     // separators would turn 2026-05-04 into 2026 05 04. Each distinct date
     // stands in the name as one private-use character while they apply, and
@@ -103,6 +111,9 @@ NameTokens::Expansion RenameRules::proposal(const QString& name, std::int64_t in
         if (!proposal.problem)
             proposal.problem = expansion.problem;
         proposal.usedModifiedDate = proposal.usedModifiedDate || expansion.usedModifiedDate;
+        for (const QString& sentence : expansion.leftOut)
+            if (!proposal.leftOut.contains(sentence))
+                proposal.leftOut.append(sentence);
         return expansion.text;
     };
     if (!baseName.isEmpty())
@@ -139,9 +150,9 @@ QString RenameRules::filename(const QString& name, std::int64_t index) const {
 }
 
 bool RenameRules::usesFacts() const {
-    return order != NameOrder::name || NameTokens::usesDates(baseName) ||
-           NameTokens::usesDates(prefix) || NameTokens::usesDates(suffix) ||
-           (!find.isEmpty() && NameTokens::usesDates(replacement));
+    return order != NameOrder::name || NameTokens::usesFacts(baseName) ||
+           NameTokens::usesFacts(prefix) || NameTokens::usesFacts(suffix) ||
+           (!find.isEmpty() && NameTokens::usesFacts(replacement));
 }
 
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {
@@ -161,7 +172,9 @@ void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {
                                {"regex", rules.regex},
                                {"removeAccents", rules.removeAccents},
                                {"numberDuplicates", rules.numberDuplicates},
-                               {"duplicateFormat", rawValue(rules.duplicateFormat).toStdString()}};
+                               {"duplicateFormat", rawValue(rules.duplicateFormat).toStdString()},
+                               {"shiftDates", rules.shiftDates.toStdString()},
+                               {"companions", rules.companions}};
 }
 
 void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
@@ -203,5 +216,9 @@ void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
             throw RenameFailure(QStringLiteral("The key “duplicateFormat” names no format."));
         decoded.duplicateFormat = *format;
     }
+    if (fields.has("shiftDates"))
+        decoded.shiftDates = fields.string("shiftDates");
+    if (fields.has("companions"))
+        decoded.companions = fields.boolean("companions");
     rules = decoded;
 }

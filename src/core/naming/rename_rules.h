@@ -34,6 +34,8 @@ struct RenameRules {
     // the natural filename order.
     NameOrder order = NameOrder::name;
     bool descending = false;
+    // How far the camera's clock was off (DateShift), as typed: "+01:00".
+    QString shiftDates;
     // `find` is a regular expression (FindPattern) rather than literal text.
     bool regex = false;
     // Accents come off after find and replace, from the prefix, stem and
@@ -43,6 +45,10 @@ struct RenameRules {
     // (DuplicateSuffix) rather than refused.
     bool numberDuplicates = false;
     DuplicateFormat duplicateFormat = DuplicateFormat::parentheses;
+    // Files of one folder that share a name apart from the extension (a
+    // shot's RAW, JPEG and sidecar) get one new name, and one number, from
+    // the first of them in the order (RulePreview).
+    bool companions = false;
 
     // The proposed name for a file currently called `name` at zero-based
     // position `index` of the batch, in the folder called `folder`, with the
@@ -67,10 +73,11 @@ struct RenameRules {
     friend bool operator==(const RenameRules&, const RenameRules&) = default;
 };
 
-// All sixteen keys are written. The ten that rules always had are required
+// All eighteen keys are written. The ten that rules always had are required
 // when decoding: a missing key, a wrong type or an unknown case throws
 // RenameFailure. "order", "descending", "regex", "removeAccents",
-// "numberDuplicates" and "duplicateFormat" came later and take their defaults
-// when absent, so rules and recipes saved before them still load.
+// "numberDuplicates", "duplicateFormat", "shiftDates" and "companions" came
+// later and take their defaults when absent, so rules and recipes saved
+// before them still load.
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules);
 void from_json(const nlohmann::ordered_json& json, RenameRules& rules);

@@ -1,8 +1,11 @@
 #include "core/preview/rule_preview.h"
 
 #include "core/base/parallel_ranges.h"
+#include "core/naming/filename.h"
 #include "core/preview/duplicate_suffix.h"
 #include "core/preview/rename_preview.h"
+
+#include <QHash>
 
 #include <algorithm>
 #include <numeric>
@@ -33,6 +36,47 @@ std::optional<std::int64_t> orderKey(NameOrder order, const std::optional<FileFa
         break;
     }
     return std::nullopt;
+}
+
+// Which file each position of the order takes its name from, and the number
+// of that name in the sequence. Without companions every file names itself
+// and numbers count files. With them, the files of one folder that share a
+// name apart from the extension (a shot's RAW, JPEG and sidecar) take the
+// name of the first of them in the order, and numbers count names.
+struct Leaders {
+    QList<qsizetype> leader;
+    QList<qsizetype> number;
+};
+
+Leaders leaders(const QList<FileRecord>& files, const QList<qsizetype>& positions,
+                bool companions) {
+    Leaders result{QList<qsizetype>(positions.size()), QList<qsizetype>(positions.size())};
+    QHash<QString, qsizetype> first;
+    qsizetype names = 0;
+    for (qsizetype index = 0; index < positions.size(); ++index) {
+        qsizetype leader = index;
+        if (companions) {
+            const FileRecord& file = files[positions[index]];
+            const QString name = file.name();
+            const QString key =
+                file.folderPath() + QLatin1Char('/') + name.left(Filename::extensionPeriod(name));
+            if (auto found = first.constFind(key); found != first.cend())
+                leader = *found;
+            else
+                first.insert(key, index);
+        }
+        result.leader[index] = leader;
+        result.number[index] = leader == index ? names++ : result.number[leader];
+    }
+    return result;
+}
+
+// The leader's new name with `name`'s own extension in place of its own.
+QString companionName(const QString& leaderName, const QString& leaderProposal,
+                      const QString& name) {
+    const qsizetype period = Filename::extensionPeriod(leaderName);
+    const QString stem = leaderProposal.chopped(leaderName.size() - period);
+    return stem + name.mid(Filename::extensionPeriod(name));
 }
 
 } // namespace
@@ -73,25 +117,39 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
     if (observed.abandoned || observed.files.size() != files.size())
         return rows(files, facts, rules, checkWindows);
     const QList<qsizetype> positions = order(files, facts, rules);
+    const Leaders named = leaders(files, positions, rules.companions);
     QList<RenameIntent> intents(positions.size());
     QList<NameTokens::Expansion> proposals(positions.size());
-    ParallelRanges::run(positions.size(), [&, made = proposals.data(),
-                                           named = intents.data()](qsizetype begin, qsizetype end) {
+    ParallelRanges::run(positions.size(), [&, made = proposals.data(), intended = intents.data()](
+                                              qsizetype begin, qsizetype end) {
         QString folderPath;
         QString folder;
         NameTokens::DateTexts dateTexts;
         for (qsizetype index = begin; index < end; ++index) {
+            // Named after their leader, below, once every leader has a name.
+            if (named.leader[index] != index)
+                continue;
             const FileRecord& file = files[positions[index]];
             // Neighbours mostly share a folder; its name is worked out once.
             if (QString path = file.folderPath(); path != folderPath) {
                 folder = FilePath::lastComponent(path);
                 folderPath = path;
             }
-            made[index] = rules.proposal(file.name(), index, folder,
+            made[index] = rules.proposal(file.name(), named.number[index], folder,
                                          factsAt(facts, positions[index]), &dateTexts);
-            named[index] = {file, made[index].text};
+            intended[index] = {file, made[index].text};
         }
     });
+    for (qsizetype index = 0; index < positions.size(); ++index) {
+        const qsizetype leader = named.leader[index];
+        if (leader == index)
+            continue;
+        const FileRecord& file = files[positions[index]];
+        proposals[index] = proposals[leader];
+        proposals[index].text =
+            companionName(files[positions[leader]].name(), proposals[leader].text, file.name());
+        intents[index] = {file, proposals[index].text};
+    }
     if (rules.numberDuplicates)
         intents = DuplicateSuffix::numbered(intents, rules.duplicateFormat, observed, positions);
     QList<PreviewRow> rows = RenamePreview::rows(intents, checkWindows, observed, positions);
@@ -100,9 +158,12 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
         // comes before anything the preview found wrong with the name.
         if (proposals[index].problem)
             rows[index].problem = proposals[index].problem;
+        QStringList notes = proposals[index].leftOut;
         if (proposals[index].usedModifiedDate)
-            rows[index].note = QStringLiteral("No date taken in this file; {taken} is its "
-                                              "modified date.");
+            notes.prepend(QStringLiteral("No date taken in this file; {taken} is its "
+                                         "modified date."));
+        if (!notes.isEmpty())
+            rows[index].note = notes.join(QLatin1Char(' '));
     }
     return rows;
 }

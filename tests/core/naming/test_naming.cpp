@@ -29,7 +29,8 @@ const char* const ruleKeys[] = {"baseName",      "find",           "replacement"
                                 "suffix",        "nameCase",       "separator",   "sequence",
                                 "sequenceStart", "sequencePadding"};
 const char* const laterKeys[] = {"order",         "descending",       "regex",
-                                 "removeAccents", "numberDuplicates", "duplicateFormat"};
+                                 "removeAccents", "numberDuplicates", "duplicateFormat",
+                                 "shiftDates",    "companions"};
 
 // What is known of the file: nothing, its modified date only, or also the date it was taken.
 enum Facts { noFacts, modifiedOnly, taken };
@@ -59,8 +60,18 @@ std::optional<FileFacts> facts(int known, int minutesEarlier = 0) {
     if (known == noFacts)
         return std::nullopt;
     FileFacts facts;
-    if (known == taken)
+    if (known == taken) {
         facts.taken = QDateTime(QDate(2026, 5, 4), QTime(9, 30)).addSecs(-60 * minutesEarlier);
+        facts.camera = "D850";
+        facts.lens = "24-70mm";
+        facts.width = 6048;
+        facts.height = 4024;
+        facts.artist = "Björk";
+        facts.album = "Homogenic";
+        facts.title = "Jóga";
+        facts.track = 3;
+        facts.year = 1997;
+    }
     facts.modified = QDateTime(QDate(2026, 6, 1), QTime(18, 5)).addSecs(-60 * minutesEarlier);
     return facts;
 }
@@ -70,6 +81,7 @@ struct Proposal {
     QString name{}, changes{}, expected{}, problem{};
     qint64 index = 0;
     int known = noFacts;
+    QString leftOut{};
 };
 
 } // namespace
@@ -159,12 +171,13 @@ private slots:
     void proposal_data();
     void proposal() {
         QFETCH(Proposal, proposed);
-        auto [name, changes, expected, problem, index, known] = proposed;
+        auto [name, changes, expected, problem, index, known, leftOut] = proposed;
         NameTokens::Expansion proposal =
             rules(changes).proposal(name, index, "Lisbon", facts(known));
         QCOMPARE(proposal.text, expected);
         QCOMPARE(proposal.problem.value_or(QString()), problem);
         QCOMPARE(proposal.usedModifiedDate, known == modifiedOnly);
+        QCOMPARE(proposal.leftOut.join(' '), leftOut);
         // Dates written through the memory of the last one read the same right
         // after another moment of the same day.
         NameTokens::DateTexts dateTexts;
@@ -199,6 +212,7 @@ private slots:
         row("string for descending", false, "/descending", "\"true\"");
         row("number for regex", false, "/regex", "1");
         row("unknown duplicate format", false, "/duplicateFormat", "\" (2)\"");
+        row("number for date shift", false, "/shiftDates", "60");
         row("not a uuid", true, "/id", "\"not-a-uuid\"");
         row("non-hex digit", true, "/id", "\"0F8FAD5B-D9CB-469F-A165-70867728950G\"");
         row("full-width digit", true, "/id", "\"0F8FAD5B-D9CB-469F-A165-70867728950\uff10\"");
@@ -222,8 +236,9 @@ private slots:
 void NamingTest::proposal_data() {
     QTest::addColumn<Proposal>("proposed");
     auto photo = [](const char* tag, const char* changes, const char* expected,
-                    const char* problem = "", int known = taken) {
-        QTest::newRow(tag) << Proposal{"IMG_4821.JPG", changes, expected, problem, 0, known};
+                    const char* problem = "", int known = taken, const char* leftOut = "") {
+        QTest::newRow(tag) << Proposal{"IMG_4821.JPG", changes, expected, problem, 0,
+                                       known,          leftOut};
     };
     const char* studio =
         R"({"baseName":"Studio North","nameCase":"lower","separator":"hyphen","sequence":true})";
@@ -285,6 +300,18 @@ void NamingTest::proposal_data() {
     photo("format on a token that takes none", R"({"suffix":"{folder:yyyy}"})", "IMG_4821{folder:yyyy}.JPG", "{folder} takes no format; remove what follows its colon.");
     photo("time of day", R"({"baseName":"{taken:yyyy-MM-dd HH.mm 'at'}"})", "2026-05-04 09.30 at.JPG");
     photo("tokens in find stay literal", R"({"find":"{name}","replacement":"x"})", "IMG_4821.JPG");
+    // A camera clock that was off: the shift moves the day, and the month, with the time.
+    photo("date shift past midnight", R"({"baseName":"{taken:yyyy-MM-dd HH.mm}","shiftDates":"+14:45"})", "2026-05-05 00.15.JPG");
+    photo("date shift back a month", R"({"baseName":"{modified:yyyy-MM-dd HH.mm}","shiftDates":" -1d 18:10"})", "2026-05-30 23.55.JPG");
+    photo("date shift in days", R"({"baseName":"{taken}","shiftDates":"+2d"})", "2026-05-06.JPG");
+    photo("unreadable date shift", R"({"baseName":"{taken}","shiftDates":"+1:5"})", "{taken}.JPG", "“+1:5” is not a date shift; write it as +01:00, -00:30 or +1d 02:00.");
+    photo("camera, lens and size", R"({"baseName":"{camera} {lens} {width}x{height}"})", "D850 24-70mm 6048x4024.JPG");
+    photo("what a file does not record is left out, and said", R"({"baseName":"{taken} {lens}{camera}{lens}"})", "2026-06-01 .JPG", "", modifiedOnly, "This file records no lens; {lens} was left out. This file records no camera model; {camera} was left out.");
+    QTest::newRow("song tags") << Proposal{"01.mp3", R"j({"baseName":"{track:00} {artist} - {title} ({album}, {year})"})j", "03 Björk - Jóga (Homogenic, 1997).mp3", "", 0, taken};
+    QTest::newRow("track width") << Proposal{"01.mp3", R"({"baseName":"{track:0000}.{track}"})", "0003.3.mp3", "", 0, taken};
+    QTest::newRow("track format that is no width") << Proposal{"01.mp3", R"({"baseName":"{track:#}"})", "{track:#}.mp3", "{track} takes zeros after its colon, one for each digit, as in {track:00}.", 0, taken};
+    photo("metadata not read yet", R"({"baseName":"{width}"})", "{width}.JPG", "The metadata of this file has not been read yet.", noFacts);
+    photo("date shift without a date", R"({"baseName":"{name}","shiftDates":"1h"})", "IMG_4821.JPG");
     // clang-format on
 }
 
@@ -293,7 +320,8 @@ void NamingTest::jsonRoundTrip() {
         "nameCase":"title","separator":"space","sequence":true,
         "sequenceStart":-9223372036854775808,"sequencePadding":-7,
         "order":"taken","descending":true,"regex":true,"removeAccents":true,
-        "numberDuplicates":true,"duplicateFormat":"underscore"})");
+        "numberDuplicates":true,"duplicateFormat":"underscore","shiftDates":"+1d 02:00",
+        "companions":true})");
     Json json = original;
     std::vector<std::string> keys, expected(std::begin(ruleKeys), std::end(ruleKeys));
     expected.insert(expected.end(), std::begin(laterKeys), std::end(laterKeys));

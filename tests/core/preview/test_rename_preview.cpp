@@ -223,6 +223,9 @@ void RenamePreviewTest::rows_data() {
     QTest::newRow("a numbered name taken on disk stays a problem") << Batch{{"x (2).jpg"}, two, {"x.jpg", "x (2).jpg|" + taken}, studio};
     QTest::newRow("a name no file may have is not numbered") << Batch{none, {"ab", "ac"}, {"|The filename is empty.", "|The filename is empty."}, R"({"regex":true,"find":"a.","numberDuplicates":true})"};
     QTest::newRow("a numbered name another file gets stays a problem") << Batch{none, {"a.jpg", "b.jpg", "x (2).jpg"}, {"x.jpg", "x (2).jpg|" + collision, "x (2).jpg|" + collision}, R"({"regex":true,"find":"^[ab]$","replacement":"x","numberDuplicates":true})"};
+    const char* shots = R"({"baseName":"trip","separator":"hyphen","sequence":true,"companions":true})";
+    QTest::newRow("companions share a name and a number, in their folder") << Batch{none, {"one/DSC_0042.JPG", "one/DSC_0042.NEF", "one/DSC_0042.xmp", "one/DSC_0043.JPG", "two/DSC_0042.JPG"}, {"trip-001.JPG", "trip-001.NEF", "trip-001.xmp", "trip-002.JPG", "trip-003.JPG"}, shots};
+    QTest::newRow("a companion's name taken on disk") << Batch{{"trip-001.xmp"}, {"DSC_1.JPG", "DSC_1.xmp"}, {"trip-001.JPG", "trip-001.xmp|" + taken}, shots};
     QTest::newRow("slow pattern over a batch") << Batch{none, slow, slowRows, R"({"regex":true,"find":"(a+)+[bc]"})"};
     // clang-format on
 }
