@@ -1,10 +1,11 @@
 // Renders the window offscreen to PNG in the states a person meets: the empty
 // first run, the demo preview, a conflict with its details open, the
-// spreadsheet editor with an issue, each tutorial step, the recovery
-// banner, and a recovery that cannot find a file: the offer to restore the
-// others, its confirmation and the set-aside record afterwards, photos named by the day they
-// were taken with the token menu open, and names made by a pattern with accents removed and
-// duplicates numbered. Run by scripts/render-window; look at every picture.
+// spreadsheet editor with an issue, each tutorial step, the recovery banner,
+// and a recovery that cannot find a file: the offer to restore the others, its
+// confirmation and the set-aside record afterwards, photos named by the day
+// they were taken and their camera, the clock shifted, with the token menu
+// open, and names made by a pattern with accents removed and duplicates
+// numbered. Run by scripts/render-window; look at every picture.
 //
 //   window-pictures OUTPUT_DIR
 
@@ -231,8 +232,9 @@ int main(int argc, char** argv) {
         dialogs.open(request);
     }
     {
-        // A card of photos named by the day they were taken and numbered in
-        // that order; one has no date taken, and one field holds a mistyped
+        // A card of photos named by the day they were taken, by a camera
+        // whose clock was an hour slow, and its model, numbered in that
+        // order; one has no date taken, and one field holds a mistyped
         // token. Then the token menu, open.
         QString folder = work.path() + "/photos/Lisbon";
         QDir().mkpath(folder);
@@ -246,16 +248,21 @@ int main(int argc, char** argv) {
             Exiv2::ExifData exif;
             if (*taken)
                 exif["Exif.Photo.DateTimeOriginal"] = taken;
+            exif["Exif.Image.Make"] = "Canon";
+            exif["Exif.Image.Model"] = "Canon EOS R6";
             image->setExifData(exif);
             image->writeMetadata();
         }
         Session dated(work.path() + "/photos-session");
+        // Wide and tall enough for whole names and the date shift.
+        dated.window.resize(1400, 900);
         dated.dialogs.openAnswers.append({QUrl::fromLocalFile(folder)});
         dated.model.openFiles(true);
         waitUntil([&] { return !dated.model.busy() && !dated.model.readingProgress(); });
         RenameRules rules;
-        rules.baseName = "{taken} {folder}";
+        rules.baseName = "{taken} {camera} {folder}";
         rules.suffix = "{draft}";
+        rules.shiftDates = "+01:00";
         rules.separator = NameSeparator::space;
         rules.sequence = true;
         rules.order = NameOrder::taken;
