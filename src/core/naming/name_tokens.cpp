@@ -194,18 +194,17 @@ Recorded recorded(Token kind, const FileFacts& facts, qsizetype digits) {
 // What a file records of itself; a value it lacks is left out of the name,
 // and the row says so, rather than guessed.
 Value recordedValue(Token kind, const Braced& run, const NameTokens::Values& values) {
-    const QString written = run.written.toString();
     const std::optional<FileFacts>& facts = values.facts;
     if (!facts || facts->problem)
-        return {written, facts
-                             ? facts->problem
-                             : QStringLiteral("The metadata of this file has not been read yet.")};
+        return {run.written.toString(),
+                facts ? facts->problem
+                      : QStringLiteral("The metadata of this file has not been read yet.")};
     Recorded value = recorded(kind, *facts, run.format ? run.format->size() : 0);
     if (!value.text.isEmpty())
         return {value.text};
     return {QString(), std::nullopt, false,
-            QStringLiteral("This file records no ") + value.what + QStringLiteral("; ") + written +
-                QStringLiteral(" was left out.")};
+            QStringLiteral("This file records no %1; %2 was left out.")
+                .arg(value.what, run.written.toString())};
 }
 
 // {track:00}: as many digits at least as there are zeros.
