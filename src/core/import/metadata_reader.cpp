@@ -117,12 +117,12 @@ QString lensModel(Exiv2::Image& image) {
 }
 
 // Fills in the date taken and what else an image records, or the problem
-// that kept it from being read. A file that Exiv2 cannot open as an image (a PDF, a text, a
-// file too short to tell) records no date taken: no problem, only a reason
-// to use the modified date. Once open, Exiv2 throws its own errors for
-// damaged headers and may throw the standard library's (a length that asks
-// for gigabytes) for hostile ones; either way the file has no readable
-// metadata.
+// that kept it from being read. A file that Exiv2 cannot open as an image (a
+// PDF, a text, a file too short to tell) records no date taken: no problem,
+// only a reason to use the modified date. Once open, Exiv2 throws its own
+// errors for damaged headers and may throw the standard library's (a length
+// that asks for gigabytes) for hostile ones; either way the file has no
+// readable metadata.
 template <typename Open> void readImage(FileFacts& facts, Open open) {
     std::unique_ptr<Exiv2::Image> image;
     try {
@@ -158,10 +158,22 @@ std::unique_ptr<TagLib::File> audioFile(const QString& suffix, TagLib::IOStream*
     return nullptr;
 }
 
-// A song's tags. A file TagLib cannot make sense of has none, as a file
-// Exiv2 cannot open records no date taken.
-void readAudio(FileFacts& facts, const QString& suffix, TagLib::IOStream* stream) {
-    std::unique_ptr<TagLib::File> file = audioFile(suffix, stream);
+// The kinds audioFile reads, so that no other file is opened for it.
+bool isSong(const QString& suffix) {
+    for (const char* kind : {"mp3", "m4a", "m4b", "flac", "ogg", "oga"})
+        if (suffix.compare(QLatin1String(kind), Qt::CaseInsensitive) == 0)
+            return true;
+    return false;
+}
+
+// A song's tags, from the stream `open` gives. A file TagLib cannot make
+// sense of has none, as a file Exiv2 cannot open records no date taken.
+template <typename Open> void readAudio(FileFacts& facts, const QString& suffix, Open open) {
+    if (!isSong(suffix))
+        return;
+    std::unique_ptr<TagLib::IOStream> stream = open();
+    std::unique_ptr<TagLib::File> file =
+        stream->isOpen() ? audioFile(suffix, stream.get()) : nullptr;
     TagLib::Tag* tag = file && file->isValid() ? file->tag() : nullptr;
     if (!tag)
         return;
@@ -198,8 +210,8 @@ FileFacts read(const QString& path) {
     facts.size = std::int64_t(status.value->size);
     const std::string own = "/proc/self/fd/" + std::to_string(opened.value->get());
     readImage(facts, [&] { return Exiv2::ImageFactory::open(own); });
-    if (TagLib::FileStream stream(own.c_str(), true); stream.isOpen())
-        readAudio(facts, info.suffix(), &stream);
+    readAudio(facts, info.suffix(),
+              [&] { return std::make_unique<TagLib::FileStream>(own.c_str(), true); });
     return facts;
 }
 
@@ -209,8 +221,10 @@ FileFacts readBytes(const QByteArray& bytes, const QString& suffix) {
     facts.size = bytes.size();
     const auto* data = reinterpret_cast<const Exiv2::byte*>(bytes.constData());
     readImage(facts, [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
-    TagLib::ByteVectorStream stream(TagLib::ByteVector(bytes.constData(), uint(bytes.size())));
-    readAudio(facts, suffix, &stream);
+    readAudio(facts, suffix, [&] {
+        return std::make_unique<TagLib::ByteVectorStream>(
+            TagLib::ByteVector(bytes.constData(), uint(bytes.size())));
+    });
     return facts;
 }
 
