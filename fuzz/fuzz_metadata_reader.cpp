@@ -11,7 +11,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0)
         return 0;
-    static const char* const kinds[] = {"jpg", "mp3", "m4a", "flac", "ogg"};
+    static const char* const kinds[] = {"jpg", "mp3", "m4a", "flac", "ogg", "mp4", "mts", "avi"};
     const QString suffix = QString::fromLatin1(kinds[data[0] % std::size(kinds)]);
     QByteArray bytes(reinterpret_cast<const char*>(data + 1), qsizetype(size - 1));
     FileFacts facts = MetadataReader::readBytes(bytes, suffix);

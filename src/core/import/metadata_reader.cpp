@@ -11,9 +11,15 @@
 #include <taglib/tfilestream.h>
 #include <taglib/vorbisfile.h>
 
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/time.h>
+}
+
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <string>
@@ -158,7 +164,7 @@ std::unique_ptr<TagLib::File> audioFile(const QString& suffix, TagLib::IOStream*
     return nullptr;
 }
 
-// The kinds audioFile reads, so that no other file is opened for it.
+// The kinds audioFile reads.
 bool isSong(const QString& suffix) {
     for (const char* kind : {"mp3", "m4a", "m4b", "flac", "ogg", "oga"})
         if (suffix.compare(QLatin1String(kind), Qt::CaseInsensitive) == 0)
@@ -166,12 +172,9 @@ bool isSong(const QString& suffix) {
     return false;
 }
 
-// A song's tags, from the stream `open` gives. A file TagLib cannot make
-// sense of has none, as a file Exiv2 cannot open records no date taken.
-template <typename Open> void readAudio(FileFacts& facts, const QString& suffix, Open open) {
-    if (!isSong(suffix))
-        return;
-    std::unique_ptr<TagLib::IOStream> stream = open();
+// A song's tags. A file TagLib cannot make sense of has none, as a file
+// Exiv2 cannot open records no date taken.
+void readAudio(FileFacts& facts, const QString& suffix, std::unique_ptr<TagLib::IOStream> stream) {
     std::unique_ptr<TagLib::File> file =
         stream->isOpen() ? audioFile(suffix, stream.get()) : nullptr;
     TagLib::Tag* tag = file && file->isValid() ? file->tag() : nullptr;
@@ -186,6 +189,101 @@ template <typename Open> void readAudio(FileFacts& facts, const QString& suffix,
     facts.track = tag->track();
     facts.year = tag->year();
 }
+
+// The kinds FFmpeg is asked about.
+bool isVideo(const QString& suffix) {
+    for (const char* kind : {"mp4", "mov", "m4v", "3gp", "mts", "m2ts", "avi"})
+        if (suffix.compare(QLatin1String(kind), Qt::CaseInsensitive) == 0)
+            return true;
+    return false;
+}
+
+// FFmpeg logs every odd header to standard error: a switch of the library,
+// flipped once as Exiv2's are.
+void prepareFFmpeg() {
+    static const bool prepared = [] {
+        av_log_set_level(AV_LOG_QUIET);
+        return true;
+    }();
+    (void)prepared;
+}
+
+// A clip's container says when it was made in UTC, which is shown as the
+// local clock read then, as a camera's would have. A clip whose date was
+// never set says 1904 or 1970, which is no date at all.
+std::optional<QDateTime> clipDate(const AVDictionary* metadata) {
+    const AVDictionaryEntry* made = av_dict_get(metadata, "creation_time", nullptr, 0);
+    if (!made)
+        return std::nullopt;
+    QDateTime when = QDateTime::fromString(QString::fromUtf8(made->value), Qt::ISODateWithMs);
+    if (!when.isValid() || when.date().year() <= 1970)
+        return std::nullopt;
+    return wallClock(when.toLocalTime());
+}
+
+// Gives up on a clip whose headers take more than a second to read: a damaged
+// one must not hold a reader thread, and every preview waiting for it.
+int pastDeadline(void* deadline) {
+    return av_gettime_relative() > *static_cast<std::int64_t*>(deadline);
+}
+
+// A clip's date and size, from the input `context` has been given (`url`
+// names it, or is empty for custom input). A file FFmpeg cannot make sense of
+// records nothing, as one Exiv2 cannot open records no date taken.
+void readVideo(FileFacts& facts, AVFormatContext* context, const char* url) {
+    prepareFFmpeg();
+    std::int64_t deadline = av_gettime_relative() + 1'000'000;
+    context->interrupt_callback = {pastDeadline, &deadline};
+    // Only the containers clips come in, from this file alone: a playlist
+    // named .mp4 would have FFmpeg open other files, or other computers.
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "format_whitelist", "mov,mpegts,avi", 0);
+    av_dict_set(&options, "protocol_whitelist", "file", 0);
+    // Frees the context when opening fails.
+    const int opened = avformat_open_input(&context, url, nullptr, &options);
+    av_dict_free(&options);
+    if (opened < 0)
+        return;
+    facts.taken = clipDate(context->metadata);
+    for (unsigned index = 0; index < context->nb_streams; ++index) {
+        const AVCodecParameters* video = context->streams[index]->codecpar;
+        if (video->codec_type != AVMEDIA_TYPE_VIDEO)
+            continue;
+        facts.width = std::max(0, video->width);
+        facts.height = std::max(0, video->height);
+        break;
+    }
+    avformat_close_input(&context);
+}
+
+// Whole bytes in memory, as FFmpeg reads a file.
+struct MemoryInput {
+    const QByteArray& bytes;
+    qint64 at = 0;
+
+    static int read(void* opaque, std::uint8_t* buffer, int size) {
+        auto* input = static_cast<MemoryInput*>(opaque);
+        const qint64 count = std::min<qint64>(size, input->bytes.size() - input->at);
+        if (count <= 0)
+            return AVERROR_EOF;
+        std::memcpy(buffer, input->bytes.constData() + input->at, size_t(count));
+        input->at += count;
+        return int(count);
+    }
+
+    static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
+        auto* input = static_cast<MemoryInput*>(opaque);
+        const qint64 size = input->bytes.size();
+        if (whence & AVSEEK_SIZE)
+            return size;
+        whence &= ~AVSEEK_FORCE;
+        const qint64 to = offset + (whence == SEEK_CUR ? input->at : whence == SEEK_END ? size : 0);
+        if (to < 0 || to > size)
+            return -1;
+        input->at = to;
+        return to;
+    }
+};
 
 } // namespace
 
@@ -209,9 +307,17 @@ FileFacts read(const QString& path) {
     facts.modified = wallClock(info.lastModified());
     facts.size = std::int64_t(status.value->size);
     const std::string own = "/proc/self/fd/" + std::to_string(opened.value->get());
-    readImage(facts, [&] { return Exiv2::ImageFactory::open(own); });
-    readAudio(facts, info.suffix(),
-              [&] { return std::make_unique<TagLib::FileStream>(own.c_str(), true); });
+    // Each file is read by the one library that knows its kind: a clip is
+    // an ISO container as a HEIC photo is, and Exiv2 would take it for a
+    // damaged one.
+    const QString suffix = info.suffix();
+    if (isSong(suffix)) {
+        readAudio(facts, suffix, std::make_unique<TagLib::FileStream>(own.c_str(), true));
+    } else if (isVideo(suffix)) {
+        readVideo(facts, avformat_alloc_context(), own.c_str());
+    } else {
+        readImage(facts, [&] { return Exiv2::ImageFactory::open(own); });
+    }
     return facts;
 }
 
@@ -220,11 +326,25 @@ FileFacts readBytes(const QByteArray& bytes, const QString& suffix) {
     FileFacts facts;
     facts.size = bytes.size();
     const auto* data = reinterpret_cast<const Exiv2::byte*>(bytes.constData());
-    readImage(facts, [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
-    readAudio(facts, suffix, [&] {
-        return std::make_unique<TagLib::ByteVectorStream>(
-            TagLib::ByteVector(bytes.constData(), uint(bytes.size())));
-    });
+    if (isSong(suffix)) {
+        readAudio(facts, suffix,
+                  std::make_unique<TagLib::ByteVectorStream>(
+                      TagLib::ByteVector(bytes.constData(), uint(bytes.size()))));
+    } else if (isVideo(suffix)) {
+        MemoryInput input{bytes};
+        constexpr int chunk = 4096;
+        AVIOContext* io =
+            avio_alloc_context(static_cast<unsigned char*>(av_malloc(chunk)), chunk, 0, &input,
+                               MemoryInput::read, nullptr, MemoryInput::seek);
+        AVFormatContext* context = avformat_alloc_context();
+        context->pb = io;
+        context->flags |= AVFMT_FLAG_CUSTOM_IO;
+        readVideo(facts, context, nullptr);
+        av_freep(&io->buffer);
+        avio_context_free(&io);
+    } else {
+        readImage(facts, [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
+    }
     return facts;
 }
 

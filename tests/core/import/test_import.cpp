@@ -75,6 +75,44 @@ QString photo(TemporaryFolder& folder, const QString& name, const QString& taken
     return path;
 }
 
+// `value` big-endian in `bytes` bytes; those above its four are zeros.
+QByteArray be(quint32 value, int bytes = 4) {
+    QByteArray out;
+    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+        out.append(shift < 32 ? char(value >> shift) : '\0');
+    return out;
+}
+
+QByteArray box(const char* type, const QByteArray& body) {
+    return be(8 + body.size()) + type + body;
+}
+
+// A clip as small as a container can be: made (in UTC, seconds after 1904)
+// at `made`, and with a 1920 × 1080 video track when `track`.
+QByteArray clip(const char* brand, quint32 made, bool track) {
+    const QByteArray matrix = be(0x10000) + be(0, 12) + be(0x10000) + be(0, 12) + be(0x40000000);
+    const QByteArray times = be(made) + be(made);
+    QByteArray moov = box("mvhd", be(0) + times + be(1000) + be(1000) + be(0x10000) + be(0x100, 2) +
+                                      QByteArray(10, '\0') + matrix + QByteArray(24, '\0') + be(2));
+    if (track) {
+        const QByteArray avc1 = box("avc1", be(0, 6) + be(1, 2) + be(0, 16) + be(1920, 2) +
+                                                be(1080, 2) + be(0x480000) + be(0x480000) + be(0) +
+                                                be(1, 2) + be(0, 32) + be(0x18, 2) + be(0xffff, 2));
+        const QByteArray stbl =
+            box("stbl", box("stsd", be(0) + be(1) + avc1) + box("stts", be(0, 8)) +
+                            box("stsc", be(0, 8)) + box("stsz", be(0, 12)) + box("stco", be(0, 8)));
+        moov += box(
+            "trak",
+            box("tkhd", be(3) + times + be(1) + be(0) + be(1000) + be(0, 16) + matrix +
+                            be(1920 << 16) + be(1080 << 16)) +
+                box("mdia",
+                    box("mdhd", be(0) + times + be(1000) + be(1000) + be(0x55c4, 2) + be(0, 2)) +
+                        box("hdlr", be(0, 8) + "vide" + be(0, 12) + QByteArray("Video", 6)) +
+                        box("minf", box("vmhd", be(1) + be(0, 8)) + stbl)));
+    }
+    return box("ftyp", QByteArray(brand) + be(0x200) + brand) + box("moov", moov) + box("mdat", {});
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Collected)
@@ -194,6 +232,33 @@ private slots:
         QCOMPARE(MetadataReader::read(folder.at("song.txt")).artist, QString());
     }
 
+    // A clip's date is when it was made, shown in local time (the test runs
+    // in Lisbon, an hour ahead of UTC in May), and its size that of its video.
+    void clipDatesAndSize() {
+        TemporaryFolder folder;
+        // 2026-05-04 09:30:00 UTC, in seconds after 1904.
+        const quint32 made = 3860731800u;
+        const struct {
+            const char *name, *brand;
+            quint32 made;
+            bool track;
+            std::optional<QDateTime> taken;
+            std::int64_t width, height;
+        } clips[] = {{"clip.mp4", "isom", made, true,
+                      QDateTime(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC), 1920, 1080},
+                     {"clip.MOV", "qt  ", made, false,
+                      QDateTime(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC), 0, 0},
+                     {"unset clock.mp4", "isom", 0, true, std::nullopt, 1920, 1080},
+                     {"not a clip.txt", "isom", made, true, std::nullopt, 0, 0}};
+        for (const auto& [name, brand, when, track, taken, width, height] : clips) {
+            const FileFacts facts =
+                MetadataReader::read(folder.file(name, clip(brand, when, track)));
+            QCOMPARE(facts.taken, taken);
+            QCOMPARE(facts.width, width);
+            QCOMPARE(facts.height, height);
+        }
+    }
+
     // Known files come back in natural order, and are dropped from a new
     // selection before the limit is consulted, even when the batch is full.
     void emptyAndRepeated() {
@@ -294,7 +359,7 @@ private slots:
         // Whatever the header claims, the reader answers: no date, and never a
         // crash or an exception.
         // Each header is read as every kind of file, whatever it claims to be.
-        for (const char* suffix : {"jpg", "mp3", "m4a", "flac", "ogg"}) {
+        for (const char* suffix : {"jpg", "mp3", "m4a", "flac", "ogg", "mp4", "mts", "avi"}) {
             FileFacts facts = MetadataReader::readBytes(bytes, suffix);
             QCOMPARE(facts.taken, std::nullopt);
             QCOMPARE(facts.size, bytes.size());
