@@ -23,6 +23,7 @@ extern "C" {
 #include <exception>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -164,14 +165,6 @@ std::unique_ptr<TagLib::File> audioFile(const QString& suffix, TagLib::IOStream*
     return nullptr;
 }
 
-// The kinds audioFile reads.
-bool isSong(const QString& suffix) {
-    for (const char* kind : {"mp3", "m4a", "m4b", "flac", "ogg", "oga"})
-        if (suffix.compare(QLatin1String(kind), Qt::CaseInsensitive) == 0)
-            return true;
-    return false;
-}
-
 // A song's tags. A file TagLib cannot make sense of has none, as a file
 // Exiv2 cannot open records no date taken.
 void readAudio(FileFacts& facts, const QString& suffix, std::unique_ptr<TagLib::IOStream> stream) {
@@ -190,12 +183,22 @@ void readAudio(FileFacts& facts, const QString& suffix, std::unique_ptr<TagLib::
     facts.year = tag->year();
 }
 
-// The kinds FFmpeg is asked about.
-bool isVideo(const QString& suffix) {
-    for (const char* kind : {"mp4", "mov", "m4v", "3gp", "mts", "m2ts", "avi"})
+// The library that reads a file, by its extension: each file is read by the
+// one that knows its kind. A clip is an ISO container as a HEIC photo is, and
+// Exiv2 would take it for a damaged one.
+enum class Reader { exiv2, taglib, ffmpeg };
+
+Reader readerFor(const QString& suffix) {
+    static constexpr std::pair<const char*, Reader> kinds[] = {
+        {"mp3", Reader::taglib},  {"m4a", Reader::taglib}, {"m4b", Reader::taglib},
+        {"flac", Reader::taglib}, {"ogg", Reader::taglib}, {"oga", Reader::taglib},
+        {"mp4", Reader::ffmpeg},  {"mov", Reader::ffmpeg}, {"m4v", Reader::ffmpeg},
+        {"3gp", Reader::ffmpeg},  {"mts", Reader::ffmpeg}, {"m2ts", Reader::ffmpeg},
+        {"avi", Reader::ffmpeg}};
+    for (const auto& [kind, reader] : kinds)
         if (suffix.compare(QLatin1String(kind), Qt::CaseInsensitive) == 0)
-            return true;
-    return false;
+            return reader;
+    return Reader::exiv2;
 }
 
 // FFmpeg logs every odd header to standard error: a switch of the library,
@@ -307,16 +310,17 @@ FileFacts read(const QString& path) {
     facts.modified = wallClock(info.lastModified());
     facts.size = std::int64_t(status.value->size);
     const std::string own = "/proc/self/fd/" + std::to_string(opened.value->get());
-    // Each file is read by the one library that knows its kind: a clip is
-    // an ISO container as a HEIC photo is, and Exiv2 would take it for a
-    // damaged one.
     const QString suffix = info.suffix();
-    if (isSong(suffix)) {
+    switch (readerFor(suffix)) {
+    case Reader::taglib:
         readAudio(facts, suffix, std::make_unique<TagLib::FileStream>(own.c_str(), true));
-    } else if (isVideo(suffix)) {
+        break;
+    case Reader::ffmpeg:
         readVideo(facts, avformat_alloc_context(), own.c_str());
-    } else {
+        break;
+    case Reader::exiv2:
         readImage(facts, [&] { return Exiv2::ImageFactory::open(own); });
+        break;
     }
     return facts;
 }
@@ -326,11 +330,13 @@ FileFacts readBytes(const QByteArray& bytes, const QString& suffix) {
     FileFacts facts;
     facts.size = bytes.size();
     const auto* data = reinterpret_cast<const Exiv2::byte*>(bytes.constData());
-    if (isSong(suffix)) {
+    switch (readerFor(suffix)) {
+    case Reader::taglib:
         readAudio(facts, suffix,
                   std::make_unique<TagLib::ByteVectorStream>(
                       TagLib::ByteVector(bytes.constData(), uint(bytes.size()))));
-    } else if (isVideo(suffix)) {
+        break;
+    case Reader::ffmpeg: {
         MemoryInput input{bytes};
         constexpr int chunk = 4096;
         AVIOContext* io =
@@ -342,8 +348,11 @@ FileFacts readBytes(const QByteArray& bytes, const QString& suffix) {
         readVideo(facts, context, nullptr);
         av_freep(&io->buffer);
         avio_context_free(&io);
-    } else {
+        break;
+    }
+    case Reader::exiv2:
         readImage(facts, [&] { return Exiv2::ImageFactory::open(data, long(bytes.size())); });
+        break;
     }
     return facts;
 }
