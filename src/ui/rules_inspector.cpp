@@ -76,6 +76,17 @@ constexpr TokenChoice tokenChoices[] = {
     {"Year", "{year}"},
 };
 
+// Why a field's text cannot be used, under the field, hidden until there is
+// a reason.
+QLabel* problemNote(const QString& accessibleName) {
+    QLabel* note = InspectorText::note(QString());
+    note->setAccessibleName(accessibleName);
+    // The red of a problem in the preview.
+    note->setStyleSheet(QStringLiteral("color: #b42b2b;"));
+    note->hide();
+    return note;
+}
+
 // A "{ }" button inside the field that opens the token menu; the chosen token
 // goes in at the cursor, as if typed.
 void addTokenMenu(QLineEdit* line) {
@@ -151,11 +162,7 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     replaceSection->addWidget(InspectorText::section(QStringLiteral("FIND & REPLACE")));
     replaceSection->addLayout(replaceRow);
     // Under both fields, as a long sentence would not fit under one.
-    patternProblem = InspectorText::note(QString());
-    patternProblem->setAccessibleName(QStringLiteral("Find pattern problem"));
-    // The red of a problem in the preview.
-    patternProblem->setStyleSheet(QStringLiteral("color: #b42b2b;"));
-    patternProblem->hide();
+    patternProblem = problemNote(QStringLiteral("Find pattern problem"));
     replaceSection->addWidget(patternProblem);
     regex = new QCheckBox(QStringLiteral("Regular expression"));
     regex->setToolTip(QStringLiteral(
@@ -229,10 +236,7 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     shifting->addLayout(InspectorText::labelled(QStringLiteral("SHIFT DATES"), shift), 1);
     shifting->addStretch(1);
     layout->addLayout(shifting);
-    shiftProblem = InspectorText::note(QString());
-    shiftProblem->setAccessibleName(QStringLiteral("Date shift problem"));
-    shiftProblem->setStyleSheet(QStringLiteral("color: #b42b2b;"));
-    shiftProblem->hide();
+    shiftProblem = problemNote(QStringLiteral("Date shift problem"));
     layout->addWidget(shiftProblem);
 
     sequence = new ToggleSwitch(QStringLiteral("Add a sequence"));
