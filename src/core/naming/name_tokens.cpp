@@ -8,6 +8,8 @@
 
 namespace {
 
+using NameTokens::Token;
+
 // One run of text in braces with no brace inside: "{taken:yyyy}" has the key
 // "taken" and the format "yyyy"; "{draft}" has the key "draft" and no format.
 struct Braced {
@@ -15,23 +17,6 @@ struct Braced {
     QStringView written;
     QStringView key;
     std::optional<QStringView> format;
-};
-
-enum class Token {
-    none,
-    taken,
-    modified,
-    folder,
-    name,
-    camera,
-    lens,
-    width,
-    height,
-    artist,
-    album,
-    title,
-    track,
-    year
 };
 
 // A "{" that another "{" follows before any "}" is plain text, so "{{name}"
@@ -118,115 +103,81 @@ bool showsTime(QStringView format) {
     return holdsLetter(format, u"hHmszaAt");
 }
 
-QString formatted(const QDateTime& when, const QString& format, NameTokens::DateTexts* dateTexts) {
-    return dateTexts ? dateTexts->text(when, format) : when.toString(format);
-}
-
-struct Value {
-    QString text;
-    std::optional<QString> problem = {};
-    bool usedModifiedDate = false;
-    std::optional<QString> leftOut = {};
-};
-
-Value dateValue(Token kind, const Braced& run, const NameTokens::Values& values) {
-    const QString written = run.written.toString();
-    QString format = run.format ? run.format->toString() : QStringLiteral("yyyy-MM-dd");
-    if (!showsDate(format))
-        return {written,
-                QStringLiteral("The format in ") + written +
-                    QStringLiteral(" shows no part of a date; use letters such as yyyy-MM-dd."),
-                false};
-    if (values.dateShiftProblem)
-        return {written, values.dateShiftProblem, false};
-    auto shown = [&](const QDateTime& when) {
-        return formatted(values.dateShift ? when.addSecs(values.dateShift) : when, format,
-                         values.dateTexts);
-    };
-    const std::optional<FileFacts>& facts = values.facts;
-    if (kind == Token::taken && facts && facts->problem)
-        return {written, facts->problem, false};
-    if (kind == Token::taken && facts && facts->taken)
-        return {shown(*facts->taken), std::nullopt, false};
-    // A file that is gone has no modified date either; its facts say why.
-    if (!facts || !facts->modified.isValid())
-        return {written,
-                facts && facts->problem
-                    ? facts->problem
-                    : QStringLiteral("The dates of this file have not been read yet."),
-                false};
-    return {shown(facts->modified), std::nullopt, kind == Token::taken};
-}
-
-// What a file records for `kind`, and the words for it when it records none.
-struct Recorded {
-    QString text;
-    QString what;
-};
-
-Recorded recorded(Token kind, const FileFacts& facts, qsizetype digits) {
-    auto number = [digits](std::int64_t value) {
-        return value > 0 ? QString::number(value).rightJustified(digits, QLatin1Char('0'))
-                         : QString();
-    };
-    switch (kind) {
-    case Token::camera:
-        return {facts.camera, QStringLiteral("camera model")};
-    case Token::lens:
-        return {facts.lens, QStringLiteral("lens")};
-    case Token::width:
-        return {number(facts.width), QStringLiteral("size in pixels")};
-    case Token::height:
-        return {number(facts.height), QStringLiteral("size in pixels")};
-    case Token::artist:
-        return {facts.artist, QStringLiteral("artist")};
-    case Token::album:
-        return {facts.album, QStringLiteral("album")};
-    case Token::title:
-        return {facts.title, QStringLiteral("title")};
-    case Token::track:
-        return {number(facts.track), QStringLiteral("track number")};
-    default:
-        return {number(facts.year), QStringLiteral("year")};
-    }
-}
-
-// What a file records of itself; a value it lacks is left out of the name,
-// and the row says so, rather than guessed.
-Value recordedValue(Token kind, const Braced& run, const NameTokens::Values& values) {
-    const std::optional<FileFacts>& facts = values.facts;
-    if (!facts || facts->problem)
-        return {run.written.toString(),
-                facts ? facts->problem
-                      : QStringLiteral("The metadata of this file has not been read yet.")};
-    Recorded value = recorded(kind, *facts, run.format ? run.format->size() : 0);
-    if (!value.text.isEmpty())
-        return {value.text};
-    return {QString(), std::nullopt, false,
-            QStringLiteral("This file records no %1; %2 was left out.")
-                .arg(value.what, run.written.toString())};
-}
-
 // {track:00}: as many digits at least as there are zeros.
 bool isWidth(QStringView format) {
     return !format.isEmpty() &&
            std::all_of(format.begin(), format.end(), [](QChar c) { return c == u'0'; });
 }
 
-Value tokenValue(Token kind, const Braced& run, const NameTokens::Values& values) {
-    if (kind == Token::taken || kind == Token::modified)
-        return dateValue(kind, run, values);
+bool isDate(Token kind) {
+    return kind == Token::taken || kind == Token::modified;
+}
+
+// Why a token cannot take the format written after its colon, whatever the file.
+std::optional<QString> formatProblem(Token kind, const Braced& run) {
+    if (isDate(kind)) {
+        if (run.format && !showsDate(*run.format))
+            return QStringLiteral("The format in ") + run.written.toString() +
+                   QStringLiteral(" shows no part of a date; use letters such as yyyy-MM-dd.");
+        return std::nullopt;
+    }
     if (run.format && kind == Token::track && !isWidth(*run.format))
-        return {run.written.toString(),
-                QStringLiteral("{track} takes zeros after its colon, one for each digit, as in "
-                               "{track:00}.")};
+        return QStringLiteral("{track} takes zeros after its colon, one for each digit, as in "
+                              "{track:00}.");
     if (run.format && kind != Token::track)
-        return {run.written.toString(),
-                QLatin1Char('{') + run.key.toString() +
-                    QStringLiteral("} takes no format; remove what follows its colon.")};
-    if (kind == Token::folder || kind == Token::name)
-        return {kind == Token::folder ? values.folder : values.stem};
-    return recordedValue(kind, run, values);
+        return QLatin1Char('{') + run.key.toString() +
+               QStringLiteral("} takes no format; remove what follows its colon.");
+    return std::nullopt;
+}
+
+// The words for a value a file may not record.
+QString recordedWhat(Token kind) {
+    switch (kind) {
+    case Token::camera:
+        return QStringLiteral("camera model");
+    case Token::lens:
+        return QStringLiteral("lens");
+    case Token::width:
+    case Token::height:
+        return QStringLiteral("size in pixels");
+    case Token::artist:
+        return QStringLiteral("artist");
+    case Token::album:
+        return QStringLiteral("album");
+    case Token::title:
+        return QStringLiteral("title");
+    case Token::track:
+        return QStringLiteral("track number");
+    default:
+        return QStringLiteral("year");
+    }
+}
+
+QString recorded(Token kind, const FileFacts& facts, qsizetype digits) {
+    auto number = [digits](std::int64_t value) {
+        return value > 0 ? QString::number(value).rightJustified(digits, QLatin1Char('0'))
+                         : QString();
+    };
+    switch (kind) {
+    case Token::camera:
+        return facts.camera;
+    case Token::lens:
+        return facts.lens;
+    case Token::width:
+        return number(facts.width);
+    case Token::height:
+        return number(facts.height);
+    case Token::artist:
+        return facts.artist;
+    case Token::album:
+        return facts.album;
+    case Token::title:
+        return facts.title;
+    case Token::track:
+        return number(facts.track);
+    default:
+        return number(facts.year);
+    }
 }
 
 } // namespace
@@ -247,27 +198,89 @@ QString DateTexts::text(const QDateTime& when, const QString& dateFormat) {
     return written;
 }
 
-Expansion expanded(const QString& text, const Values& values,
-                   const std::function<QString(const QString&)>& dateText) {
-    Expansion expansion;
+Text::Text(const QString& text) {
     qsizetype copied = 0;
     for (const Braced& run : bracedRuns(text)) {
         Token kind = token(run.key);
         if (kind == Token::none)
             continue;
-        expansion.text += QStringView(text).mid(copied, run.begin - copied);
-        Value value = tokenValue(kind, run, values);
-        bool date = (kind == Token::taken || kind == Token::modified) && !value.problem;
-        expansion.text += date && dateText ? dateText(value.text) : value.text;
-        if (!expansion.problem)
-            expansion.problem = value.problem;
-        expansion.usedModifiedDate = expansion.usedModifiedDate || value.usedModifiedDate;
-        if (value.leftOut && !expansion.leftOut.contains(*value.leftOut))
-            expansion.leftOut.append(*value.leftOut);
+        Piece piece{text.mid(copied, run.begin - copied),
+                    kind,
+                    run.written.toString(),
+                    run.format ? run.format->toString() : QString(),
+                    formatProblem(kind, run),
+                    QString()};
+        if (isDate(kind) && !run.format)
+            piece.format = QStringLiteral("yyyy-MM-dd");
+        if (!isDate(kind) && kind != Token::folder && kind != Token::name)
+            piece.missing = QStringLiteral("This file records no %1; %2 was left out.")
+                                .arg(recordedWhat(kind), piece.written);
+        plainSize += piece.before.size();
+        pieces.append(piece);
         copied = run.begin + run.written.size();
     }
-    expansion.text += QStringView(text).mid(copied);
-    return expansion;
+    rest = text.mid(copied);
+    plainSize += rest.size();
+}
+
+QString Text::expanded(const Values& values, Expansion& found,
+                       const std::function<QString(const QString&)>& dateText) const {
+    QString text;
+    // Room for the values too, so that the text grows in one allocation.
+    text.reserve(plainSize + 24 * pieces.size());
+    const FileFacts* facts = values.facts;
+    auto blocked = [&](const Piece& piece, const std::optional<QString>& problem) {
+        if (!found.problem)
+            found.problem = problem;
+        text += piece.written;
+    };
+    for (const Piece& piece : pieces) {
+        text += piece.before;
+        if (piece.problem) {
+            blocked(piece, piece.problem);
+        } else if (piece.kind == Token::folder || piece.kind == Token::name) {
+            text += piece.kind == Token::folder ? values.folder : values.stem;
+        } else if (isDate(piece.kind)) {
+            if (values.dateShiftProblem) {
+                blocked(piece, values.dateShiftProblem);
+                continue;
+            }
+            if (piece.kind == Token::taken && facts && facts->problem) {
+                blocked(piece, facts->problem);
+                continue;
+            }
+            const bool taken = piece.kind == Token::taken && facts && facts->taken;
+            // A file that is gone has no modified date either; its facts say why.
+            if (!taken && (!facts || !facts->modified.isValid())) {
+                blocked(piece,
+                        facts && facts->problem
+                            ? facts->problem
+                            : QStringLiteral("The dates of this file have not been read yet."));
+                continue;
+            }
+            QDateTime when = taken ? *facts->taken : facts->modified;
+            if (values.dateShift)
+                when = when.addSecs(values.dateShift);
+            QString date = values.dateTexts ? values.dateTexts->text(when, piece.format)
+                                            : when.toString(piece.format);
+            text += dateText ? dateText(date) : date;
+            found.usedModifiedDate =
+                found.usedModifiedDate || (piece.kind == Token::taken && !taken);
+        } else if (!facts || facts->problem) {
+            blocked(piece,
+                    facts ? facts->problem
+                          : QStringLiteral("The metadata of this file has not been read yet."));
+        } else if (QString value = recorded(piece.kind, *facts, piece.format.size());
+                   !value.isEmpty()) {
+            // What a file records of itself; a value it lacks is left out of
+            // the name, and the row says so, rather than guessed.
+            text += value;
+        } else if (!found.leftOut.contains(piece.missing)) {
+            found.leftOut.append(piece.missing);
+        }
+    }
+    text += rest;
+    return text;
 }
 
 QStringList unknown(const QString& text) {

@@ -42,8 +42,8 @@ struct Values {
     QString stem;
     // The name of the folder that holds the file.
     QString folder;
-    // Absent while the file's facts are unknown (a name made without a file).
-    std::optional<FileFacts> facts;
+    // Null while the file's facts are unknown (a name made without a file).
+    const FileFacts* facts = nullptr;
     // Where dates are written, when the caller keeps them; else each date
     // is written afresh.
     DateTexts* dateTexts = nullptr;
@@ -67,10 +67,55 @@ struct Expansion {
     QStringList leftOut;
 };
 
-// `text` with every token replaced by its value for one file. When `dateText`
-// is given, each date passes through it on its way into the text.
-Expansion expanded(const QString& text, const Values& values,
-                   const std::function<QString(const QString&)>& dateText = {});
+// What a text in braces stands for; none when it is no token.
+enum class Token {
+    none,
+    taken,
+    modified,
+    folder,
+    name,
+    camera,
+    lens,
+    width,
+    height,
+    artist,
+    album,
+    title,
+    track,
+    year
+};
+
+// A rule text read once: every file of every preview expands the same few
+// texts, and reading them costs more than filling them in.
+class Text {
+public:
+    explicit Text(const QString& text = QString());
+
+    // The text with every token replaced by its value for one file. What
+    // went wrong or was left out is added to `found`, each sentence once.
+    // When `dateText` is given, each date passes through it on its way in.
+    QString expanded(const Values& values, Expansion& found,
+                     const std::function<QString(const QString&)>& dateText = {}) const;
+
+private:
+    struct Piece {
+        // The plain text before the token, as written.
+        QString before;
+        Token kind = Token::none;
+        // The token as written, "{taken:yyyy}"; and its format, or a date's default.
+        QString written;
+        QString format;
+        // Why the token stands for nothing whatever the file: a format it
+        // cannot take.
+        std::optional<QString> problem;
+        // The row's sentence when the file records no value for the token.
+        QString missing;
+    };
+    QList<Piece> pieces;
+    // The plain text after the last token.
+    QString rest;
+    qsizetype plainSize = 0;
+};
 
 // The texts in braces within `text` that are not tokens, as written ("{draft}"),
 // each once, in order: kept as text, and worth a word to whoever typed them.

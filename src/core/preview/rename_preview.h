@@ -25,7 +25,7 @@ QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
 // The same rows judged against a batch observation taken earlier, which
 // reads nothing more from the disk. The intent at position i is about the
 // observed file at `observedAt[i]`.
-QList<PreviewRow> rows(const QList<RenameIntent>& intents, bool checkWindows,
+QList<PreviewRow> rows(QList<RenameIntent> intents, bool checkWindows,
                        const BatchObservation& observed, const QList<qsizetype>& observedAt,
                        bool formerNames = false);
 

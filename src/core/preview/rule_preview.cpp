@@ -2,6 +2,7 @@
 
 #include "core/base/parallel_ranges.h"
 #include "core/naming/filename.h"
+#include "core/naming/rule_namer.h"
 #include "core/preview/duplicate_suffix.h"
 #include "core/preview/rename_preview.h"
 
@@ -12,13 +13,13 @@
 
 namespace {
 
-std::optional<FileFacts> factsAt(const QList<std::optional<FileFacts>>& facts, qsizetype index) {
-    return index < facts.size() ? facts[index] : std::nullopt;
+const FileFacts* factsAt(const QList<std::optional<FileFacts>>& facts, qsizetype index) {
+    return index < facts.size() && facts[index] ? &*facts[index] : nullptr;
 }
 
 // The key a file is ordered by; absent when it is not known, which sorts
 // the file after every known one.
-std::optional<std::int64_t> orderKey(NameOrder order, const std::optional<FileFacts>& facts) {
+std::optional<std::int64_t> orderKey(NameOrder order, const FileFacts* facts) {
     if (!facts)
         return std::nullopt;
     switch (order) {
@@ -120,6 +121,7 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
     const Leaders named = leaders(files, positions, rules.companions);
     QList<RenameIntent> intents(positions.size());
     QList<NameTokens::Expansion> proposals(positions.size());
+    const RuleNamer namer(rules);
     ParallelRanges::run(positions.size(), [&, made = proposals.data(), intended = intents.data()](
                                               qsizetype begin, qsizetype end) {
         QString folderPath;
@@ -130,12 +132,14 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
             if (named.leader[index] != index)
                 continue;
             const FileRecord& file = files[positions[index]];
+            const QString name = file.name();
             // Neighbours mostly share a folder; its name is worked out once.
-            if (QString path = file.folderPath(); path != folderPath) {
-                folder = FilePath::lastComponent(path);
-                folderPath = path;
+            if (QStringView path = QStringView(file.path).chopped(name.size());
+                path != folderPath) {
+                folder = FilePath::lastComponent(file.folderPath());
+                folderPath = path.toString();
             }
-            made[index] = rules.proposal(file.name(), named.number[index], folder,
+            made[index] = namer.proposal(name, named.number[index], folder,
                                          factsAt(facts, positions[index]), &dateTexts);
             intended[index] = {file, made[index].text};
         }
@@ -152,7 +156,8 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
     }
     if (rules.numberDuplicates)
         intents = DuplicateSuffix::numbered(intents, rules.duplicateFormat, observed, positions);
-    QList<PreviewRow> rows = RenamePreview::rows(intents, checkWindows, observed, positions);
+    QList<PreviewRow> rows =
+        RenamePreview::rows(std::move(intents), checkWindows, observed, positions);
     for (qsizetype index = 0; index < rows.size(); ++index) {
         // A token that stands for nothing made a name nobody asked for; that
         // comes before anything the preview found wrong with the name.
