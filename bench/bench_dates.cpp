@@ -9,6 +9,7 @@
 
 #include "app/app_model.h"
 #include "app/qsettings_store.h"
+#include "clip_writer.h"
 
 #include <exiv2/exiv2.hpp>
 #include <taglib/fileref.h>
@@ -99,30 +100,15 @@ bool writeSongs(const QString& folder) {
         [&](int index) { return folder + QStringLiteral("/song %1.mp3").arg(index); });
 }
 
-// One MP4 as small as a container can be, made at a different second each
-// time: the four bytes of its creation time, in seconds after 1904, are
-// patched in place.
+// MP4 clips made by FFmpeg's muxer, each a second after the last.
 bool writeClips(const QString& folder) {
-    auto be = [](quint32 value) {
-        const char bytes[] = {char(value >> 24), char(value >> 16), char(value >> 8), char(value)};
-        return QByteArray(bytes, 4);
-    };
-    auto box = [&](const char* type, const QByteArray& body) {
-        return be(quint32(8 + body.size())) + type + body;
-    };
-    const quint32 made = 3860731800u; // 2026-05-04 09:30:00 UTC
-    const QByteArray mvhd = box("mvhd", be(0) + be(made) + be(made) + be(1000) + be(1000) +
-                                            be(0x10000) + QByteArray(78, '\0') + be(2));
-    const QString first = folder + "/clip 0.mp4";
-    QFile file(first);
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(box("ftyp", "isom" + be(0x200) + "isom") + box("moov", mvhd)) < 0)
-        return false;
-    file.close();
-    return writeCopies(
-        first, clipCount, be(made) + be(made),
-        [&](int index) { return be(made + index) + be(made); },
-        [&](int index) { return folder + QStringLiteral("/clip %1.mp4").arg(index); });
+    const QDateTime made(QDate(2026, 5, 4), QTime(9, 30), Qt::UTC);
+    for (int index = 0; index < clipCount; ++index) {
+        if (!ClipWriter::write(folder + QStringLiteral("/clip %1.mp4").arg(index),
+                               {.made = made.addSecs(index)}))
+            return false;
+    }
+    return true;
 }
 
 } // namespace

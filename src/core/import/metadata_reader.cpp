@@ -19,6 +19,7 @@ extern "C" {
 #include <QFileInfo>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -224,6 +225,88 @@ std::optional<QDateTime> clipDate(const AVDictionary* metadata) {
     return wallClock(when.toLocalTime());
 }
 
+// Two binary-coded decimal digits, or nothing when either is not a digit.
+std::optional<int> decimal(std::uint8_t byte) {
+    if (byte >> 4 > 9 || (byte & 0x0f) > 9)
+        return std::nullopt;
+    return (byte >> 4) * 10 + (byte & 0x0f);
+}
+
+// AVCHD cameras (MTS, M2TS) record when a clip was shot not in the container
+// but in the video: in a frame's H.264 user data, after this UUID and
+// "MDPM", as tagged entries of four bytes. Tag 0x18 holds a zone byte, the
+// year and the month, 0x19 the day, hour, minute and second, all in
+// binary-coded decimal on the camera's clock, which is the wall clock a
+// photo's date is.
+std::optional<QDateTime> avchdDate(QByteArrayView frame) {
+    static const QByteArray marker =
+        QByteArray::fromHex("17ee8c60f84d11d98cd60800200c9a66") + "MDPM";
+    const qsizetype at = frame.indexOf(marker);
+    if (at < 0)
+        return std::nullopt;
+    // The encoder put a 3 after every two zeros that a byte below 4 follows,
+    // so that no start code appears inside the frame: taken out again.
+    QByteArray entries;
+    int zeros = 0;
+    for (qsizetype index = at + marker.size();
+         index < frame.size() && entries.size() < 1 + 5 * 255; ++index) {
+        const char byte = frame[index];
+        if (zeros >= 2 && byte == 3) {
+            zeros = 0;
+            continue;
+        }
+        entries.append(byte);
+        zeros = byte == 0 ? zeros + 1 : 0;
+    }
+    using Entry = std::array<std::uint8_t, 4>;
+    std::optional<Entry> yearAndMonth;
+    std::optional<Entry> dayAndTime;
+    const int count = entries.isEmpty() ? 0 : std::uint8_t(entries[0]);
+    for (int entry = 0; entry < count && 1 + 5 * (entry + 1) <= entries.size(); ++entry) {
+        const auto* bytes =
+            reinterpret_cast<const std::uint8_t*>(entries.constData()) + 1 + 5 * entry;
+        const Entry value{bytes[1], bytes[2], bytes[3], bytes[4]};
+        if (bytes[0] == 0x18)
+            yearAndMonth = value;
+        else if (bytes[0] == 0x19)
+            dayAndTime = value;
+    }
+    if (!yearAndMonth || !dayAndTime)
+        return std::nullopt;
+    // The zone byte that starts 0x18 is passed over: the clock is shown as set.
+    const auto century = decimal((*yearAndMonth)[1]), year = decimal((*yearAndMonth)[2]),
+               month = decimal((*yearAndMonth)[3]), day = decimal((*dayAndTime)[0]),
+               hour = decimal((*dayAndTime)[1]), minute = decimal((*dayAndTime)[2]),
+               second = decimal((*dayAndTime)[3]);
+    if (!century || !year || !month || !day || !hour || !minute || !second)
+        return std::nullopt;
+    const QDate date(*century * 100 + *year, *month, *day);
+    const QTime time(*hour, *minute, *second);
+    if (!date.isValid() || !time.isValid())
+        return std::nullopt;
+    return QDateTime(date, time, Qt::UTC);
+}
+
+// The date in the first frames of an AVCHD clip's video. Cameras write it
+// into every frame; reading a few, and never many, keeps a card of clips
+// quick to read on slow flash.
+std::optional<QDateTime> avchdDate(AVFormatContext* context) {
+    AVPacket* packet = av_packet_alloc();
+    std::optional<QDateTime> found;
+    int frames = 0;
+    for (int read = 0;
+         read < 16 && frames < 4 && !found && packet && av_read_frame(context, packet) >= 0;
+         ++read) {
+        if (context->streams[packet->stream_index]->codecpar->codec_id == AV_CODEC_ID_H264) {
+            found = avchdDate(QByteArrayView(packet->data, packet->size));
+            ++frames;
+        }
+        av_packet_unref(packet);
+    }
+    av_packet_free(&packet);
+    return found;
+}
+
 // Gives up on a clip whose headers take more than a second to read: a damaged
 // one must not hold a reader thread, and every preview waiting for it.
 int pastDeadline(void* deadline) {
@@ -248,6 +331,8 @@ void readVideo(FileFacts& facts, AVFormatContext* context, const char* url) {
     if (opened < 0)
         return;
     facts.taken = clipDate(context->metadata);
+    if (!facts.taken && std::strcmp(context->iformat->name, "mpegts") == 0)
+        facts.taken = avchdDate(context);
     for (unsigned index = 0; index < context->nb_streams; ++index) {
         const AVCodecParameters* video = context->streams[index]->codecpar;
         if (video->codec_type != AVMEDIA_TYPE_VIDEO)

@@ -3,6 +3,7 @@
 #include "core/preview/rename_preview.h"
 #include "core/preview/rule_preview.h"
 
+#include "clip_writer.h"
 #include "temporary_folder.h"
 
 #include <exiv2/exiv2.hpp>
@@ -73,44 +74,6 @@ QString photo(TemporaryFolder& folder, const QString& name, const QString& taken
         !file.setFileTime(modified, QFileDevice::FileModificationTime))
         qFatal("Cannot set the modification time of %s", qPrintable(path));
     return path;
-}
-
-// `value` big-endian in `bytes` bytes; those above its four are zeros.
-QByteArray be(quint32 value, int bytes = 4) {
-    QByteArray out;
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
-        out.append(shift < 32 ? char(value >> shift) : '\0');
-    return out;
-}
-
-QByteArray box(const char* type, const QByteArray& body) {
-    return be(8 + body.size()) + type + body;
-}
-
-// A clip as small as a container can be: made (in UTC, seconds after 1904)
-// at `made`, and with a 1920 × 1080 video track when `track`.
-QByteArray clip(const char* brand, quint32 made, bool track) {
-    const QByteArray matrix = be(0x10000) + be(0, 12) + be(0x10000) + be(0, 12) + be(0x40000000);
-    const QByteArray times = be(made) + be(made);
-    QByteArray moov = box("mvhd", be(0) + times + be(1000) + be(1000) + be(0x10000) + be(0x100, 2) +
-                                      QByteArray(10, '\0') + matrix + QByteArray(24, '\0') + be(2));
-    if (track) {
-        const QByteArray avc1 = box("avc1", be(0, 6) + be(1, 2) + be(0, 16) + be(1920, 2) +
-                                                be(1080, 2) + be(0x480000) + be(0x480000) + be(0) +
-                                                be(1, 2) + be(0, 32) + be(0x18, 2) + be(0xffff, 2));
-        const QByteArray stbl =
-            box("stbl", box("stsd", be(0) + be(1) + avc1) + box("stts", be(0, 8)) +
-                            box("stsc", be(0, 8)) + box("stsz", be(0, 12)) + box("stco", be(0, 8)));
-        moov += box(
-            "trak",
-            box("tkhd", be(3) + times + be(1) + be(0) + be(1000) + be(0, 16) + matrix +
-                            be(1920 << 16) + be(1080 << 16)) +
-                box("mdia",
-                    box("mdhd", be(0) + times + be(1000) + be(1000) + be(0x55c4, 2) + be(0, 2)) +
-                        box("hdlr", be(0, 8) + "vide" + be(0, 12) + QByteArray("Video", 6)) +
-                        box("minf", box("vmhd", be(1) + be(0, 8)) + stbl)));
-    }
-    return box("ftyp", QByteArray(brand) + be(0x200) + brand) + box("moov", moov) + box("mdat", {});
 }
 
 } // namespace
@@ -233,26 +196,33 @@ private slots:
     }
 
     // A clip's date is when it was made, shown in local time (the test runs
-    // in Lisbon, an hour ahead of UTC in May), and its size that of its video.
+    // in Lisbon, an hour ahead of UTC in May), or for AVCHD when it was shot,
+    // on the camera's clock; its size is that of its video.
     void clipDatesAndSize() {
         TemporaryFolder folder;
-        // 2026-05-04 09:30:00 UTC, in seconds after 1904.
-        const quint32 made = 3860731800u;
+        const QDateTime made(QDate(2026, 5, 4), QTime(9, 30), Qt::UTC);
+        const QDateTime inLisbon(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC);
+        // Two zeros and a 3: the encoder escapes the 3, and the reader must not
+        // take the escape for the second.
+        const QDateTime shot(QDate(2026, 5, 4), QTime(0, 0, 3), Qt::UTC);
         const struct {
-            const char *name, *brand;
-            quint32 made;
-            bool track;
+            const char* name;
+            ClipWriter::Clip clip;
             std::optional<QDateTime> taken;
             std::int64_t width, height;
-        } clips[] = {{"clip.mp4", "isom", made, true,
-                      QDateTime(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC), 1920, 1080},
-                     {"clip.MOV", "qt  ", made, false,
-                      QDateTime(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC), 0, 0},
-                     {"unset clock.mp4", "isom", 0, true, std::nullopt, 1920, 1080},
-                     {"not a clip.txt", "isom", made, true, std::nullopt, 0, 0}};
-        for (const auto& [name, brand, when, track, taken, width, height] : clips) {
-            const FileFacts facts =
-                MetadataReader::read(folder.file(name, clip(brand, when, track)));
+        } clips[] = {{"clip.mp4", {.made = made}, inLisbon, 1920, 1080},
+                     {"clip.MOV",
+                      {.container = "mov", .made = made, .width = 1280, .height = 720},
+                      inLisbon,
+                      1280,
+                      720},
+                     {"unset clock.mp4", {}, std::nullopt, 1920, 1080},
+                     {"card.MTS", {.container = "mpegts", .shot = shot}, shot, 0, 0},
+                     {"card.m2ts", {.container = "mpegts"}, std::nullopt, 0, 0},
+                     {"not a clip.txt", {.made = made}, std::nullopt, 0, 0}};
+        for (const auto& [name, clip, taken, width, height] : clips) {
+            QVERIFY(ClipWriter::write(folder.at(name), clip));
+            const FileFacts facts = MetadataReader::read(folder.at(name));
             QCOMPARE(facts.taken, taken);
             QCOMPARE(facts.width, width);
             QCOMPARE(facts.height, height);

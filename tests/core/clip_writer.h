@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+#include <optional>
+
+// Clips as cameras write them, made by FFmpeg's own muxers: the container,
+// the moment it records as the clip's creation (UTC), and one video frame of
+// the given size. The frame is a few bytes of H.264 that nothing needs to
+// play. In MPEG-TS ("mpegts", as MTS and M2TS), `shot` goes into the frame as
+// an AVCHD camera writes it, on the camera's clock.
+namespace ClipWriter {
+
+struct Clip {
+    // "mp4", "mov", "avi" or "mpegts".
+    const char* container = "mp4";
+    std::optional<QDateTime> made = std::nullopt;
+    int width = 1920;
+    int height = 1080;
+    std::optional<QDateTime> shot = std::nullopt;
+};
+
+// Whether the clip could be written at `path`.
+bool write(const QString& path, const Clip& clip);
+
+} // namespace ClipWriter
