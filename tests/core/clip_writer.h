@@ -7,9 +7,10 @@
 
 // Clips as cameras write them, made by FFmpeg's own muxers: the container,
 // the moment it records as the clip's creation (UTC), and one video frame of
-// the given size. The frame is a few bytes of H.264 that nothing needs to
-// play. In MPEG-TS ("mpegts", as MTS and M2TS), `shot` goes into the frame as
-// an AVCHD camera writes it, on the camera's clock.
+// the given size, which in MP4, MOV and AVI is a few bytes nothing needs to
+// play. In MPEG-TS ("mpegts", as MTS and M2TS) the frame is real H.264,
+// encoded by libx264, whose parameter sets alone say its size, and `shot`
+// goes in before it as an AVCHD camera writes it, on the camera's clock.
 namespace ClipWriter {
 
 struct Clip {

@@ -12,6 +12,7 @@
 #include <taglib/vorbisfile.h>
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/time.h>
 }
@@ -248,8 +249,8 @@ std::optional<QDateTime> avchdDate(QByteArrayView frame) {
     // so that no start code appears inside the frame: taken out again.
     QByteArray entries;
     int zeros = 0;
-    for (qsizetype index = at + marker.size();
-         index < frame.size() && entries.size() < 1 + 5 * 255; ++index) {
+    for (qsizetype index = at + marker.size(); index < frame.size() && entries.size() < 1 + 5 * 255;
+         ++index) {
         const char byte = frame[index];
         if (zeros >= 2 && byte == 3) {
             zeros = 0;
@@ -287,24 +288,39 @@ std::optional<QDateTime> avchdDate(QByteArrayView frame) {
     return QDateTime(date, time, Qt::UTC);
 }
 
-// The date in the first frames of an AVCHD clip's video. Cameras write it
-// into every frame; reading a few, and never many, keeps a card of clips
+// What a transport stream (MTS, M2TS) keeps in its video rather than its
+// container: an AVCHD camera's date, and the picture's size, which H.264's
+// parser finds in the frames' parameter sets. Cameras write both into every
+// key frame; reading a few frames, and never many, keeps a card of clips
 // quick to read on slow flash.
-std::optional<QDateTime> avchdDate(AVFormatContext* context) {
+void readFrames(FileFacts& facts, AVFormatContext* context) {
     AVPacket* packet = av_packet_alloc();
-    std::optional<QDateTime> found;
+    AVCodecParserContext* parser = av_parser_init(AV_CODEC_ID_H264);
+    AVCodecContext* codec = avcodec_alloc_context3(nullptr);
+    if (parser)
+        parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
     int frames = 0;
-    for (int read = 0;
-         read < 16 && frames < 4 && !found && packet && av_read_frame(context, packet) >= 0;
+    for (int read = 0; read < 16 && frames < 4 && (!facts.taken || !facts.width) && packet &&
+                       parser && codec && av_read_frame(context, packet) >= 0;
          ++read) {
         if (context->streams[packet->stream_index]->codecpar->codec_id == AV_CODEC_ID_H264) {
-            found = avchdDate(QByteArrayView(packet->data, packet->size));
             ++frames;
+            if (!facts.taken)
+                facts.taken = avchdDate(QByteArrayView(packet->data, packet->size));
+            std::uint8_t* parsed = nullptr;
+            int parsedSize = 0;
+            av_parser_parse2(parser, codec, &parsed, &parsedSize, packet->data, packet->size,
+                             AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
+            if (!facts.width && parser->width > 0 && parser->height > 0) {
+                facts.width = parser->width;
+                facts.height = parser->height;
+            }
         }
         av_packet_unref(packet);
     }
+    avcodec_free_context(&codec);
+    av_parser_close(parser);
     av_packet_free(&packet);
-    return found;
 }
 
 // Gives up on a clip whose headers take more than a second to read: a damaged
@@ -331,8 +347,6 @@ void readVideo(FileFacts& facts, AVFormatContext* context, const char* url) {
     if (opened < 0)
         return;
     facts.taken = clipDate(context->metadata);
-    if (!facts.taken && std::strcmp(context->iformat->name, "mpegts") == 0)
-        facts.taken = avchdDate(context);
     for (unsigned index = 0; index < context->nb_streams; ++index) {
         const AVCodecParameters* video = context->streams[index]->codecpar;
         if (video->codec_type != AVMEDIA_TYPE_VIDEO)
@@ -341,6 +355,8 @@ void readVideo(FileFacts& facts, AVFormatContext* context, const char* url) {
         facts.height = std::max(0, video->height);
         break;
     }
+    if (std::strcmp(context->iformat->name, "mpegts") == 0)
+        readFrames(facts, context);
     avformat_close_input(&context);
 }
 

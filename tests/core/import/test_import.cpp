@@ -197,7 +197,8 @@ private slots:
 
     // A clip's date is when it was made, shown in local time (the test runs
     // in Lisbon, an hour ahead of UTC in May), or for AVCHD when it was shot,
-    // on the camera's clock; its size is that of its video.
+    // on the camera's clock; its size is that of its video, which a transport
+    // stream keeps only in the video itself.
     void clipDatesAndSize() {
         TemporaryFolder folder;
         const QDateTime made(QDate(2026, 5, 4), QTime(9, 30), Qt::UTC);
@@ -217,8 +218,12 @@ private slots:
                       1280,
                       720},
                      {"unset clock.mp4", {}, std::nullopt, 1920, 1080},
-                     {"card.MTS", {.container = "mpegts", .shot = shot}, shot, 0, 0},
-                     {"card.m2ts", {.container = "mpegts"}, std::nullopt, 0, 0},
+                     {"card.MTS", {.container = "mpegts", .shot = shot}, shot, 1920, 1080},
+                     {"card.m2ts",
+                      {.container = "mpegts", .width = 1280, .height = 720},
+                      std::nullopt,
+                      1280,
+                      720},
                      {"not a clip.txt", {.made = made}, std::nullopt, 0, 0}};
         for (const auto& [name, clip, taken, width, height] : clips) {
             QVERIFY(ClipWriter::write(folder.at(name), clip));
