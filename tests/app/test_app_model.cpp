@@ -5,14 +5,12 @@
 #include "app/qsettings_store.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <atomic>
@@ -25,8 +23,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // Generous: every wait below ends as soon as its condition holds, and the
-// sanitizer build is many times slower: a 5,000-file rename and undo there
-// take longer than ten seconds.
+// sanitizer build is many times slower.
 constexpr int patience = 60000;
 
 // A real model whose preview computation a test may replace.
@@ -226,57 +223,6 @@ private slots:
         QVERIFY(load("in"));
         QCOMPARE(model->changedCount(), 2);
         QVERIFY(!model->canRename());
-    }
-
-    void renameAndUndoShowProgressWithoutFloodingTheWindow() {
-        // On tmpfs where there is one: 20,000 folder flushes on a disk take minutes.
-        QTemporaryDir fast(QDir(u"/dev/shm"_s).exists() ? u"/dev/shm/tessary-XXXXXX"_s
-                                                        : QDir::tempPath() + u"/tessary-XXXXXX"_s);
-        const QString batch = fast.path();
-        for (int number = 1; number <= 5000; ++number)
-            QVERIFY(QFile(batch + u"/IMG_%1.jpg"_s.arg(number)).open(QFile::WriteOnly));
-        QList<RenameProgress> reports;
-        QObject listener;
-        connect(model.get(), &AppModel::progressChanged, &listener, [&] {
-            if (model->progress())
-                reports.append(*model->progress());
-        });
-        model->setRules({.prefix = "done-"});
-        dialogs->openAnswers = {{QUrl::fromLocalFile(batch)}};
-
-        using enum RenameProgress::Phase;
-        // clang-format off
-        const struct { RenameProgress::Phase phase; std::function<void()> start; QString notice; qsizetype undoable; QString example; } operations[] = {
-            {adding, [&] { model->openFiles(true); }, u"5000 files · naturally sorted by name"_s, 0, "IMG_5000.jpg"},
-            {renaming, [&] { model->rename(); }, "5000 files renamed. You can undo this batch, even after reopening Tessary.", 5000, "done-IMG_5000.jpg"},
-            {undoing, [&] { model->runRecoveryAction(false); }, "The last batch was undone. Original names restored.", 0, "IMG_5000.jpg"},
-        };
-        // clang-format on
-        for (const auto& operation : operations) {
-            reports.clear();
-            QElapsedTimer timer;
-            timer.start();
-            operation.start();
-            QCOMPARE(model->mutatingFiles(), operation.phase != adding);
-            // The notice shows the count at once, in place of what it said before.
-            QCOMPARE(model->notice(), (RenameProgress{operation.phase, 0, 0}.text()));
-            QVERIFY(settled(*model));
-            QVERIFY(!model->progress());
-            QCOMPARE(model->notice(), operation.notice);
-            QCOMPARE(model->undoCount(), operation.undoable);
-            QVERIFY(QFile::exists(batch + u'/' + operation.example));
-            QVERIFY2(reports.size() >= 3, "the engine's counts did not reach the model");
-            QCOMPARE(reports.last(), (RenameProgress{operation.phase, 5000, 5000}));
-            for (qsizetype index = 1; index < reports.size(); ++index) {
-                QCOMPARE(reports[index].phase, operation.phase);
-                QVERIFY(reports[index].done >= reports[index - 1].done);
-            }
-            // About 30 a second, beside the first and the last count.
-            QVERIFY2(reports.size() <= timer.elapsed() / 33 + 3,
-                     qPrintable(QString::number(reports.size())));
-        }
-        // Choosing the folder in the add panel is its grant: no second panel.
-        QCOMPARE(dialogs->openRequests.size(), 1);
     }
 
     // A batch renamed when Tessary stopped before it could mark it completed,
