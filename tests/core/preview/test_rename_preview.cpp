@@ -148,32 +148,23 @@ private slots:
         QCOMPARE(problems(RenamePreview::rows(batch, true)).first(), QString());
     }
 
-    void sorted_data() {
-        QTest::addColumn<QStringList>("paths");
-        QTest::addColumn<QStringList>("expected");
-        auto row = [](const char* tag, const QStringList& paths, const QStringList& expected) {
-            QTest::newRow(tag) << paths << expected;
-        };
-        // clang-format off
-        row("digit runs by value", {"/f/file10.txt", "/f/file2.txt", "/f/file1.txt"}, {"/f/file1.txt", "/f/file2.txt", "/f/file10.txt"});
-        row("digit runs after a space", {"/f/file 10.txt", "/f/file 2.txt"}, {"/f/file 2.txt", "/f/file 10.txt"});
-        row("case ignored", {"/f/B.txt", "/f/a.txt", "/f/C.txt"}, {"/f/a.txt", "/f/B.txt", "/f/C.txt"});
-        row("same name in two folders by path", {"/z/notes.txt", "/a/notes.txt", "/m/notes.txt"}, {"/a/notes.txt", "/m/notes.txt", "/z/notes.txt"});
-        // Names that differ only in case still get a fixed order, whatever the input order.
-        row("case-only difference", {"/a/x.txt", "/b/X.txt"}, {"/b/X.txt", "/a/x.txt"});
-        // clang-format on
-    }
-
+    // Natural order: digit runs by value, letter case ignored, then the path; names that
+    // differ only in case still get a fixed order. Each list is given reversed.
     void sorted() {
-        QFETCH(QStringList, paths);
-        QFETCH(QStringList, expected);
-        QList<FileRecord> records;
-        for (const QString& path : paths)
-            records.append({path, {}, {}});
-        QStringList order;
-        for (const FileRecord& record : RenamePreview::sorted(records))
-            order.append(record.path);
-        QCOMPARE(order, expected);
+        for (const QStringList& expected :
+             {QStringList{"/f/file1.txt", "/f/file2.txt", "/f/file10.txt"},
+              {"/f/file 2.txt", "/f/file 10.txt"},
+              {"/f/a.txt", "/f/B.txt", "/f/C.txt"},
+              {"/a/notes.txt", "/m/notes.txt", "/z/notes.txt"},
+              {"/b/X.txt", "/a/x.txt"}}) {
+            QList<FileRecord> records;
+            for (auto path = expected.rbegin(); path != expected.rend(); ++path)
+                records.append({*path, {}, {}});
+            QStringList order;
+            for (const FileRecord& record : RenamePreview::sorted(records))
+                order.append(record.path);
+            QCOMPARE(order, expected);
+        }
     }
 };
 
