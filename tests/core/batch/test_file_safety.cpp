@@ -156,10 +156,9 @@ private slots:
         // The identity that records of the folder's files carry as their parent.
         QCOMPARE(FolderAuthorization::directoryIdentity(tree.url("real")),
                  FileSafety::record(tree.url("real/file.txt"), false).folder);
-        for (const char* refused : {"link", "real/file.txt", "gone", "https://example.com/real"}) {
+        for (const char* refused : {"link", "real/file.txt", "gone", "https://example.com/real"})
             QCOMPARE(failureOf([&] { FolderAuthorization::directoryIdentity(location(refused)); }),
                      noFolder);
-        }
     }
 };
 
