@@ -87,8 +87,7 @@ private slots:
                                      QFileDevice::FileModificationTime));
         }
         QList<RenameProgress> reports;
-        QObject listener;
-        connect(model.get(), &AppModel::readingProgressChanged, &listener, [&] {
+        connect(model.get(), &AppModel::readingProgressChanged, model.get(), [&] {
             if (model->readingProgress())
                 reports.append(*model->readingProgress());
         });
