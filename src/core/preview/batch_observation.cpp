@@ -5,42 +5,35 @@
 #include "core/naming/filename.h"
 #include "core/platform/posix_file_system.h"
 
+#include <unordered_map>
+
 namespace {
 
-std::optional<QList<std::pair<QString, QString>>> listed(const FileSafety::OpenFolder& folder) {
+// The collision keys of the folder's entries that are not named in
+// `batchNames`, the batch's own files there.
+std::optional<QSet<QString>> keysHeldBesides(const FileSafety::OpenFolder& folder,
+                                             const QSet<QString>& batchNames) {
     auto listing = PosixFileSystem::listFolder(folder.fd.get());
     if (!listing)
         return std::nullopt;
-    const std::vector<QByteArray>& names = *listing.value;
-    QList<std::pair<QString, QString>> entries(qsizetype(names.size()));
-    ParallelRanges::run(
-        entries.size(), [&, keyed = entries.data()](qsizetype begin, qsizetype end) {
-            for (qsizetype index = begin; index < end; ++index) {
-                const QByteArray& bytes = names[std::size_t(index)];
-                // A name that is not UTF-8 still takes its lossy spelling, which is
-                // the cautious side: it can only block a proposal, never let one
-                // through.
-                QString name = FilePath::decodedName(bytes).value_or(QString::fromUtf8(bytes));
-                keyed[index] = {name, Filename::collisionKey(name)};
-            }
-        });
-    return entries;
+    QList<QString> others;
+    for (const QByteArray& bytes : *listing.value) {
+        // A name that is not UTF-8 still takes its lossy spelling, which is
+        // the cautious side: it can only block a proposal, never let one
+        // through.
+        QString name = FilePath::decodedName(bytes).value_or(QString::fromUtf8(bytes));
+        if (!batchNames.contains(name))
+            others.append(name);
+    }
+    QList<QString> keys(others.size());
+    ParallelRanges::run(keys.size(), [&, keyed = keys.data()](qsizetype begin, qsizetype end) {
+        for (qsizetype index = begin; index < end; ++index)
+            keyed[index] = Filename::collisionKey(others[index]);
+    });
+    return QSet<QString>(keys.begin(), keys.end());
 }
 
 } // namespace
-
-std::optional<QSet<QString>>
-BatchObservation::Folder::keysHeldBesides(const QSet<QString>& batchNames) const {
-    if (!entries)
-        return std::nullopt;
-    QSet<QString> keys;
-    keys.reserve(entries->size());
-    for (const auto& [name, key] : *entries) {
-        if (!batchNames.contains(name))
-            keys.insert(key);
-    }
-    return keys;
-}
 
 BatchObservation BatchObservation::take(const QList<FileRecord>& records,
                                         const std::atomic<bool>* superseded) {
@@ -49,6 +42,8 @@ BatchObservation BatchObservation::take(const QList<FileRecord>& records,
     File* files = observation.files.data();
     QHash<QString, QList<qsizetype>> membersByFolder;
     QList<QString> folderOrder;
+    std::unordered_map<FileIdentity, qsizetype, FileIdentityHash> firstOf;
+    firstOf.reserve(std::size_t(records.size()));
     for (qsizetype index = 0; index < records.size(); ++index) {
         files[index].name = records[index].name();
         files[index].folderPath = records[index].folderPath();
@@ -56,7 +51,15 @@ BatchObservation BatchObservation::take(const QList<FileRecord>& records,
         if (members.isEmpty())
             folderOrder.append(files[index].folderPath);
         members.append(index);
+        if (auto [first, added] = firstOf.try_emplace(records[index].identity, index); !added)
+            files[index].repeated = files[first->second].repeated = true;
     }
+    ParallelRanges::run(records.size(), [&](qsizetype begin, qsizetype end) {
+        for (qsizetype index = begin; index < end; ++index) {
+            files[index].nameProblem = Filename::currentProblem(files[index].name);
+            files[index].canonicalName = Filename::canonical(files[index].name);
+        }
+    });
 
     // One folder at a time, so that one descriptor is open however many
     // folders the batch spans.
@@ -82,7 +85,7 @@ BatchObservation BatchObservation::take(const QList<FileRecord>& records,
                     return;
                 File& file = files[members[member]];
                 // A name that is no filename is never asked for.
-                if (Filename::currentProblem(file.name))
+                if (file.nameProblem)
                     continue;
                 try {
                     file.now = FileSafety::lookup(*open, file.name);
@@ -95,7 +98,11 @@ BatchObservation BatchObservation::take(const QList<FileRecord>& records,
             observation.abandoned = true;
             return observation;
         }
-        folder.entries = listed(*open);
+        QSet<QString> batchNames;
+        batchNames.reserve(members.size());
+        for (qsizetype index : members)
+            batchNames.insert(files[index].name);
+        folder.keysHeldByOthers = keysHeldBesides(*open, batchNames);
     }
     return observation;
 }

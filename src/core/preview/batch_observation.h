@@ -20,6 +20,12 @@ struct BatchObservation {
     struct File {
         QString name;
         QString folderPath;
+        // What the judging of every proposal asks of the name the file has:
+        // whether it is a filename at all, and its canonical spelling.
+        std::optional<QString> nameProblem;
+        QString canonicalName;
+        // Whether another record of the batch is the same file.
+        bool repeated = false;
         // The identities the file has now, or why it could not be looked up.
         // Neither when its name or folder already rules it out.
         std::optional<FileSafety::Identities> now;
@@ -29,18 +35,14 @@ struct BatchObservation {
         // Why the folder could not be opened; then none of its files was
         // looked up.
         std::optional<QString> failure;
-        // Every entry's name and collision key, or nothing when the folder
-        // could not be listed.
-        std::optional<QList<std::pair<QString, QString>>> entries;
+        // The collision keys of the entries that are not the batch's own
+        // files: the names other files hold. Nothing when the folder could
+        // not be listed.
+        std::optional<QSet<QString>> keysHeldByOthers;
         // The folder's path in UTF-8 with its closing slash.
         qsizetype pathBytes = 0;
         // Whose rules for names the folder's volume keeps.
         VolumeFormat format = VolumeFormat::other;
-
-        // The collision keys of the entries not named in `batchNames` (the
-        // batch's own files here): the names other files hold. Nothing when
-        // the folder could not be listed.
-        std::optional<QSet<QString>> keysHeldBesides(const QSet<QString>& batchNames) const;
     };
 
     // One per record, in the records' order.
@@ -50,6 +52,8 @@ struct BatchObservation {
     bool abandoned = false;
 
     // Opens each folder once, one at a time, looks up its files and lists it.
+    // What depends on the files alone, and not on the names proposed for
+    // them, is worked out here, while the user may still be typing.
     // Never fails: every failure is kept for the rows it concerns. Stops early,
     // marked abandoned, once `superseded` turns true.
     static BatchObservation take(const QList<FileRecord>& records,

@@ -31,20 +31,8 @@ QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format
         folders[intent.source.parentIdentity][Filename::collisionKey(intent.filename)].append(
             index);
     }
-    // The batch's names in each of its folders, for the folders that hold a
-    // duplicate.
-    auto batchNames = [&](const QString& folderPath) {
-        QSet<QString> names;
-        for (qsizetype index : observedAt) {
-            const BatchObservation::File& file = observed.files[index];
-            if (file.folderPath == folderPath)
-                names.insert(file.name);
-        }
-        return names;
-    };
-
     for (const auto& [parent, groups] : folders) {
-        std::optional<QSet<QString>> onDisk;
+        const QSet<QString>* onDisk = nullptr;
         bool listed = false;
         for (auto group = groups.begin(); group != groups.end(); ++group) {
             QList<qsizetype> members = group.value();
@@ -53,8 +41,10 @@ QList<RenameIntent> numbered(QList<RenameIntent> intents, DuplicateFormat format
             if (members.size() < 2 || Filename::problem(intents[members.front()].filename))
                 continue;
             if (!listed) {
-                const QString& folderPath = observed.files[observedAt[members.front()]].folderPath;
-                onDisk = observed.folders.value(folderPath).keysHeldBesides(batchNames(folderPath));
+                const auto folder = observed.folders.constFind(
+                    observed.files[observedAt[members.front()]].folderPath);
+                if (folder != observed.folders.cend() && folder->keysHeldByOthers)
+                    onDisk = &*folder->keysHeldByOthers;
                 listed = true;
             }
             if (!onDisk || onDisk->contains(group.key()))

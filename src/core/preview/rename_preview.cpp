@@ -35,30 +35,13 @@ std::size_t qHash(const DestinationKey& key, std::size_t seed = 0) noexcept {
     return qHashMulti(seed, FileIdentityHash{}(key.parent), key.name);
 }
 
-struct Identity {
-    FileIdentity identity;
-
-    friend bool operator==(const Identity&, const Identity&) = default;
-};
-
-std::size_t qHash(const Identity& key, std::size_t seed = 0) noexcept {
-    return qHashMulti(seed, FileIdentityHash{}(key.identity));
-}
-
-struct Tally {
-    QHash<DestinationKey, int> destinationCount;
-    QHash<Identity, int> identityCount;
-};
-
-Tally tally(const QList<PreviewRow>& rows, const QList<QString>& proposedKeys) {
-    Tally counts;
-    counts.destinationCount.reserve(rows.size());
-    counts.identityCount.reserve(rows.size());
-    for (qsizetype index = 0; index < rows.size(); ++index) {
-        const FileRecord& source = rows[index].intent.source;
-        ++counts.destinationCount[{source.parentIdentity, proposedKeys[index]}];
-        ++counts.identityCount[{source.identity}];
-    }
+// How many proposals of the batch land on each name in each folder.
+QHash<DestinationKey, int> destinations(const QList<PreviewRow>& rows,
+                                        const QList<QString>& proposedKeys) {
+    QHash<DestinationKey, int> counts;
+    counts.reserve(rows.size());
+    for (qsizetype index = 0; index < rows.size(); ++index)
+        ++counts[{rows[index].intent.source.parentIdentity, proposedKeys[index]}];
     return counts;
 }
 
@@ -77,22 +60,22 @@ bool tooLongToJournal(qsizetype folderBytes, const QString& filename) {
            RenameJournal::maximumPathBytes;
 }
 
-// Checks 1 to 5 of a row: everything but the folder listing.
-std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QString& proposedKey,
-                                            const BatchObservation::File& file,
-                                            const BatchObservation::Folder& folder,
-                                            const Tally& counts, bool checkWindows,
-                                            bool formerNames) {
+// Everything a row is judged by, the folder's other files last.
+std::optional<QString> problem(const RenameIntent& intent, const QString& proposedKey,
+                               const BatchObservation::File& file,
+                               const BatchObservation::Folder& folder,
+                               const QHash<DestinationKey, int>& destinations, bool checkWindows,
+                               bool formerNames) {
     const FileRecord& source = intent.source;
-    if (counts.identityCount.value({source.identity}) >= 2)
+    if (file.repeated)
         return QStringLiteral("The same file was included more than once.");
     if (auto problem = formerNames ? Filename::currentProblem(intent.filename)
                                    : Filename::problem(intent.filename))
         return problem;
 
     // The file must still be the very file, in the very folder, that was added.
-    if (auto problem = Filename::currentProblem(file.name))
-        return problem;
+    if (file.nameProblem)
+        return file.nameProblem;
     if (folder.failure)
         return folder.failure;
     if (!file.now)
@@ -100,7 +83,7 @@ std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QS
     if (!FileIdentity::sameFile(source.identity, file.now->file) ||
         !FileIdentity::sameFile(source.parentIdentity, file.now->folder))
         return QStringLiteral("This file changed or moved. Remove it and add it again.");
-    bool changes = Filename::canonical(intent.filename) != Filename::canonical(file.name);
+    bool changes = Filename::canonical(intent.filename) != file.canonicalName;
     if (changes && file.now->renameRefusal)
         return file.now->renameRefusal;
     if (changes) {
@@ -115,9 +98,13 @@ std::optional<QString> problemBeforeListing(const RenameIntent& intent, const QS
         if (auto problem = WindowsFilename::problem(intent.filename))
             return problem;
     }
-    if (counts.destinationCount.value({source.parentIdentity, proposedKey}) >= 2)
+    if (destinations.value({source.parentIdentity, proposedKey}) >= 2)
         return QStringLiteral(
             "Two files would have the same name (ignoring case and Unicode form).");
+    if (!folder.keysHeldByOthers)
+        return QStringLiteral("Cannot read this folder. Check its permissions.");
+    if (folder.keysHeldByOthers->contains(proposedKey))
+        return QStringLiteral("A file or folder with this name already exists.");
     return std::nullopt;
 }
 
@@ -154,51 +141,17 @@ QList<PreviewRow> rows(QList<RenameIntent> intents, bool checkWindows,
                             for (qsizetype index = begin; index < end; ++index)
                                 keys[index] = Filename::collisionKey(result[index].intent.filename);
                         });
-    const Tally counts = tally(result, proposedKeys);
-
-    QHash<QString, QList<qsizetype>> rowsByFolder;
-    QList<QString> folderOrder;
-    for (qsizetype index = 0; index < result.size(); ++index) {
-        const QString& folderPath = fileOf(index).folderPath;
-        auto& members = rowsByFolder[folderPath];
-        if (members.isEmpty())
-            folderOrder.append(folderPath);
-        members.append(index);
-    }
-
-    for (const QString& folderPath : folderOrder) {
-        const BatchObservation::Folder folder = observed.folders.value(folderPath);
-        const QList<qsizetype>& members = rowsByFolder[folderPath];
-        ParallelRanges::run(
-            members.size(), [&, rows = result.data()](qsizetype begin, qsizetype end) {
-                for (qsizetype member = begin; member < end; ++member) {
-                    qsizetype index = members[member];
-                    rows[index].problem =
-                        problemBeforeListing(rows[index].intent, proposedKeys[index], fileOf(index),
-                                             folder, counts, checkWindows, formerNames);
-                }
-            });
-        QList<qsizetype> reachListing;
-        QSet<QString> memberNames;
-        memberNames.reserve(members.size());
-        for (qsizetype index : members) {
-            memberNames.insert(fileOf(index).name);
-            if (!result[index].problem)
-                reachListing.append(index);
+    const QHash<DestinationKey, int> landing = destinations(result, proposedKeys);
+    static const BatchObservation::Folder unlisted;
+    ParallelRanges::run(result.size(), [&, rows = result.data()](qsizetype begin, qsizetype end) {
+        for (qsizetype index = begin; index < end; ++index) {
+            const BatchObservation::File& file = fileOf(index);
+            const auto found = observed.folders.constFind(file.folderPath);
+            rows[index].problem = problem(rows[index].intent, proposedKeys[index], file,
+                                          found == observed.folders.cend() ? unlisted : *found,
+                                          landing, checkWindows, formerNames);
         }
-        if (reachListing.isEmpty())
-            continue;
-
-        auto taken = folder.keysHeldBesides(memberNames);
-        for (qsizetype index : reachListing) {
-            if (!taken)
-                result[index].problem =
-                    QStringLiteral("Cannot read this folder. Check its permissions.");
-            else if (taken->contains(proposedKeys[index]))
-                result[index].problem =
-                    QStringLiteral("A file or folder with this name already exists.");
-        }
-    }
+    });
     return result;
 }
 
