@@ -30,8 +30,8 @@ namespace {
 
 constexpr int patience = 10000;
 
-bool settled(const AppModel& model) {
-    return QTest::qWaitFor([&] { return !model.busy() && !model.previewing(); }, patience);
+bool settled(const AppModel& model, int timeout = patience) {
+    return QTest::qWaitFor([&] { return !model.busy() && !model.previewing(); }, timeout);
 }
 
 // Controls are found the way a person finds them: by what they show or what
@@ -143,10 +143,10 @@ class UiTest : public QObject {
     QAction* command(const QString& title) { return withText<QAction>(window.get(), title); }
     static bool onScreen(QWidget* w) { return w->show(), QTest::qWaitForWindowExposed(w); }
 
-    void addFolder(const QString& folder, int timeout = patience) {
+    void addFolder(const QString& folder) {
         dialogs.openAnswers.append({QUrl::fromLocalFile(folder)});
         command("Add Folder…")->trigger();
-        QTRY_VERIFY_WITH_TIMEOUT(!model->files().isEmpty() && !model->previewing(), timeout);
+        QTRY_VERIFY_WITH_TIMEOUT(!model->files().isEmpty() && !model->previewing(), patience);
     }
 
     // A new run of the app on the same journal and settings.
@@ -564,8 +564,7 @@ private slots:
             QCOMPARE(model->mutatingFiles(), operation.phase != adding);
             // The notice shows the count at once, in place of what it said before.
             QCOMPARE(model->notice(), (RenameProgress{operation.phase, 0, 0}.text()));
-            QVERIFY(
-                QTest::qWaitFor([&] { return !model->busy() && !model->previewing(); }, longer));
+            QVERIFY(settled(*model, longer));
             QVERIFY(!model->progress());
             QVERIFY(shows(window.get(), {operation.notice}));
             QCOMPARE(model->undoCount(), operation.undoable);
