@@ -590,7 +590,8 @@ private slots:
     }
 
     // The real dialogs: the reason for an access request is on screen, the folder
-    // asked for is already chosen, and the next panel starts where the person chose.
+    // asked for is already chosen, the next panel starts where the person chose,
+    // and a folder chooser answered with nothing chosen adds nothing.
     void folderChoosersSayWhyAndStartWhereThePersonIs() {
         const QString photos = disk->folder("Photos");
         QtFileDialogs dialogs;
@@ -614,8 +615,13 @@ private slots:
         QCOMPARE(dialogs.open(access), QList<QUrl>{QUrl::fromLocalFile(photos)});
         answer("Cancel");
         QVERIFY(dialogs.open({.prompt = "Add files"}).isEmpty());
+        // Return in the folder chooser with nothing chosen adds nothing, not
+        // the folder it happens to show.
+        answer("Add folder");
+        QVERIFY(dialogs.open({.prompt = "Add folder", .chooseFolders = true, .multiple = true})
+                    .isEmpty());
         QCOMPARE(seen, (QStringList{access.title, access.message, disk->path(), "Add files", "",
-                                    photos}));
+                                    photos, "Add folder", "", photos}));
     }
 
     void tutorialRulesLoopRenamesAndUndoesOnScreenOnly() {

@@ -6,6 +6,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
+#include <QLineEdit>
 #include <QVBoxLayout>
 
 namespace {
@@ -42,6 +43,14 @@ void allowSeveralFolders(QFileDialog* chooser) {
             view->objectName() == QLatin1String("treeView"))
             view->setSelectionMode(QAbstractItemView::ExtendedSelection);
     }
+}
+
+// Whether the person named nothing: no folder selected or typed. Qt's folder
+// chooser then answers with the folder it shows, which is only where the
+// person happened to be.
+bool namesNothing(QFileDialog* chooser) {
+    auto* name = chooser->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    return name && name->text().trimmed().isEmpty();
 }
 
 } // namespace
@@ -87,6 +96,10 @@ QList<QUrl> QtFileDialogs::open(const OpenRequest& request) {
     if (request.chooseFolders && request.multiple)
         allowSeveralFolders(chooser);
     if (frame.exec() != QDialog::Accepted)
+        return {};
+    // Folders to add must be chosen; the one a request asks access to is
+    // chosen already.
+    if (request.chooseFolders && request.multiple && namesNothing(chooser))
         return {};
     QList<QUrl> chosen = chooser->selectedUrls();
     if (!chosen.isEmpty() && chosen.front().isLocalFile())
