@@ -30,6 +30,8 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTest>
@@ -277,6 +279,14 @@ int main(int argc, char** argv) {
             save(menu, "20-token-menu");
             menu->hide();
         }
+        // A sequence that starts where three digits run out says so beside
+        // its digits.
+        rules.sequenceStart = 998;
+        dated.model.setRules(rules);
+        waitForPreview(dated.model);
+        for (auto* area : dated.window.findChildren<QScrollArea*>())
+            area->verticalScrollBar()->setValue(area->verticalScrollBar()->maximum());
+        save(&dated.window, "24-sequence-digits");
     }
     {
         // A pattern whose groups make the names, accents removed, and the two

@@ -119,8 +119,11 @@ void AppModel::makeDemo() {
 // Field setters ------------------------------------------------------------
 
 void AppModel::setMode(RenameMode mode) {
-    if (assign(mode_, mode, &AppModel::modeChanged))
-        refreshPreview();
+    if (!assign(mode_, mode, &AppModel::modeChanged))
+        return;
+    if (noticedImport)
+        showImportCount(*noticedImport);
+    refreshPreview();
 }
 
 void AppModel::setMappingFormat(MappingFormat format) {
@@ -136,6 +139,8 @@ void AppModel::setCheckWindows(bool check) {
 void AppModel::setRules(const RenameRules& rules) {
     if (!assign(rules_, rules, &AppModel::rulesChanged))
         return;
+    if (noticedImport)
+        showImportCount(*noticedImport);
     assign(selectedRecipe_, std::optional<Recipe>(), &AppModel::selectedRecipeChanged);
     refreshPreview();
 }
@@ -191,10 +196,26 @@ void AppModel::setError(const std::optional<QString>& error) {
 }
 
 void AppModel::setNotice(const QString& notice) {
+    noticedImport.reset();
     assign(notice_, notice, &AppModel::noticeChanged);
 }
 
 // Derived values -----------------------------------------------------------
+
+QString AppModel::digitsNote() const {
+    if (!rules_.sequence || files_.isEmpty())
+        return QString();
+    // Numbered as the names are: the start within its range, one a file.
+    const std::int64_t last =
+        std::clamp<std::int64_t>(rules_.sequenceStart, 0, 999'999'999) + files_.size() - 1;
+    const qsizetype needed = QString::number(last).size();
+    if (needed <= std::clamp<std::int64_t>(rules_.sequencePadding, 1, 9))
+        return QString();
+    return QStringLiteral("%1 %2 %3 digits")
+        .arg(files_.size())
+        .arg(files_.size() == 1 ? QStringLiteral("file needs") : QStringLiteral("files need"))
+        .arg(needed);
+}
 
 qsizetype AppModel::changedCount() const {
     return std::count_if(rows_.begin(), rows_.end(),

@@ -134,6 +134,10 @@ public:
 
     // Derived values, computed on every read.
     qsizetype changedCount() const;
+    // "5000 files need 4 digits" when the sequence's last number has more
+    // digits than the rules give it, so that the names would be uneven and no
+    // longer sort; else empty.
+    QString digitsNote() const;
     qsizetype conflicts() const;
     bool overLimit() const;
     bool isFresh() const;
@@ -273,6 +277,7 @@ private:
     void saveRecipes();
     bool canChangeSpreadsheet() const;
     QString sortedBy() const;
+    void showImportCount(qsizetype count);
 
     const PlatformServices services;
     std::shared_ptr<RenameEngine> engine;
@@ -322,6 +327,9 @@ private:
     bool showTutorial_ = false;
     QString recipeName_;
     QString notice_;
+    // The count of files the notice gives with the order they are listed in,
+    // while it says so: the order is said afresh when the rules change it.
+    std::optional<qsizetype> noticedImport;
     std::optional<QString> error_;
     QString importDetails_;
     std::optional<RenameProgress> progress_;

@@ -212,8 +212,13 @@ void AppModel::add(const QList<QUrl>& items, const QList<QUrl>& selectedFolders)
                 setNotice(counted(count, "file", "files") +
                           QStringLiteral(" added. Some unsupported items were skipped."));
             else
-                setNotice(counted(count, "file", "files") + sortedBy());
+                showImportCount(count);
         });
+}
+
+void AppModel::showImportCount(qsizetype count) {
+    setNotice(counted(count, "file", "files") + sortedBy());
+    noticedImport = count;
 }
 
 // The order the preview lists the batch in: natural filename order unless

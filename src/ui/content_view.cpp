@@ -242,8 +242,11 @@ void ContentView::refresh() {
     detailsButton->setVisible(!model.importDetails().isEmpty());
 
     undoButton->setEnabled(!disabled && !model.hasRecovery() && model.undoCount() > 0);
+    // While a batch runs, the notice counts it and nothing here may say
+    // what to do next.
     footerStatus->setText(
-        model.undoCount() == 0
+        model.busy() ? QString()
+        : model.undoCount() == 0
             ? QStringLiteral("Preview first. Rename when ready.")
             : QStringLiteral("%1 %2 saved for undo")
                   .arg(model.undoCount())

@@ -261,6 +261,8 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     numbering->addLayout(InspectorText::labelled(QStringLiteral("START AT"), start), 1);
     numbering->addLayout(InspectorText::labelled(QStringLiteral("DIGITS"), digits), 1);
     layout->addLayout(numbering);
+    digitsNote = problemNote(QStringLiteral("Sequence digits problem"));
+    layout->addWidget(digitsNote);
 
     numberDuplicates = new ToggleSwitch(QStringLiteral("Number duplicates"));
     numberDuplicates->setToolTip(
@@ -344,6 +346,7 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
         showTitle();
     });
     connect(&model, &AppModel::selectedRecipeChanged, this, &RulesInspector::showTitle);
+    connect(&model, &AppModel::filesChanged, this, &RulesInspector::showDigitsNote);
     showRules();
     showTitle();
 }
@@ -454,6 +457,12 @@ void RulesInspector::showRules() {
                            std::clamp<std::int64_t>(rules.sequencePadding, 1, digits->count())));
     start->setEnabled(rules.sequence);
     digits->setEnabled(rules.sequence);
+    showDigitsNote();
+}
+
+void RulesInspector::showDigitsNote() {
+    digitsNote->setText(model.digitsNote());
+    digitsNote->setVisible(!digitsNote->text().isEmpty());
 }
 
 void RulesInspector::showTitle() {

@@ -40,6 +40,7 @@ private:
     void editStart(const QString& text);
     void showRules();
     void showTitle();
+    void showDigitsNote();
 
     AppModel& model;
     // Set while the controls take the model's rules, so that showing them is
@@ -57,6 +58,7 @@ private:
     QComboBox* direction;
     // Why the date shift cannot be read, under its field.
     QLabel* shiftProblem;
+    QLabel* digitsNote;
     ToggleSwitch* sequence;
     QLineEdit* start;
     QComboBox* digits;

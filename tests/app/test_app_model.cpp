@@ -322,6 +322,31 @@ private slots:
         QVERIFY(model->importDetails().startsWith("Sub: "));
     }
 
+    // The count after an import names the order the batch is listed in, the
+    // one in force as soon as the rules change it; and the sequence says when
+    // its digits are too few for the batch.
+    void importCountNamesTheOrderInForceAndTheDigitsTooFew() {
+        for (const char* name : {"Photos/a.jpg", "Photos/b.jpg", "Photos/c.jpg"})
+            disk->file(name);
+        dialogs->openAnswers = {{disk->url("Photos")}};
+        model->openFiles(true);
+        QVERIFY(settled(*model));
+        QCOMPARE(model->notice(), "3 files · naturally sorted by name");
+        model->setRules({.order = NameOrder::taken});
+        QCOMPARE(model->notice(), "3 files · sorted by date taken");
+        model->setRules({.sequence = true, .sequenceStart = 998});
+        QCOMPARE(model->notice(), "3 files · naturally sorted by name");
+        QCOMPARE(model->digitsNote(), "3 files need 4 digits");
+        model->setRules({.sequence = true, .sequenceStart = 997});
+        QCOMPARE(model->digitsNote(), "");
+        // Another notice is not turned back into the count.
+        urls.nothingOpens = true;
+        model->showJournal();
+        const QString other = model->notice();
+        model->setRules({.order = NameOrder::size});
+        QCOMPARE(model->notice(), other);
+    }
+
     void recipesAreTrimmedCutAndKeptAcrossRunsAndTheDemoStartsFromOne() {
         model->setRules({.prefix = "c-"});
 

@@ -537,9 +537,14 @@ private slots:
                 return;
             QString count = bar->parentWidget()->findChild<QLabel*>()->text();
             int showing = 0;
-            for (QLabel* label : window->findChildren<QLabel*>())
+            bool hint = false;
+            for (QLabel* label : window->findChildren<QLabel*>()) {
                 showing += label->isVisible() && label->text() == count;
-            counts.append(count + (showing == 2 ? "" : " (not in the notice)"));
+                hint = hint || (label->isVisible() && label->text().endsWith("Rename when ready."));
+            }
+            // No word of what to do next while a batch runs.
+            counts.append(count + (showing == 2 ? "" : " (not in the notice)") +
+                          (hint && model->busy() ? " (beside a hint)" : ""));
         });
         look.start(1);
         model->setRules({.prefix = "done-"});
