@@ -1,5 +1,9 @@
-// Folder access: a containing folder is used only after the user chose that
-// very folder during this run, and only while it is still the same folder.
+// Folder access. A process confined by Flatpak or Snap sees a folder only
+// once the person chose it through the desktop's portal: there a containing
+// folder is used only after the user chose that very folder during this run,
+// and only while it is still the same folder. Any other process already has
+// the person's own access, and asking would protect nothing: each folder is
+// identified, as a chosen one would be, without a question.
 
 #include "app/app_model.h"
 
@@ -35,7 +39,18 @@ bool AppModel::authorizeFolders(const QList<QUrl>& folders, const QString& reaso
         assign(authorizingFolders_, false, &AppModel::authorizingFoldersChanged);
         return granted;
     };
+    const bool confined = environment.contains(QStringLiteral("FLATPAK_ID")) ||
+                          environment.contains(QStringLiteral("SNAP"));
     for (const QUrl& folder : folders) {
+        if (!confined) {
+            try {
+                rememberFolder(folder);
+                continue;
+            } catch (const RenameFailure& failure) {
+                setError(failure.message);
+                return finish(false);
+            }
+        }
         QString path = standardPath(folder);
         auto grant = folderGrants.constFind(grantKey(path));
         if (grant != folderGrants.cend()) {

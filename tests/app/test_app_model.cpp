@@ -49,9 +49,15 @@ class AppModelTest : public QObject {
     std::unique_ptr<QSettingsStore> settings;
     std::unique_ptr<ObservedModel> model;
 
+    // Confined as in a Flatpak, where a folder is used only once the person
+    // chose it; unconfined, nothing is asked.
+    bool sandboxed = false;
+
     std::unique_ptr<ObservedModel> start(const QStringList& arguments = {},
-                                         const QProcessEnvironment& environment = {},
+                                         QProcessEnvironment environment = {},
                                          const QString& journal = QStringLiteral("journal")) {
+        if (sandboxed)
+            environment.insert("FLATPAK_ID", "org.tessary.Tessary");
         return std::make_unique<ObservedModel>(
             PlatformServices{*dialogs, clipboard, *settings, urls},
             AppModel::Startup{disk->at(journal), arguments, environment});
@@ -71,6 +77,7 @@ private slots:
 
     void init() {
         model.reset();
+        sandboxed = false;
         disk = std::make_unique<TemporaryFolder>();
         dialogs = std::make_unique<ScriptedDialogs>();
         clipboard.contents.clear();
@@ -241,6 +248,8 @@ private slots:
         const QRegularExpression record(u"set-aside-[-0-9TZA-F]+"_s);
         for (const auto& run : runs) {
             init();
+            sandboxed = true;
+            model = start();
             model->setRules({.prefix = "done-"});
             QVERIFY(load("Kept", {"a.txt"}));
             for (int number = 1; number <= 11; ++number)
@@ -285,6 +294,8 @@ private slots:
     }
 
     void addingAsksOnceForEachExactUnchangedFolder() {
+        sandboxed = true;
+        model = start();
         for (const char* name : {"Photos/p.jpg", "Loose/1.txt", "Loose/2.txt", "Loose/3.txt",
                                  "parent/B/b.txt", "X/x.txt", "Y/y.txt", "Mixed/m.txt"})
             disk->file(name);
@@ -320,6 +331,23 @@ private slots:
             QCOMPARE(model->error().value_or(""), add.error);
         }
         QVERIFY(model->importDetails().startsWith("Sub: "));
+    }
+
+    // Unconfined, as a desktop program is, the process already has the
+    // person's access: adding loose files, and undoing after a restart, ask
+    // for no folder.
+    void anUnconfinedProcessAsksForNoFolder() {
+        disk->make({"Loose/1.txt", "Loose/2.txt"});
+        model->add({disk->url("Loose/1.txt"), disk->url("Loose/2.txt")}, {});
+        QVERIFY(settled(*model));
+        model->setRules({.prefix = "x-"});
+        QVERIFY(settled(*model));
+        model->rename();
+        QVERIFY(settled(*model) && QFile::exists(disk->at("Loose/x-1.txt")));
+        model = start();
+        model->runRecoveryAction(false);
+        QVERIFY(settled(*model) && QFile::exists(disk->at("Loose/1.txt")));
+        QVERIFY(dialogs->openRequests.isEmpty());
     }
 
     // The count after an import names the order the batch is listed in, the
