@@ -130,53 +130,36 @@ std::optional<QString> formatProblem(Token kind, const Braced& run) {
     return std::nullopt;
 }
 
-// The words for a value a file may not record.
-QString recordedWhat(Token kind) {
-    switch (kind) {
-    case Token::camera:
-        return QStringLiteral("camera model");
-    case Token::lens:
-        return QStringLiteral("lens");
-    case Token::width:
-    case Token::height:
-        return QStringLiteral("size in pixels");
-    case Token::artist:
-        return QStringLiteral("artist");
-    case Token::album:
-        return QStringLiteral("album");
-    case Token::title:
-        return QStringLiteral("title");
-    case Token::track:
-        return QStringLiteral("track number");
-    default:
-        return QStringLiteral("year");
-    }
-}
+// What a file records for `kind`, and the words for it when it records none.
+struct Recorded {
+    QString text;
+    QString what;
+};
 
-QString recorded(Token kind, const FileFacts& facts, qsizetype digits) {
+Recorded recorded(Token kind, const FileFacts& facts, qsizetype digits) {
     auto number = [digits](std::int64_t value) {
         return value > 0 ? QString::number(value).rightJustified(digits, QLatin1Char('0'))
                          : QString();
     };
     switch (kind) {
     case Token::camera:
-        return facts.camera;
+        return {facts.camera, QStringLiteral("camera model")};
     case Token::lens:
-        return facts.lens;
+        return {facts.lens, QStringLiteral("lens")};
     case Token::width:
-        return number(facts.width);
+        return {number(facts.width), QStringLiteral("size in pixels")};
     case Token::height:
-        return number(facts.height);
+        return {number(facts.height), QStringLiteral("size in pixels")};
     case Token::artist:
-        return facts.artist;
+        return {facts.artist, QStringLiteral("artist")};
     case Token::album:
-        return facts.album;
+        return {facts.album, QStringLiteral("album")};
     case Token::title:
-        return facts.title;
+        return {facts.title, QStringLiteral("title")};
     case Token::track:
-        return number(facts.track);
+        return {number(facts.track), QStringLiteral("track number")};
     default:
-        return number(facts.year);
+        return {number(facts.year), QStringLiteral("year")};
     }
 }
 
@@ -214,7 +197,7 @@ Text::Text(const QString& text) {
             piece.format = QStringLiteral("yyyy-MM-dd");
         if (!isDate(kind) && kind != Token::folder && kind != Token::name)
             piece.missing = QStringLiteral("This file records no %1; %2 was left out.")
-                                .arg(recordedWhat(kind), piece.written);
+                                .arg(recorded(kind, FileFacts(), 0).what, piece.written);
         plainSize += piece.before.size();
         pieces.append(piece);
         copied = run.begin + run.written.size();
@@ -270,7 +253,7 @@ QString Text::expanded(const Values& values, Expansion& found,
             blocked(piece,
                     facts ? facts->problem
                           : QStringLiteral("The metadata of this file has not been read yet."));
-        } else if (QString value = recorded(piece.kind, *facts, piece.format.size());
+        } else if (QString value = recorded(piece.kind, *facts, piece.format.size()).text;
                    !value.isEmpty()) {
             // What a file records of itself; a value it lacks is left out of
             // the name, and the row says so, rather than guessed.
