@@ -294,8 +294,9 @@ void AppModel::refreshPreview() {
     ++previewGeneration;
     assign(previewing_, true, &AppModel::previewingChanged);
     abandonObservation(pendingInputs);
-    pendingInputs = PreviewInputs{files_,
-                                  knownFacts(rules_, mode_),
+    const QList<FileRecord> files = previewFiles();
+    pendingInputs = PreviewInputs{files,
+                                  knownFacts(files, rules_, mode_),
                                   rules_,
                                   mode_,
                                   mappingText_,
@@ -304,7 +305,7 @@ void AppModel::refreshPreview() {
                                   mappingInputError_,
                                   {},
                                   {},
-                                  files_ != notedFiles_};
+                                  files != notedFiles_};
     startObservation(*pendingInputs);
     previewDelay.start();
 }

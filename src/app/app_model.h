@@ -172,6 +172,12 @@ public:
     void add(const QList<QUrl>& items, const QList<QUrl>& selectedFolders);
     bool receiveDrop(const QMimeData& data);
     void removeSelected();
+    // Moves the selected rows one place up (`offset` -1) or down (+1) in the
+    // preview, or the rows `ids` to stand before the row now at `before`
+    // (after the last when `before` is past it). The batch is numbered as
+    // arranged from then on: the sequence follows.
+    void moveSelection(int offset);
+    void moveRows(const QStringList& ids, qsizetype before);
     void clear();
     void rename();
     void runRecoveryAction(bool recover);
@@ -272,7 +278,11 @@ private:
     void showProgress(const RenameProgress& progress);
     void showReadingProgress(const RenameProgress& progress);
     void readFacts();
-    QList<std::optional<FileFacts>> knownFacts(const RenameRules& rules, RenameMode mode) const;
+    QList<std::optional<FileFacts>> knownFacts(const QList<FileRecord>& files,
+                                               const RenameRules& rules, RenameMode mode) const;
+    QList<FileRecord> previewFiles() const;
+    QStringList shownOrder() const;
+    void arrange(const QStringList& order);
     void finishFileOperation(const std::optional<QString>& failure, const QString& successNotice);
     void saveRecipes();
     bool canChangeSpreadsheet() const;
@@ -311,6 +321,8 @@ private:
     RenameRules rules_;
     std::optional<Recipe> selectedRecipe_;
     QSet<QString> selection_;
+    // The files' ids in the order the person arranged them, once they did.
+    QStringList arrangement;
     QList<Recipe> savedRecipes_;
     bool busy_ = false;
     bool mutatingFiles_ = false;

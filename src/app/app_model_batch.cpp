@@ -226,6 +226,9 @@ void AppModel::showImportCount(qsizetype count) {
 QString AppModel::sortedBy() const {
     if (mode_ != RenameMode::rules || rules_.order == NameOrder::name)
         return QStringLiteral(" · naturally sorted by name");
+    if (rules_.order == NameOrder::arranged)
+        return QStringLiteral(" · as arranged") +
+               (rules_.descending ? QStringLiteral(", descending") : QString());
     QString key = rules_.order == NameOrder::taken      ? QStringLiteral("date taken")
                   : rules_.order == NameOrder::modified ? QStringLiteral("date modified")
                                                         : QStringLiteral("size");
@@ -263,10 +266,96 @@ void AppModel::removeSelected() {
     setNotice(QStringLiteral("Selection removed from this batch. Files on disk are unchanged."));
 }
 
+// The batch in the order its preview starts from: natural, or as the person
+// arranged it, with a file added since after the others, in natural order.
+QList<FileRecord> AppModel::previewFiles() const {
+    if (mode_ != RenameMode::rules || rules_.order != NameOrder::arranged || arrangement.isEmpty())
+        return files_;
+    QHash<QString, qsizetype> place;
+    place.reserve(arrangement.size());
+    for (qsizetype index = 0; index < arrangement.size(); ++index)
+        place.insert(arrangement[index], index);
+    QList<FileRecord> ordered = files_;
+    std::stable_sort(ordered.begin(), ordered.end(), [&](const FileRecord& a, const FileRecord& b) {
+        return place.value(a.id(), arrangement.size()) < place.value(b.id(), arrangement.size());
+    });
+    return ordered;
+}
+
+// The ids of the batch in the order the preview shows, or is about to show
+// for the last arrangement: where a move starts from, also one made before
+// the rows of the last have come.
+QStringList AppModel::shownOrder() const {
+    QStringList order;
+    order.reserve(files_.size());
+    const bool arranged = mode_ == RenameMode::rules && rules_.order == NameOrder::arranged;
+    if (rows_.size() == files_.size() && !(arranged && previewing_)) {
+        for (const PreviewRow& row : rows_)
+            order.append(row.id());
+        return order;
+    }
+    for (const FileRecord& file : previewFiles())
+        order.append(file.id());
+    if (arranged && rules_.descending)
+        std::reverse(order.begin(), order.end());
+    return order;
+}
+
+void AppModel::arrange(const QStringList& order) {
+    arrangement = order;
+    RenameRules rules = rules_;
+    rules.order = NameOrder::arranged;
+    // The order now on screen is the arrangement itself.
+    rules.descending = false;
+    if (rules == rules_)
+        refreshPreview();
+    else
+        setRules(rules);
+}
+
+void AppModel::moveSelection(int offset) {
+    if (batchControlsDisabled() || mode_ != RenameMode::rules || selection_.isEmpty())
+        return;
+    QStringList order = shownOrder();
+    // Each selected row trades places with the unselected one beside it, so
+    // that a block moves as one and a row at the edge stays.
+    const qsizetype last = order.size() - 1;
+    for (qsizetype step = 0; step < last; ++step) {
+        const qsizetype index = offset < 0 ? step + 1 : last - step - 1;
+        const qsizetype neighbour = offset < 0 ? index - 1 : index + 1;
+        if (selection_.contains(order[index]) && !selection_.contains(order[neighbour]))
+            order.swapItemsAt(index, neighbour);
+    }
+    arrange(order);
+}
+
+void AppModel::moveRows(const QStringList& ids, qsizetype before) {
+    if (batchControlsDisabled() || mode_ != RenameMode::rules || ids.isEmpty())
+        return;
+    const QStringList shown = shownOrder();
+    const QSet<QString> moving(ids.begin(), ids.end());
+    QStringList order;
+    QStringList moved;
+    qsizetype at = -1;
+    for (qsizetype index = 0; index < shown.size(); ++index) {
+        if (index == before)
+            at = order.size();
+        (moving.contains(shown[index]) ? moved : order).append(shown[index]);
+    }
+    // A row that is no longer in the batch is not moved.
+    if (moved.isEmpty())
+        return;
+    const qsizetype to = at < 0 ? order.size() : at;
+    for (qsizetype index = 0; index < moved.size(); ++index)
+        order.insert(to + index, moved[index]);
+    arrange(order);
+}
+
 void AppModel::clear() {
     if (busy_ || authorizingFolders_ || hasModalEditor())
         return;
     assign(files_, QList<FileRecord>(), &AppModel::filesChanged);
+    arrangement.clear();
     refreshPreview();
     assign(rows_, QList<PreviewRow>(), &AppModel::rowsChanged);
     assign(selection_, QSet<QString>(), &AppModel::selectionChanged);

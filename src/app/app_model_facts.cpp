@@ -51,13 +51,14 @@ void AppModel::showReadingProgress(const RenameProgress& progress) {
            &AppModel::readingProgressChanged);
 }
 
-QList<std::optional<FileFacts>> AppModel::knownFacts(const RenameRules& rules,
+QList<std::optional<FileFacts>> AppModel::knownFacts(const QList<FileRecord>& files,
+                                                     const RenameRules& rules,
                                                      RenameMode mode) const {
     QList<std::optional<FileFacts>> known;
     if (mode != RenameMode::rules || !rules.usesFacts())
         return known;
-    known.reserve(files_.size());
-    for (const FileRecord& file : files_) {
+    known.reserve(files.size());
+    for (const FileRecord& file : files) {
         auto found = facts.find(file.identity);
         known.append(found == facts.end() ? std::nullopt : std::optional(found->second));
     }

@@ -135,7 +135,8 @@ void add(QCommandLineParser& parser) {
          QStringLiteral("Minimum digits of the sequence number (default 3)."), QStringLiteral("n")},
         {QStringLiteral("order"),
          QStringLiteral("Order that numbers the files: %1 (default name). Ties keep the "
-                        "natural filename order.")
+                        "natural filename order; as-given numbers them in the order of the "
+                        "PATH arguments.")
              .arg(choices<NameOrder>(allNameOrders)),
          QStringLiteral("order")},
         {QStringLiteral("descending"), QStringLiteral("Number the files in descending order.")},

@@ -41,6 +41,9 @@ BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool c
 
     BatchPreview preview;
     preview.import = FileImport::collect(items, {}, batchLimit, progress);
+    const RenameRules* rules = std::get_if<RenameRules>(&naming);
+    if (rules && rules->order == NameOrder::arranged)
+        preview.import.files = FileImport::inGivenOrder(preview.import.files, items);
     const QList<FileRecord>& files = preview.import.files;
     preview.volumeNote = VolumeNote::forFiles(files);
     if (const auto* document = std::get_if<MappingDocument>(&naming)) {
@@ -50,14 +53,13 @@ BatchPreview previewBatch(const QStringList& paths, const Naming& naming, bool c
         preview.spreadsheet = true;
         return preview;
     }
-    const RenameRules& rules = std::get<RenameRules>(naming);
     // Only rules that name or order by date pay for opening every file.
     QList<std::optional<FileFacts>> facts;
-    if (rules.usesFacts()) {
+    if (rules->usesFacts()) {
         facts.reserve(files.size());
         for (const FileRecord& file : files)
             facts.append(MetadataReader::read(file.path));
     }
-    preview.rows = RulePreview::rows(files, facts, rules, checkWindows);
+    preview.rows = RulePreview::rows(files, facts, *rules, checkWindows);
     return preview;
 }

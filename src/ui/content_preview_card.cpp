@@ -109,6 +109,12 @@ QWidget* ContentView::makePreviewCard() {
     table->setFrameShape(QFrame::NoFrame);
     // Tab leaves the table for the next control instead of walking every cell.
     table->setTabKeyNavigation(false);
+    // Rows dragged within the table are arranged there by hand; files
+    // dragged in from elsewhere still go to the window.
+    table->setDragDropMode(QAbstractItemView::InternalMove);
+    table->setDefaultDropAction(Qt::MoveAction);
+    table->setDropIndicatorShown(true);
+    tableModel->moved = [this](const QStringList& ids, int before) { model.moveRows(ids, before); };
     for (QKeySequence key : {QKeySequence(QKeySequence::Delete), QKeySequence(Qt::Key_Backspace)}) {
         auto* remove = new QShortcut(key, table, nullptr, nullptr, Qt::WidgetShortcut);
         connect(remove, &QShortcut::activated, this, [this] { model.removeSelected(); });

@@ -78,6 +78,15 @@ void MainWindow::buildMenus() {
             return !model.batchControlsDisabled() && !model.hasRecovery() && model.undoCount() > 0;
         },
         [this] { model.runRecoveryAction(false); });
+    edit->addSeparator();
+    auto canMove = [this] {
+        return !model.batchControlsDisabled() && model.mode() == RenameMode::rules &&
+               !model.selection().isEmpty();
+    };
+    command(edit, QStringLiteral("Move Rows Up"), QKeySequence(Qt::ALT | Qt::Key_Up), canMove,
+            [this] { model.moveSelection(-1); });
+    command(edit, QStringLiteral("Move Rows Down"), QKeySequence(Qt::ALT | Qt::Key_Down), canMove,
+            [this] { model.moveSelection(1); });
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
     command(

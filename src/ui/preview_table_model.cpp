@@ -5,6 +5,8 @@
 #include "ui/sheen.h"
 #include "ui/symbols.h"
 
+#include <QMimeData>
+
 PreviewTableModel::PreviewTableModel(const AppModel& model, QObject* parent)
     : QAbstractTableModel(parent), model(model) {
     connect(&model, &AppModel::rowsChanged, this, [this] {
@@ -23,6 +25,46 @@ int PreviewTableModel::columnCount(const QModelIndex& parent) const {
 
 QString PreviewTableModel::pathAt(int row) const {
     return model.rows().value(row).id();
+}
+
+namespace {
+
+// The rows a drag carries, as the ids the selection names them by.
+const QString rowsType = QStringLiteral("application/x-tessary-rows");
+
+} // namespace
+
+Qt::ItemFlags PreviewTableModel::flags(const QModelIndex& index) const {
+    return QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled | Qt::ItemIsDropEnabled;
+}
+
+Qt::DropActions PreviewTableModel::supportedDropActions() const {
+    return Qt::MoveAction;
+}
+
+QStringList PreviewTableModel::mimeTypes() const {
+    return {rowsType};
+}
+
+QMimeData* PreviewTableModel::mimeData(const QModelIndexList& indexes) const {
+    QStringList ids;
+    for (const QModelIndex& index : indexes) {
+        if (index.column() == 0)
+            ids.append(pathAt(index.row()));
+    }
+    auto* data = new QMimeData;
+    data->setData(rowsType, ids.join(QLatin1Char('\n')).toUtf8());
+    return data;
+}
+
+bool PreviewTableModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int,
+                                     const QModelIndex& parent) {
+    if (action != Qt::MoveAction || !data->hasFormat(rowsType) || !moved)
+        return false;
+    // Dropped on a row rather than between two: before it.
+    const int before = row >= 0 ? row : parent.isValid() ? parent.row() : rowCount();
+    moved(QString::fromUtf8(data->data(rowsType)).split(QLatin1Char('\n')), before);
+    return true;
 }
 
 QString PreviewTableModel::statusText(const PreviewRow& row) {

@@ -4,6 +4,8 @@
 
 #include <QAbstractTableModel>
 
+#include <functional>
+
 // The preview rows as a table: the original name with its glyph, the new
 // name, and the row's status. Reads the app model; never changes it.
 class PreviewTableModel : public QAbstractTableModel {
@@ -27,6 +29,16 @@ public:
 
     // The status text of a row: its problem, "Unchanged" or "Ready to rename".
     static QString statusText(const PreviewRow& row);
+
+    // Rows dragged within the table: their ids, and the row they were
+    // dropped before (the row count for after the last).
+    std::function<void(const QStringList& ids, int before)> moved;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    Qt::DropActions supportedDropActions() const override;
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                      const QModelIndex& parent) override;
 
 private:
     const AppModel& model;

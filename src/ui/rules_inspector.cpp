@@ -218,6 +218,7 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     order->addItem(QStringLiteral("Date taken"), static_cast<int>(NameOrder::taken));
     order->addItem(QStringLiteral("Date modified"), static_cast<int>(NameOrder::modified));
     order->addItem(QStringLiteral("Size"), static_cast<int>(NameOrder::size));
+    order->addItem(QStringLiteral("As arranged"), static_cast<int>(NameOrder::arranged));
     direction = choice(QStringLiteral("Order direction"));
     direction->addItem(QStringLiteral("Ascending"), 0);
     direction->addItem(QStringLiteral("Descending"), 1);

@@ -333,6 +333,46 @@ private slots:
         QVERIFY(model->importDetails().startsWith("Sub: "));
     }
 
+    // Rows moved by hand, by the keyboard or a drag, stay where they were put
+    // and the sequence follows; a file added later comes after them.
+    void rowsArrangedByHandAreNumberedAsArranged() {
+        QVERIFY(load("Trip", {"a.jpg", "b.jpg", "c.jpg", "d.jpg"}));
+        model->setRules({.prefix = "t-", .sequence = true, .order = NameOrder::size});
+        QVERIFY(settled(*model));
+        auto shown = [&] {
+            QStringList names;
+            for (const PreviewRow& row : model->rows())
+                names.append(row.intent.source.name() + '>' + row.intent.filename);
+            return names.join(' ');
+        };
+        auto select = [&](const QStringList& names) {
+            QSet<QString> ids;
+            for (const QString& name : names)
+                ids.insert(disk->at("Trip/" + name));
+            model->setSelection(ids);
+        };
+        // A block at the edge stays; the others move past their neighbour.
+        select({"a.jpg", "c.jpg"});
+        model->moveSelection(-1);
+        QVERIFY(settled(*model));
+        QCOMPARE(shown(),
+                 "a.jpg>t-a-001.jpg c.jpg>t-c-002.jpg b.jpg>t-b-003.jpg d.jpg>t-d-004.jpg");
+        QCOMPARE(model->rules().order, NameOrder::arranged);
+        select({"a.jpg", "c.jpg"});
+        model->moveSelection(1);
+        model->moveSelection(1);
+        QVERIFY(settled(*model));
+        QCOMPARE(shown(),
+                 "b.jpg>t-b-001.jpg d.jpg>t-d-002.jpg a.jpg>t-a-003.jpg c.jpg>t-c-004.jpg");
+        model->moveRows({disk->at("Trip/d.jpg"), disk->at("Trip/c.jpg")}, 0);
+        QVERIFY(settled(*model));
+        QCOMPARE(shown(),
+                 "d.jpg>t-d-001.jpg c.jpg>t-c-002.jpg b.jpg>t-b-003.jpg a.jpg>t-a-004.jpg");
+        QVERIFY(load("Trip", {"0.jpg"}));
+        QCOMPARE(model->notice(), "5 files · as arranged");
+        QVERIFY(shown().endsWith("a.jpg>t-a-004.jpg 0.jpg>t-0-005.jpg"));
+    }
+
     // Unconfined, as a desktop program is, the process already has the
     // person's access: adding loose files, and undoing after a restart, ask
     // for no folder.

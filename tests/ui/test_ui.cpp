@@ -452,12 +452,25 @@ private slots:
             shows(win, {"The last batch was undone. Original names restored."}), patience);
         QVERIFY(dialogs.openRequests.isEmpty());
 
-        // The keyboard leaves the table, and removes rows with either key.
+        // The keyboard moves rows and leaves the table, a drag moves them too,
+        // and either key removes them.
         addFolder(shoot);
         auto* table = win->findChild<QTableView*>();
         win->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(win));
         table->setFocus();
+        auto rowNames = [&] {
+            return QStringList{table->model()->index(0, 0).data().toString(),
+                               table->model()->index(1, 0).data().toString()};
+        };
+        const QStringList before = rowNames();
+        table->selectRow(0);
+        QTest::keyClick(table, Qt::Key_Down, Qt::AltModifier);
+        QTRY_COMPARE(rowNames(), (QStringList{before[1], before[0]}));
+        QVERIFY(shows(win, {"2 files · as arranged"}));
+        std::unique_ptr<QMimeData> dragged(table->model()->mimeData({table->model()->index(1, 0)}));
+        QVERIFY(table->model()->dropMimeData(dragged.get(), Qt::MoveAction, 0, 0, {}));
+        QTRY_COMPARE(rowNames(), before);
         table->selectRow(0);
         QTest::keyClick(table, Qt::Key_Tab);
         QVERIFY(!table->hasFocus());

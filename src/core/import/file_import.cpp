@@ -8,6 +8,8 @@
 #include "core/platform/posix_file_system.h"
 #include "core/preview/rename_preview.h"
 
+#include <QHash>
+
 #include <algorithm>
 #include <numeric>
 #include <unordered_map>
@@ -175,6 +177,19 @@ ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing
     report(candidates.size(), candidates.size());
     result.files = RenamePreview::sorted(result.files);
     return result;
+}
+
+QList<FileRecord> inGivenOrder(const QList<FileRecord>& files, const QList<QUrl>& items) {
+    QHash<QString, qsizetype> given;
+    for (qsizetype index = items.size() - 1; index >= 0; --index)
+        given.insert(FilePath::standardized(items[index].toLocalFile()), index);
+    auto place = [&](const FileRecord& file) {
+        return given.value(file.path, given.value(file.folderPath(), items.size()));
+    };
+    QList<FileRecord> ordered = files;
+    std::stable_sort(ordered.begin(), ordered.end(),
+                     [&](const FileRecord& a, const FileRecord& b) { return place(a) < place(b); });
+    return ordered;
 }
 
 } // namespace FileImport

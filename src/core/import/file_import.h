@@ -18,4 +18,9 @@ namespace FileImport {
 ImportResult collect(const QList<QUrl>& items, const QList<FileRecord>& existing, qsizetype maximum,
                      const RenameProgress::Observer& progress = {});
 
+// `files` in the order of the `items` that brought them in, a file given
+// itself or one directly inside a folder given; the files of one item keep
+// their order among themselves, and files no item brought come last.
+QList<FileRecord> inGivenOrder(const QList<FileRecord>& files, const QList<QUrl>& items);
+
 } // namespace FileImport

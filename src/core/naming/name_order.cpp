@@ -10,6 +10,8 @@ QString rawValue(NameOrder order) {
         return QStringLiteral("modified");
     case NameOrder::size:
         return QStringLiteral("size");
+    case NameOrder::arranged:
+        return QStringLiteral("as-given");
     }
     return {};
 }

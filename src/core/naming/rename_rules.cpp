@@ -16,7 +16,8 @@ QString RenameRules::filename(const QString& name, std::int64_t index) const {
 }
 
 bool RenameRules::usesFacts() const {
-    return order != NameOrder::name || NameTokens::usesFacts(baseName) ||
+    return (order != NameOrder::name && order != NameOrder::arranged) ||
+           NameTokens::usesFacts(baseName) ||
            NameTokens::usesFacts(prefix) || NameTokens::usesFacts(suffix) ||
            (!find.isEmpty() && NameTokens::usesFacts(replacement));
 }

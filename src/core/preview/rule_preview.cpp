@@ -34,6 +34,7 @@ std::optional<std::int64_t> orderKey(NameOrder order, const FileFacts* facts) {
     case NameOrder::size:
         return facts->size;
     case NameOrder::name:
+    case NameOrder::arranged:
         break;
     }
     return std::nullopt;
@@ -88,9 +89,9 @@ QList<qsizetype> order(const QList<FileRecord>& files, const QList<std::optional
                        const RenameRules& rules) {
     QList<qsizetype> positions(files.size());
     std::iota(positions.begin(), positions.end(), 0);
-    if (rules.order == NameOrder::name) {
-        // The batch is already in natural order, and no two of its files
-        // have the same path, so there are no ties to keep in place.
+    if (rules.order == NameOrder::name || rules.order == NameOrder::arranged) {
+        // The batch comes in natural order, or as arranged, and no two of
+        // its files have the same path, so there are no ties to keep in place.
         if (rules.descending)
             std::reverse(positions.begin(), positions.end());
         return positions;

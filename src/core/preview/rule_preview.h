@@ -14,10 +14,11 @@
 // numbered in it, and judged by RenamePreview.
 namespace RulePreview {
 
-// The positions of `files` (in natural filename order, as a batch is kept)
-// in the order `rules` asks for. Equal keys, and files whose facts are not
-// known, keep their natural order, also when descending. A file without a
-// date taken counts by its modified date. `facts` is empty or one per file.
+// The positions of `files` (in natural filename order, as a batch is kept,
+// or as arranged when the rules keep that order) in the order `rules` asks
+// for. Equal keys, and files whose facts are not known, keep their natural
+// order, also when descending. A file without a date taken counts by its
+// modified date. `facts` is empty or one per file.
 QList<qsizetype> order(const QList<FileRecord>& files, const QList<std::optional<FileFacts>>& facts,
                        const RenameRules& rules);
 
