@@ -6,7 +6,6 @@
 // identified, as a chosen one would be, without a question.
 
 #include "app/app_model.h"
-#include "app/sandbox.h"
 
 #include "core/base/rename_failure.h"
 #include "core/batch/file_record.h"
@@ -40,7 +39,8 @@ bool AppModel::authorizeFolders(const QList<QUrl>& folders, const QString& reaso
         assign(authorizingFolders_, false, &AppModel::authorizingFoldersChanged);
         return granted;
     };
-    const bool confined = Sandbox::confines(environment);
+    const bool confined = environment.contains(QStringLiteral("FLATPAK_ID")) ||
+                          environment.contains(QStringLiteral("SNAP"));
     for (const QUrl& folder : folders) {
         if (!confined) {
             try {

@@ -1,7 +1,5 @@
 #include "app/platform/qt_file_dialogs.h"
 
-#include "app/sandbox.h"
-
 #include <QAbstractItemView>
 #include <QDialog>
 #include <QDir>
@@ -11,54 +9,31 @@
 #include <QLineEdit>
 #include <QVBoxLayout>
 
-#include <optional>
-
 namespace {
 
 // Qt's file dialog has no line for a message, and the message is what a person
 // must read before choosing: why a folder is asked for, and which one. So the
-// chooser sits below the message in a dialog of our own. A confined process
-// sees only what the person chooses in the desktop's own chooser, through its
-// portal, which a chooser of Qt's widgets would not reach: there the chooser
-// is the desktop's, with a title and no line for a message.
-class Chooser {
-public:
-    Chooser(QWidget* parent, const QString& title, const QString& message)
-        : frame(parent), confined(Sandbox::confines(QProcessEnvironment::systemEnvironment())) {
-        frame.setWindowTitle(title);
-        if (confined) {
-            portal.emplace(parent, title);
-            dialog = &*portal;
-            return;
-        }
-        auto* layout = new QVBoxLayout(&frame);
-        if (!message.isEmpty()) {
-            auto* text = new QLabel(message, &frame);
-            text->setObjectName(QStringLiteral("dialogMessage"));
-            text->setWordWrap(true);
-            text->setTextFormat(Qt::PlainText);
-            text->setTextInteractionFlags(Qt::TextSelectableByMouse);
-            layout->addWidget(text);
-        }
-        dialog = new QFileDialog(&frame);
-        dialog->setWindowFlags(Qt::Widget);
-        dialog->setOption(QFileDialog::DontUseNativeDialog, true);
-        layout->addWidget(dialog);
-        QObject::connect(dialog, &QFileDialog::accepted, &frame, &QDialog::accept);
-        QObject::connect(dialog, &QFileDialog::rejected, &frame, &QDialog::reject);
-        frame.resize(760, 520);
+// chooser sits below the message in a dialog of our own.
+QFileDialog* chooserUnder(QDialog& frame, const QString& title, const QString& message) {
+    frame.setWindowTitle(title);
+    auto* layout = new QVBoxLayout(&frame);
+    if (!message.isEmpty()) {
+        auto* text = new QLabel(message, &frame);
+        text->setObjectName(QStringLiteral("dialogMessage"));
+        text->setWordWrap(true);
+        text->setTextFormat(Qt::PlainText);
+        text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        layout->addWidget(text);
     }
-
-    QFileDialog* operator->() const { return dialog; }
-    QFileDialog* get() const { return dialog; }
-    bool accepted() { return (confined ? dialog->exec() : frame.exec()) == QDialog::Accepted; }
-
-private:
-    QDialog frame;
-    std::optional<QFileDialog> portal;
-    QFileDialog* dialog = nullptr;
-    bool confined = false;
-};
+    auto* chooser = new QFileDialog(&frame);
+    chooser->setWindowFlags(Qt::Widget);
+    chooser->setOption(QFileDialog::DontUseNativeDialog, true);
+    layout->addWidget(chooser);
+    QObject::connect(chooser, &QFileDialog::accepted, &frame, &QDialog::accept);
+    QObject::connect(chooser, &QFileDialog::rejected, &frame, &QDialog::reject);
+    frame.resize(760, 520);
+    return chooser;
+}
 
 // Qt lets a folder chooser pick one folder; its views can select several, and
 // the chooser then returns all of them.
@@ -92,8 +67,9 @@ void QtFileDialogs::remember(const QString& path) {
 }
 
 QList<QUrl> QtFileDialogs::open(const OpenRequest& request) {
-    Chooser chooser(parent, request.title.isEmpty() ? request.prompt : request.title,
-                    request.message);
+    QDialog frame(parent);
+    QFileDialog* chooser = chooserUnder(
+        frame, request.title.isEmpty() ? request.prompt : request.title, request.message);
     chooser->setAcceptMode(QFileDialog::AcceptOpen);
     chooser->setLabelText(QFileDialog::Accept, request.prompt);
     if (request.chooseFolders) {
@@ -118,12 +94,12 @@ QList<QUrl> QtFileDialogs::open(const OpenRequest& request) {
                                   : startFolder());
     }
     if (request.chooseFolders && request.multiple)
-        allowSeveralFolders(chooser.get());
-    if (!chooser.accepted())
+        allowSeveralFolders(chooser);
+    if (frame.exec() != QDialog::Accepted)
         return {};
     // Folders to add must be chosen; the one a request asks access to is
     // chosen already.
-    if (request.chooseFolders && request.multiple && namesNothing(chooser.get()))
+    if (request.chooseFolders && request.multiple && namesNothing(chooser))
         return {};
     QList<QUrl> chosen = chooser->selectedUrls();
     if (!chosen.isEmpty() && chosen.front().isLocalFile())
@@ -132,14 +108,15 @@ QList<QUrl> QtFileDialogs::open(const OpenRequest& request) {
 }
 
 std::optional<QString> QtFileDialogs::save(const SaveRequest& request) {
-    Chooser chooser(parent, request.title, request.message);
+    QDialog frame(parent);
+    QFileDialog* chooser = chooserUnder(frame, request.title, request.message);
     chooser->setAcceptMode(QFileDialog::AcceptSave);
     chooser->setFileMode(QFileDialog::AnyFile);
     chooser->setDirectory(startFolder());
     chooser->selectFile(request.proposedName);
     if (!request.nameFilters.isEmpty())
         chooser->setNameFilters(request.nameFilters);
-    if (!chooser.accepted() || chooser->selectedFiles().isEmpty())
+    if (frame.exec() != QDialog::Accepted || chooser->selectedFiles().isEmpty())
         return std::nullopt;
     remember(chooser->selectedFiles().front());
     return chooser->selectedFiles().front();

@@ -6,9 +6,8 @@
 #include <QWidget>
 
 // Qt's own file dialogs, modal over the window, with the request's message
-// shown above the chooser; in a Flatpak or Snap sandbox, the desktop's
-// chooser through its portal. Choosers start in the folder last chosen in
-// this run, else in the home folder, never in the process's working folder.
+// shown above the chooser. Choosers start in the folder last chosen in this
+// run, else in the home folder, never in the process's working folder.
 class QtFileDialogs : public FileDialogs {
 public:
     explicit QtFileDialogs(QWidget* parent = nullptr) : parent(parent) {}
