@@ -205,16 +205,28 @@ void AppModel::setNotice(const QString& notice) {
 QString AppModel::digitsNote() const {
     if (!rules_.sequence || files_.isEmpty())
         return QString();
-    // Numbered as the names are: the start within its range, one a file.
+    // Numbered as the names are: the start within its range, one a file, or
+    // one a shot when companion files share a number.
+    qsizetype numbers = files_.size();
+    if (rules_.companions) {
+        QSet<QString> shots;
+        for (const FileRecord& file : files_) {
+            const QString name = file.name();
+            shots.insert(file.folderPath() + QLatin1Char('/') +
+                         name.left(Filename::extensionPeriod(name)));
+        }
+        numbers = shots.size();
+    }
     const std::int64_t last =
-        std::clamp<std::int64_t>(rules_.sequenceStart, 0, 999'999'999) + files_.size() - 1;
+        std::clamp<std::int64_t>(rules_.sequenceStart, 0, 999'999'999) + numbers - 1;
     const qsizetype needed = QString::number(last).size();
     if (needed <= std::clamp<std::int64_t>(rules_.sequencePadding, 1, 9))
         return QString();
-    return QStringLiteral("%1 %2 %3 digits")
-        .arg(files_.size())
-        .arg(files_.size() == 1 ? QStringLiteral("file needs") : QStringLiteral("files need"))
-        .arg(needed);
+    const QString counted = rules_.companions ? (numbers == 1 ? QStringLiteral("name needs")
+                                                              : QStringLiteral("names need"))
+                            : numbers == 1    ? QStringLiteral("file needs")
+                                              : QStringLiteral("files need");
+    return QStringLiteral("%1 %2 %3 digits").arg(numbers).arg(counted).arg(needed);
 }
 
 qsizetype AppModel::changedCount() const {

@@ -260,6 +260,8 @@ void AppModel::removeSelected() {
             kept.append(file);
     }
     assign(files_, kept, &AppModel::filesChanged);
+    // One added again comes after the others, as any file added later.
+    arrangement.removeIf([this](const QString& id) { return selection_.contains(id); });
     refreshPreview();
     assign(selection_, QSet<QString>(), &AppModel::selectionChanged);
     refreshPreview();
@@ -332,7 +334,14 @@ void AppModel::moveSelection(int offset) {
 void AppModel::moveRows(const QStringList& ids, qsizetype before) {
     if (batchControlsDisabled() || mode_ != RenameMode::rules || ids.isEmpty())
         return;
-    const QStringList shown = shownOrder();
+    // `before` counts the rows on screen, even while newer ones are coming.
+    QStringList shown;
+    if (rows_.size() == files_.size()) {
+        for (const PreviewRow& row : rows_)
+            shown.append(row.id());
+    } else {
+        shown = shownOrder();
+    }
     const QSet<QString> moving(ids.begin(), ids.end());
     QStringList order;
     QStringList moved;

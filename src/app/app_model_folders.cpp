@@ -39,8 +39,11 @@ bool AppModel::authorizeFolders(const QList<QUrl>& folders, const QString& reaso
         assign(authorizingFolders_, false, &AppModel::authorizingFoldersChanged);
         return granted;
     };
-    const bool confined = environment.contains(QStringLiteral("FLATPAK_ID")) ||
-                          environment.contains(QStringLiteral("SNAP"));
+    // Programs started from a classic snap's terminal inherit its SNAP
+    // variables unconfined; only Tessary's own snap confines it.
+    const bool confined =
+        environment.contains(QStringLiteral("FLATPAK_ID")) ||
+        environment.value(QStringLiteral("SNAP_NAME")) == QLatin1String("tessary");
     for (const QUrl& folder : folders) {
         if (!confined) {
             try {

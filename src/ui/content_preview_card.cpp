@@ -112,6 +112,7 @@ QWidget* ContentView::makePreviewCard() {
     // Rows dragged within the table are arranged there by hand; files
     // dragged in from elsewhere still go to the window.
     table->setDragDropMode(QAbstractItemView::InternalMove);
+    table->setDragDropOverwriteMode(false);
     table->setDefaultDropAction(Qt::MoveAction);
     table->setDropIndicatorShown(true);
     tableModel->moved = [this](const QStringList& ids, int before) { model.moveRows(ids, before); };

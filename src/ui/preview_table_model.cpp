@@ -34,8 +34,12 @@ const QString rowsType = QStringLiteral("application/x-tessary-rows");
 
 } // namespace
 
+// Rows are dropped between rows, never onto one: a drop onto the row below
+// would put a row back where it was.
 Qt::ItemFlags PreviewTableModel::flags(const QModelIndex& index) const {
-    return QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled | Qt::ItemIsDropEnabled;
+    if (!index.isValid())
+        return Qt::ItemIsDropEnabled;
+    return QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled;
 }
 
 Qt::DropActions PreviewTableModel::supportedDropActions() const {
@@ -61,7 +65,7 @@ bool PreviewTableModel::dropMimeData(const QMimeData* data, Qt::DropAction actio
                                      const QModelIndex& parent) {
     if (action != Qt::MoveAction || !data->hasFormat(rowsType) || !moved)
         return false;
-    // Dropped on a row rather than between two: before it.
+    // Below the last row, or anywhere past the rows: after them all.
     const int before = row >= 0 ? row : parent.isValid() ? parent.row() : rowCount();
     moved(QString::fromUtf8(data->data(rowsType)).split(QLatin1Char('\n')), before);
     return true;

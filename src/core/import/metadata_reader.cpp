@@ -297,6 +297,8 @@ void readFrames(FileFacts& facts, AVFormatContext* context) {
     AVPacket* packet = av_packet_alloc();
     AVCodecParserContext* parser = av_parser_init(AV_CODEC_ID_H264);
     AVCodecContext* codec = avcodec_alloc_context3(nullptr);
+    if (codec)
+        codec->codec_id = AV_CODEC_ID_H264;
     if (parser)
         parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
     int frames = 0;
