@@ -287,6 +287,12 @@ int main(int argc, char** argv) {
         for (auto* area : dated.window.findChildren<QScrollArea*>())
             area->verticalScrollBar()->setValue(area->verticalScrollBar()->maximum());
         save(&dated.window, "24-sequence-digits");
+        // The last photo moved up by hand: the order is as arranged, and the
+        // sequence follows.
+        dated.model.setSelection({dated.model.rows().back().id()});
+        dated.model.moveSelection(-1);
+        waitForPreview(dated.model);
+        save(&dated.window, "25-as-arranged");
     }
     {
         // A pattern whose groups make the names, accents removed, and the two
