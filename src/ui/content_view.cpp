@@ -3,6 +3,7 @@
 #include "ui/content_parts.h"
 
 #include "ui/logo_painter.h"
+#include "ui/preview_table_model.h"
 #include "ui/rules_inspector.h"
 #include "ui/sheen.h"
 #include "ui/spreadsheet_inspector.h"
@@ -10,6 +11,7 @@
 
 #include "core/naming/recipe.h"
 
+#include <QAbstractScrollArea>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
@@ -126,6 +128,22 @@ QWidget* ContentView::makeHeader() {
     connect(addFiles, &QPushButton::clicked, this, [this] { model.openFiles(false); });
     layout->addWidget(addFiles);
     return header;
+}
+
+void ContentView::focusInspector() {
+    // The first control that takes the keyboard, not the panel scrolling them.
+    for (auto* widget : inspectors->currentWidget()->findChildren<QWidget*>()) {
+        if (widget->isVisibleTo(this) && widget->isEnabled() &&
+            (widget->focusPolicy() & Qt::TabFocus) && !widget->focusProxy() &&
+            !qobject_cast<QAbstractScrollArea*>(widget)) {
+            widget->setFocus(Qt::ShortcutFocusReason);
+            return;
+        }
+    }
+}
+
+void ContentView::focusPreview() {
+    table->setFocus(Qt::ShortcutFocusReason);
 }
 
 void ContentView::setDropTarget(bool target) {

@@ -27,6 +27,10 @@ public:
 
     // The drop highlight, shown while files are dragged over the window.
     void setDropTarget(bool target);
+    // Puts the keyboard in the first field of the rules or spreadsheet
+    // inspector, or in the preview's rows.
+    void focusInspector();
+    void focusPreview();
 
 private:
     QWidget* makeHeader();

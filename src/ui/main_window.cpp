@@ -89,6 +89,11 @@ void MainWindow::buildMenus() {
             [this] { model.moveSelection(1); });
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
+    command(view, QStringLiteral("Go to Rules"), QKeySequence(Qt::CTRL | Qt::Key_1), always,
+            [this] { content->focusInspector(); });
+    command(view, QStringLiteral("Go to Preview"), QKeySequence(Qt::CTRL | Qt::Key_2), always,
+            [this] { content->focusPreview(); });
+    view->addSeparator();
     command(
         view, QStringLiteral("Compact Window"), QKeySequence(Qt::CTRL | Qt::Key_0),
         [this] { return !model.batchControlsDisabled(); }, [this] { compact(); });

@@ -477,6 +477,13 @@ private slots:
         table->setFocus();
         QTest::keyClick(table, Qt::Key_Delete);
         QTRY_COMPARE(table->model()->rowCount(), 1);
+        // The View menu's shortcuts jump to the rules and back to the rows.
+        QTest::keyClick(table, Qt::Key_1, Qt::ControlModifier);
+        QTRY_COMPARE(QApplication::focusWidget()->accessibleName(), "Base name");
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_2, Qt::ControlModifier);
+        QTRY_COMPARE(QApplication::focusWidget(), table);
+        // A key without Ctrl, so that the next click selects rather than toggles.
+        QTest::keyClick(table, Qt::Key_Escape);
         table->selectRow(0);
         QTest::keyClick(table, Qt::Key_Backspace);
         QTRY_COMPARE(table->model()->rowCount(), 0);
