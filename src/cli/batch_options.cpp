@@ -18,6 +18,8 @@
 #include <QStringList>
 #include <unistd.h>
 
+#include <algorithm>
+
 namespace BatchOptions {
 namespace {
 
@@ -63,6 +65,24 @@ RenameRules fileRules(const QString& path) {
     }
 }
 
+// The first --find and --replace are the rules' own; each further pair is
+// one more step. A --find without its --replace deletes what it finds, as
+// the first always did; finds given here take the place of a rules file's.
+void replacements(const QCommandLineParser& parser, RenameRules& rules) {
+    const QStringList finds = parser.values(QStringLiteral("find"));
+    const QStringList replaces = parser.values(QStringLiteral("replace"));
+    if (replaces.size() > std::max<qsizetype>(finds.size(), 1))
+        throw UsageError(QStringLiteral("Give each --replace a --find before it."));
+    if (!replaces.isEmpty())
+        rules.replacement = replaces.first();
+    if (finds.isEmpty())
+        return;
+    rules.find = finds.first();
+    rules.moreReplacements.clear();
+    for (qsizetype step = 1; step < finds.size(); ++step)
+        rules.moreReplacements.append({finds[step], replaces.value(step)});
+}
+
 // A spreadsheet piped in obeys the same limits as one opened from a file.
 QString standardInputText() {
     auto bytes = PosixFileSystem::readUpTo(STDIN_FILENO, MappingParser::maximumBytes + 1);
@@ -93,11 +113,24 @@ void add(QCommandLineParser& parser) {
                         "dates with a format: {taken:yyyy-MM-dd}."),
          QStringLiteral("text")},
         {QStringLiteral("find"),
-         QStringLiteral(
-             "Text to find in each stem (exact, case-sensitive; a pattern with --regex)."),
+         QStringLiteral("Text to find in each stem (exact, case-sensitive; a pattern with "
+                        "--regex). Repeat --find and --replace to replace in turn."),
          QStringLiteral("text")},
         {QStringLiteral("replace"), QStringLiteral("Replacement for every occurrence of --find."),
          QStringLiteral("text")},
+        {QStringLiteral("remove-start"),
+         QStringLiteral("Characters to remove from the start of each stem, after --find."),
+         QStringLiteral("n")},
+        {QStringLiteral("remove-end"),
+         QStringLiteral("Characters to remove from the end of each stem, after --find."),
+         QStringLiteral("n")},
+        {QStringLiteral("insert"),
+         QStringLiteral("Text to insert into each stem, after the characters removed."),
+         QStringLiteral("text")},
+        {QStringLiteral("at"),
+         QStringLiteral("Where --insert goes: after this many characters, or before as many "
+                        "from the end when negative (default 0)."),
+         QStringLiteral("n")},
         {QStringLiteral("regex"),
          QStringLiteral("Read --find as a regular expression; --replace may then hold $1 to $9 "
                         "and ${name} for its groups, and \\U or \\L up to \\E for upper or "
@@ -174,8 +207,7 @@ RenameRules rules(const QCommandLineParser& parser) {
             field = parser.value(QLatin1String(option));
     };
     text("base-name", rules.baseName);
-    text("find", rules.find);
-    text("replace", rules.replacement);
+    replacements(parser, rules);
     text("prefix", rules.prefix);
     text("suffix", rules.suffix);
 
@@ -213,9 +245,23 @@ RenameRules rules(const QCommandLineParser& parser) {
         throw UsageError(DateShift::problem(rules.shiftDates));
     if (parser.isSet(QStringLiteral("regex")))
         rules.regex = true;
-    if (rules.regex && !rules.find.isEmpty()) {
-        if (auto problem = rules.compiled.find(rules.find).problem)
+    for (qsizetype step = 0; rules.regex && step <= rules.moreReplacements.size(); ++step) {
+        const QString& find = step == 0 ? rules.find : rules.moreReplacements[step - 1].find;
+        if (find.isEmpty())
+            continue;
+        if (auto problem = rules.compiled.find(find, step).problem)
             throw UsageError(*problem);
+    }
+    if (parser.isSet(QStringLiteral("remove-start")))
+        rules.removeStart = integer(parser, QStringLiteral("remove-start"));
+    if (parser.isSet(QStringLiteral("remove-end")))
+        rules.removeEnd = integer(parser, QStringLiteral("remove-end"));
+    if (parser.isSet(QStringLiteral("at")) && !parser.isSet(QStringLiteral("insert")))
+        throw UsageError(QStringLiteral("--at goes with --insert."));
+    if (parser.isSet(QStringLiteral("insert"))) {
+        rules.insertion = parser.value(QStringLiteral("insert"));
+        rules.insertAt =
+            parser.isSet(QStringLiteral("at")) ? integer(parser, QStringLiteral("at")) : 0;
     }
     if (parser.isSet(QStringLiteral("remove-accents")))
         rules.removeAccents = true;
@@ -240,6 +286,10 @@ MappingDocument mapping(const QCommandLineParser& parser) {
                                "base-name",
                                "find",
                                "replace",
+                               "remove-start",
+                               "remove-end",
+                               "insert",
+                               "at",
                                "prefix",
                                "suffix",
                                "case",

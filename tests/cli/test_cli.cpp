@@ -122,6 +122,7 @@ private slots:
             {{"--regex", "--find", R"(^(IMG)_\d+$)", "--replace", R"(\L$1\E Café)", "--remove-accents", "--duplicate-format", "underscore", "shoot"}, {"img Cafe.jpg", "img Cafe_2.jpg", "Notes.txt"}},
             {{"--base-name", "same", "shoot/Notes.txt", "shoot/IMG_2.jpg", "shoot/Sub"}, {"same.jpg", "same.txt"}},
             {{"--base-name", "x", "--separator", "hyphen", "--sequence", "--companions", "pair"}, {"x-001.jpg", "x-001.nef"}},
+            {{"--find", "IMG", "--replace", "P", "--find", "_", "--remove-start", "1", "--remove-end", "1", "--insert", "-", "--at", "-1", "shoot/IMG_10.jpg", "shoot/Notes.txt"}, {"-1.jpg", "ot-e.txt"}},
             // Numbered as the paths were given, a folder's files in natural order.
             {{"--base-name", "x", "--sequence", "--order", "as-given", "shoot/Notes.txt", "pair", "shoot/IMG_2.jpg"}, {"x-001.txt", "x-002.jpg", "x-003.nef", "x-004.jpg"}},
             {{"--rules", uri + "/my%20rules%20%231.json", "--start", "1", "--windows", uri + "/shoot/Notes.txt"}, {"TRIP_01.txt"}},
@@ -158,7 +159,9 @@ private slots:
             {"preview --recipe Holiday shoot", 2, "There is no recipe called “Holiday”. Choose one of “Client handoff”, “Photo sequence”, “Web-friendly”."},
             {"preview --order date shoot", 2, "--order takes one of name, taken, modified, size, as-given."},
             {"preview --shift-dates 1h shoot", 2, "“1h” is not a date shift; write it as +01:00, -00:30 or +1d 02:00."},
-            {"preview --regex --find ( shoot", 2, "This regular expression has a mistake at character 2: missing closing parenthesis."},
+            {"preview --regex --find a --find ( shoot", 2, "This regular expression has a mistake at character 2: missing closing parenthesis."},
+            {"preview --find a --replace b --replace c shoot", 2, "Give each --replace a --find before it."},
+            {"preview --at 2 shoot", 2, "--at goes with --insert."},
             {"preview --duplicate-format (2) shoot", 2, "--duplicate-format takes one of parentheses, space, hyphen, underscore."},
             {"preview --digits three shoot", 2, "--digits takes a whole number."},
             {"preview", 2, "Name at least one file or folder to preview."},

@@ -6,8 +6,8 @@
 
 #include <memory>
 
-// What the naming rules compile before they apply: the regular expression
-// of a find and the accent remover. Compiling costs hundreds of times more
+// What the naming rules compile before they apply: the regular expressions
+// of the finds and the accent remover. Compiling costs hundreds of times more
 // than applying, and the preview applies the same rules to thousands of
 // names, on several threads, so every copy of one rules value shares one of
 // these and compiles on first use. It holds nothing the rules do not say, so
@@ -16,7 +16,9 @@ class CompiledPatterns {
 public:
     CompiledPatterns();
 
-    FindPattern::Compiled find(const QString& pattern) const;
+    // The pattern of find and replace step `step` (0 for the first): each
+    // step keeps its own, so that several never compile in turn.
+    FindPattern::Compiled find(const QString& pattern, qsizetype step = 0) const;
     QString withoutAccents(const QString& text) const;
 
     friend bool operator==(const CompiledPatterns&, const CompiledPatterns&) { return true; }

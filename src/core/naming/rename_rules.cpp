@@ -4,6 +4,8 @@
 #include "core/base/rename_failure.h"
 #include "core/naming/rule_namer.h"
 
+#include <algorithm>
+
 NameTokens::Expansion RenameRules::proposal(const QString& name, std::int64_t index,
                                             const QString& folder,
                                             const std::optional<FileFacts>& facts,
@@ -17,12 +19,20 @@ QString RenameRules::filename(const QString& name, std::int64_t index) const {
 
 bool RenameRules::usesFacts() const {
     return (order != NameOrder::name && order != NameOrder::arranged) ||
-           NameTokens::usesFacts(baseName) ||
-           NameTokens::usesFacts(prefix) || NameTokens::usesFacts(suffix) ||
-           (!find.isEmpty() && NameTokens::usesFacts(replacement));
+           NameTokens::usesFacts(baseName) || NameTokens::usesFacts(prefix) ||
+           NameTokens::usesFacts(suffix) ||
+           (!find.isEmpty() && NameTokens::usesFacts(replacement)) ||
+           std::any_of(moreReplacements.begin(), moreReplacements.end(),
+                       [](const Replacement& step) {
+                           return !step.find.isEmpty() && NameTokens::usesFacts(step.replacement);
+                       });
 }
 
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {
+    auto steps = nlohmann::ordered_json::array();
+    for (const Replacement& step : rules.moreReplacements)
+        steps.push_back(
+            {{"find", step.find.toStdString()}, {"replacement", step.replacement.toStdString()}});
     json =
         nlohmann::ordered_json{{"baseName", rules.baseName.toStdString()},
                                {"find", rules.find.toStdString()},
@@ -41,7 +51,12 @@ void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {
                                {"numberDuplicates", rules.numberDuplicates},
                                {"duplicateFormat", rawValue(rules.duplicateFormat).toStdString()},
                                {"shiftDates", rules.shiftDates.toStdString()},
-                               {"companions", rules.companions}};
+                               {"companions", rules.companions},
+                               {"moreReplacements", steps},
+                               {"removeStart", rules.removeStart},
+                               {"removeEnd", rules.removeEnd},
+                               {"insertion", rules.insertion.toStdString()},
+                               {"insertAt", rules.insertAt}};
 }
 
 void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
@@ -87,5 +102,23 @@ void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
         decoded.shiftDates = fields.string("shiftDates");
     if (fields.has("companions"))
         decoded.companions = fields.boolean("companions");
+    if (fields.has("moreReplacements")) {
+        const nlohmann::ordered_json& steps = fields.value("moreReplacements");
+        if (!steps.is_array())
+            throw RenameFailure(QStringLiteral("The key “moreReplacements” has the wrong type."));
+        for (const nlohmann::ordered_json& step : steps) {
+            JsonFields stepFields(step);
+            decoded.moreReplacements.append(
+                {stepFields.string("find"), stepFields.string("replacement")});
+        }
+    }
+    if (fields.has("removeStart"))
+        decoded.removeStart = fields.int64("removeStart");
+    if (fields.has("removeEnd"))
+        decoded.removeEnd = fields.int64("removeEnd");
+    if (fields.has("insertion"))
+        decoded.insertion = fields.string("insertion");
+    if (fields.has("insertAt"))
+        decoded.insertAt = fields.int64("insertAt");
     rules = decoded;
 }

@@ -12,16 +12,38 @@
 
 #include <QString>
 
+#include <QList>
+
 #include <cstdint>
 #include <optional>
 
+// One find and replace after the first, with the same reading of its texts.
+struct Replacement {
+    QString find;
+    QString replacement;
+
+    friend bool operator==(const Replacement&, const Replacement&) = default;
+};
+
 // One complete set of naming rules, applied in a fixed order: stem, find and
-// replace, prefix and suffix, letter case, separators, sequence number, and
-// the file's own extension put back unchanged.
+// replace, characters removed and inserted by position, prefix and suffix,
+// letter case, separators, sequence number, and the file's own extension put
+// back unchanged.
 struct RenameRules {
     QString baseName;
     QString find;
     QString replacement;
+    // Applied one after the other, after `find`, each to what the one before
+    // left; a step whose find is empty does nothing.
+    QList<Replacement> moreReplacements;
+    // Characters (as a reader counts them, accents with their letter) taken
+    // off either end of the stem after find and replace, then `insertion` put
+    // in after the first `insertAt` characters, or before the last -`insertAt`
+    // when negative. Counts past the stem's length take it whole.
+    std::int64_t removeStart = 0;
+    std::int64_t removeEnd = 0;
+    QString insertion;
+    std::int64_t insertAt = 0;
     QString prefix;
     QString suffix;
     NameCase nameCase = NameCase::unchanged;
@@ -73,11 +95,12 @@ struct RenameRules {
     friend bool operator==(const RenameRules&, const RenameRules&) = default;
 };
 
-// All eighteen keys are written. The ten that rules always had are required
-// when decoding: a missing key, a wrong type or an unknown case throws
-// RenameFailure. "order", "descending", "regex", "removeAccents",
-// "numberDuplicates", "duplicateFormat", "shiftDates" and "companions" came
-// later and take their defaults when absent, so rules and recipes saved
-// before them still load.
+// All twenty-three keys are written. The ten that rules always had are
+// required when decoding: a missing key, a wrong type or an unknown case
+// throws RenameFailure. "order", "descending", "regex", "removeAccents",
+// "numberDuplicates", "duplicateFormat", "shiftDates", "companions",
+// "moreReplacements" (a list of {"find","replacement"}), "removeStart",
+// "removeEnd", "insertion" and "insertAt" came later and take their defaults
+// when absent, so rules and recipes saved before them still load.
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules);
 void from_json(const nlohmann::ordered_json& json, RenameRules& rules);

@@ -4,6 +4,7 @@
 #include "core/naming/filename.h"
 
 #include <QStringList>
+#include <QTextBoundaryFinder>
 
 #include <algorithm>
 
@@ -60,19 +61,65 @@ QString sequenceNumber(std::int64_t start, std::int64_t index, std::int64_t padd
 constexpr char16_t firstStandIn = 0xE000;
 constexpr char16_t lastStandIn = 0xE0FF;
 
+// Appends `text` to `result` with the dates that stand in it written out.
+void appendWithDates(QString& result, const QString& text, const QStringList& dates) {
+    for (QChar unit : text) {
+        const qsizetype date = unit.unicode() - firstStandIn;
+        if (date >= 0 && date < dates.size())
+            result += dates[date];
+        else
+            result += unit;
+    }
+}
+
 bool holdsStandIn(const QString& text) {
     return std::any_of(text.begin(), text.end(), [](QChar unit) {
         return unit.unicode() >= firstStandIn && unit.unicode() <= lastStandIn;
     });
 }
 
+// Where each character a reader sees begins in `text`, and its end: an
+// accent typed as a letter of its own moves with its letter, and an emoji
+// is never cut in two.
+QList<qsizetype> characterBounds(const QString& text) {
+    QList<qsizetype> bounds{0};
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    while (finder.toNextBoundary() > 0)
+        bounds.append(finder.position());
+    return bounds;
+}
+
+QString editedByPosition(const QString& stem, const RenameRules& rules) {
+    const QList<qsizetype> bounds = characterBounds(stem);
+    const qsizetype characters = bounds.size() - 1;
+    const qsizetype first = qsizetype(std::clamp<std::int64_t>(rules.removeStart, 0, characters));
+    const qsizetype last = std::max(
+        first, characters - qsizetype(std::clamp<std::int64_t>(rules.removeEnd, 0, characters)));
+    QString kept = stem.sliced(bounds[first], bounds[last] - bounds[first]);
+    if (rules.insertion.isEmpty())
+        return kept;
+    const qsizetype keptCharacters = last - first;
+    const auto counted =
+        qsizetype(std::clamp<std::int64_t>(rules.insertAt, -keptCharacters, keptCharacters));
+    const qsizetype at = counted >= 0 ? counted : keptCharacters + counted;
+    return kept.insert(bounds[first + at] - bounds[first], rules.insertion);
+}
+
 } // namespace
 
 RuleNamer::RuleNamer(const RenameRules& rules)
-    : rules(rules), baseName(rules.baseName), replacement(rules.replacement), prefix(rules.prefix),
-      suffix(rules.suffix),
-      textsHoldStandIn(holdsStandIn(rules.baseName) || holdsStandIn(rules.replacement) ||
-                       holdsStandIn(rules.prefix) || holdsStandIn(rules.suffix)) {
+    : rules(rules), baseName(rules.baseName), prefix(rules.prefix), suffix(rules.suffix),
+      textsHoldStandIn(holdsStandIn(rules.baseName) || holdsStandIn(rules.prefix) ||
+                       holdsStandIn(rules.suffix) || holdsStandIn(rules.insertion)),
+      editsByPosition(rules.removeStart != 0 || rules.removeEnd != 0 ||
+                      !rules.insertion.isEmpty()) {
+    QList<Replacement> all{{rules.find, rules.replacement}};
+    all.append(rules.moreReplacements);
+    for (qsizetype index = 0; index < all.size(); ++index) {
+        textsHoldStandIn = textsHoldStandIn || holdsStandIn(all[index].replacement);
+        if (!all[index].find.isEmpty())
+            steps.append({index, NameTokens::Text(all[index].replacement)});
+    }
     if (const std::optional<std::int64_t> seconds = DateShift::seconds(rules.shiftDates))
         shift = *seconds;
     else
@@ -107,21 +154,31 @@ NameTokens::Expansion RuleNamer::proposal(const QString& name, std::int64_t inde
     // separators treat a folder's name like any other text.
     if (!rules.baseName.isEmpty())
         stem = baseName.expanded(values, proposal, dateText);
-    // Literal, case-sensitive, code unit by code unit, and only in the stem.
-    if (!rules.find.isEmpty() && !rules.regex)
-        stem.replace(rules.find, replacement.expanded(values, proposal, dateText),
-                     Qt::CaseSensitive);
-    if (!rules.find.isEmpty() && rules.regex) {
+    for (const Step& step : steps) {
+        const QString& find =
+            step.index == 0 ? rules.find : rules.moreReplacements[step.index - 1].find;
+        const QString replacement = step.replacement.expanded(values, proposal, dateText);
+        // Literal, case-sensitive, code unit by code unit, and only in the stem.
+        if (!rules.regex) {
+            stem.replace(find, replacement, Qt::CaseSensitive);
+            continue;
+        }
         // Tokens first: the groups of a match then fill what they left.
-        FindPattern::Compiled pattern = rules.compiled.find(rules.find);
+        FindPattern::Compiled pattern = rules.compiled.find(find, step.index);
         FindPattern::Replaced replaced =
-            pattern.problem
-                ? FindPattern::Replaced{stem, pattern.problem}
-                : FindPattern::replaced(stem, pattern.regex,
-                                        replacement.expanded(values, proposal, dateText));
+            pattern.problem ? FindPattern::Replaced{stem, pattern.problem}
+                            : FindPattern::replaced(stem, pattern.regex, replacement);
         stem = replaced.text;
         if (!proposal.problem)
             proposal.problem = replaced.problem;
+    }
+    // Positions count what the reader will see, so a date standing in as one
+    // character is written out first; it then takes the letter case and
+    // separators like the rest of the stem.
+    if (editsByPosition) {
+        QString written;
+        appendWithDates(written, stem, dates);
+        stem = editedByPosition(written, rules);
     }
     QString assembled = prefix.expanded(values, proposal, dateText) + stem +
                         suffix.expanded(values, proposal, dateText);
@@ -131,13 +188,7 @@ NameTokens::Expansion RuleNamer::proposal(const QString& name, std::int64_t inde
     // Built in one piece: thousands of names are made on every keystroke.
     QString& result = proposal.text;
     result.reserve(cased.size() + 10 * dates.size() + 12 + extension.size());
-    for (QChar unit : cased) {
-        const qsizetype date = unit.unicode() - firstStandIn;
-        if (date >= 0 && date < dates.size())
-            result += dates[date];
-        else
-            result += unit;
-    }
+    appendWithDates(result, cased, dates);
     if (rules.sequence) {
         result += character(rules.separator);
         result += sequenceNumber(rules.sequenceStart, index, rules.sequencePadding);

@@ -22,7 +22,13 @@ public:
 private:
     const RenameRules& rules;
     NameTokens::Text baseName;
-    NameTokens::Text replacement;
+    // Each find and replace step's find and its replacement's text, the
+    // first step first; steps that find nothing are left out.
+    struct Step {
+        qsizetype index;
+        NameTokens::Text replacement;
+    };
+    QList<Step> steps;
     NameTokens::Text prefix;
     NameTokens::Text suffix;
     std::int64_t shift = 0;
@@ -30,4 +36,5 @@ private:
     // Whether a rule text holds a private-use character, so that dates
     // cannot stand in as one (see proposal).
     bool textsHoldStandIn = false;
+    bool editsByPosition = false;
 };

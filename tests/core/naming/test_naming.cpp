@@ -28,9 +28,10 @@ const QString windowsDevice = QStringLiteral(
 const char* const ruleKeys[] = {"baseName",      "find",           "replacement", "prefix",
                                 "suffix",        "nameCase",       "separator",   "sequence",
                                 "sequenceStart", "sequencePadding"};
-const char* const laterKeys[] = {"order",         "descending",       "regex",
-                                 "removeAccents", "numberDuplicates", "duplicateFormat",
-                                 "shiftDates",    "companions"};
+const char* const laterKeys[] = {
+    "order",           "descending", "regex",      "removeAccents",    "numberDuplicates",
+    "duplicateFormat", "shiftDates", "companions", "moreReplacements", "removeStart",
+    "removeEnd",       "insertion",  "insertAt"};
 
 // What is known of the file: nothing, its modified date only, or also the date it was taken.
 enum Facts { noFacts, modifiedOnly, taken };
@@ -195,6 +196,8 @@ private slots:
         QTest::newRow("number for regex") << false << "/regex" << "1";
         QTest::newRow("unknown duplicate format") << false << "/duplicateFormat" << "\" (2)\"";
         QTest::newRow("number for date shift") << false << "/shiftDates" << "60";
+        QTest::newRow("replacement not a list") << false << "/moreReplacements" << R"({"find":"a","replacement":"b"})";
+        QTest::newRow("replacement without its find") << false << "/moreReplacements" << R"([{"replacement":"b"}])";
         QTest::newRow("not a uuid") << true << "/id" << "\"not-a-uuid\"";
         QTest::newRow("non-hex digit") << true << "/id" << "\"0F8FAD5B-D9CB-469F-A165-70867728950G\"";
         QTest::newRow("full-width digit") << true << "/id" << "\"0F8FAD5B-D9CB-469F-A165-70867728950\uff10\"";
@@ -271,6 +274,12 @@ void NamingTest::proposal_data() {
     QTest::newRow("Greek, Cyrillic, Japanese kept") << Proposal{"Ελληνικά ёлка йод がぎ 漢字.txt", accents, "Ελληνικά ёлка йод がぎ 漢字.txt"};
     QTest::newRow("after replace, with prefix, never the extension") << Proposal{"tete.é", R"({"removeAccents":true,"find":"e","replacement":"ê","prefix":"Été "})", "Ete tete.é"};
     QTest::newRow("before letter case") << Proposal{"Ærø.txt", R"({"removeAccents":true,"nameCase":"lower"})", "aero.txt"};
+    QTest::newRow("replacements in turn, each on what the last left") << Proposal{"a-b.txt", R"({"find":"a","replacement":"b","moreReplacements":[{"find":"b","replacement":"c"},{"find":"","replacement":"x"},{"find":"-","replacement":""}]})", "cc.txt"};
+    QTest::newRow("each pattern its own groups") << Proposal{"IMG_12.jpg", R"x({"regex":true,"find":"IMG_","replacement":"","moreReplacements":[{"find":"(\\d)(\\d)","replacement":"$2$1"},{"find":"(","replacement":""}]})x", "21.jpg", "This regular expression has a mistake at character 2: missing closing parenthesis."};
+    QTest::newRow("removed from both ends by character, after replacing") << Proposal{"xét😀.txt", R"({"find":"x","replacement":"ab","removeStart":1,"removeEnd":1})", "bét.txt"};
+    QTest::newRow("inserted after the first characters, before the prefix") << Proposal{"abcd.txt", R"({"insertion":"-","insertAt":1,"prefix":"p"})", "pa-bcd.txt"};
+    QTest::newRow("insert before the last characters") << Proposal{"abcd.txt", R"({"insertion":"-","insertAt":-1})", "abc-d.txt"};
+    QTest::newRow("counts beyond the stem take it whole") << Proposal{"ab.txt", R"({"removeStart":9223372036854775807,"insertion":"x","insertAt":-9223372036854775808})", "x.txt"};
     photo("taken, folder, sequence", dated, "2026-05-04 Lisbon 001.JPG");
     photo("no date taken: the modified date", dated, "2026-06-01 Lisbon 001.JPG", "", modifiedOnly);
     photo("dates keep their format under case and separators", R"({"baseName":"{modified:d MMM yy} {name}","nameCase":"upper","separator":"hyphen"})", "1 Jun 26-IMG-4821.JPG");
@@ -292,6 +301,7 @@ void NamingTest::proposal_data() {
     QTest::newRow("track format that is no width") << Proposal{"01.mp3", R"({"baseName":"{track:#}"})", "{track:#}.mp3", "{track} takes zeros after its colon, one for each digit, as in {track:00}.", 0, taken};
     photo("metadata not read yet", R"({"baseName":"{width}"})", "{width}.JPG", "The metadata of this file has not been read yet.", noFacts);
     photo("date shift without a date", R"({"baseName":"{name}","shiftDates":"1h"})", "IMG_4821.JPG");
+    photo("a date counts by its characters", R"({"baseName":"{taken} {name}","removeStart":5,"nameCase":"lower"})", "05-04 img_4821.JPG");
     // clang-format on
 }
 
@@ -301,7 +311,8 @@ void NamingTest::jsonRoundTrip() {
         "sequenceStart":-9223372036854775808,"sequencePadding":-7,
         "order":"taken","descending":true,"regex":true,"removeAccents":true,
         "numberDuplicates":true,"duplicateFormat":"underscore","shiftDates":"+1d 02:00",
-        "companions":true})");
+        "companions":true,"moreReplacements":[{"find":"a","replacement":"{name}"}],
+        "removeStart":-1,"removeEnd":2,"insertion":"i","insertAt":-3})");
     Json json = original;
     std::vector<std::string> keys, expected(std::begin(ruleKeys), std::end(ruleKeys));
     expected.insert(expected.end(), std::begin(laterKeys), std::end(laterKeys));
