@@ -3,19 +3,22 @@
 #include "app/app_model.h"
 #include "core/naming/date_shift.h"
 #include "ui/inspector_text.h"
+#include "ui/replacement_steps.h"
 #include "ui/sheen.h"
 #include "ui/symbols.h"
 #include "ui/toggle_switch.h"
+#include "ui/token_menu.h"
 #include "ui/windows_check_control.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QRegularExpressionValidator>
 #include <QScopedValueRollback>
 #include <QSignalBlocker>
+#include <QSpinBox>
+#include <QToolButton>
 
 #include <algorithm>
 #include <optional>
@@ -52,30 +55,6 @@ QComboBox* choice(const QString& accessibleName) {
     return box;
 }
 
-// The tokens a field can take, as the menu offers them, in groups: the file,
-// the image, the song. A date's format can be changed after the colon.
-struct TokenChoice {
-    const char* label;
-    const char* token;
-};
-constexpr TokenChoice tokenChoices[] = {
-    {"Date taken", "{taken:yyyy-MM-dd}"},
-    {"Date modified", "{modified:yyyy-MM-dd}"},
-    {"Folder name", "{folder}"},
-    {"Original name", "{name}"},
-    {nullptr, nullptr},
-    {"Camera model", "{camera}"},
-    {"Lens", "{lens}"},
-    {"Width in pixels", "{width}"},
-    {"Height in pixels", "{height}"},
-    {nullptr, nullptr},
-    {"Artist", "{artist}"},
-    {"Album", "{album}"},
-    {"Title", "{title}"},
-    {"Track number", "{track:00}"},
-    {"Year", "{year}"},
-};
-
 // Why a field's text cannot be used, under the field, hidden until there is
 // a reason.
 QLabel* problemNote(const QString& accessibleName) {
@@ -85,39 +64,6 @@ QLabel* problemNote(const QString& accessibleName) {
     note->setStyleSheet(QStringLiteral("color: #b42b2b;"));
     note->hide();
     return note;
-}
-
-// A "{ }" button inside the field that opens the token menu; the chosen token
-// goes in at the cursor, as if typed.
-void addTokenMenu(QLineEdit* line) {
-    auto* menu = new QMenu(line);
-    menu->setAccessibleName(QStringLiteral("Insert a token"));
-    for (const TokenChoice& choice : tokenChoices) {
-        if (!choice.label) {
-            menu->addSeparator();
-            continue;
-        }
-        const QString token = QString::fromUtf8(choice.token);
-        QAction* item =
-            menu->addAction(QString::fromUtf8(choice.label) + QLatin1Char('\t') + token);
-        QObject::connect(item, &QAction::triggered, line, [line, token] {
-            line->insert(token);
-            // `insert` signals textChanged only; the rules listen for edits.
-            emit line->textEdited(line->text());
-        });
-    }
-    menu->addSeparator();
-    QAction* help = menu->addAction(
-        QStringLiteral("Dates take Qt's format letters after the colon, e.g. {taken:d MMM yyyy}"));
-    help->setEnabled(false);
-    QAction* open =
-        line->addAction(Symbols::icon(QStringLiteral("curlybraces")), QLineEdit::TrailingPosition);
-    open->setToolTip(QStringLiteral("Insert a token: date taken, date modified, folder, "
-                                    "original name, camera, lens, size or a song's tags"));
-    QObject::connect(open, &QAction::triggered, line, [line, menu] {
-        menu->popup(
-            line->mapToGlobal(QPoint(line->width() - menu->sizeHint().width(), line->height())));
-    });
 }
 
 } // namespace
@@ -161,6 +107,16 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     replaceSection->setSpacing(5);
     replaceSection->addWidget(InspectorText::section(QStringLiteral("FIND & REPLACE")));
     replaceSection->addLayout(replaceRow);
+    moreReplacements = new ReplacementSteps(fieldHeight);
+    replaceSection->addWidget(moreReplacements);
+    auto* addReplacement = new QToolButton;
+    addReplacement->setText(QStringLiteral("Add a replacement"));
+    addReplacement->setIcon(Symbols::icon(QStringLiteral("plus")));
+    addReplacement->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    addReplacement->setAutoRaise(true);
+    addReplacement->setToolTip(
+        QStringLiteral("Another find and replace, applied to what the ones above left."));
+    replaceSection->addWidget(addReplacement, 0, Qt::AlignLeft);
     // Under both fields, as a long sentence would not fit under one.
     patternProblem = problemNote(QStringLiteral("Find pattern problem"));
     replaceSection->addWidget(patternProblem);
@@ -170,6 +126,34 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
         "and \\U or \\L up to \\E for upper or lower case."));
     replaceSection->addWidget(regex, 0, Qt::AlignLeft);
     layout->addLayout(replaceSection);
+
+    auto count = [](const QString& accessibleName, int lowest) {
+        auto* box = new QSpinBox;
+        box->setAccessibleName(accessibleName);
+        box->setRange(lowest, 999);
+        box->setFixedHeight(fieldHeight);
+        return box;
+    };
+    removeStart = count(QStringLiteral("Characters removed from the start"), 0);
+    removeEnd = count(QStringLiteral("Characters removed from the end"), 0);
+    insertAt = count(QStringLiteral("Insert at position"), -999);
+    insertAt->setToolTip(QStringLiteral("After this many characters of the name; a negative "
+                                        "number counts back from its end."));
+    auto* removing = new QHBoxLayout;
+    removing->setSpacing(10);
+    removing->addLayout(InspectorText::labelled(QStringLiteral("REMOVE FROM START"), removeStart),
+                        1);
+    removing->addLayout(InspectorText::labelled(QStringLiteral("REMOVE FROM END"), removeEnd), 1);
+    layout->addLayout(removing);
+    auto* inserting = new QHBoxLayout;
+    inserting->setSpacing(10);
+    inserting->addLayout(
+        InspectorText::labelled(QStringLiteral("INSERT"),
+                                addTextField(QStringLiteral("Insert"), QStringLiteral("Text"),
+                                             &RenameRules::insertion, false)),
+        1);
+    inserting->addLayout(InspectorText::labelled(QStringLiteral("AT POSITION"), insertAt), 1);
+    layout->addLayout(inserting);
 
     auto* affixes = new QHBoxLayout;
     affixes->setSpacing(10);
@@ -315,6 +299,21 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
         bool descending = direction->currentData().toInt() == 1;
         edit([descending](RenameRules& rules) { rules.descending = descending; });
     });
+    connect(moreReplacements, &ReplacementSteps::edited, this,
+            [this](const QList<Replacement>& steps) {
+                edit([&steps](RenameRules& rules) { rules.moreReplacements = steps; });
+            });
+    connect(addReplacement, &QToolButton::clicked, this, [this] {
+        edit([](RenameRules& rules) { rules.moreReplacements.append(Replacement()); });
+        moreReplacements->focusLast();
+    });
+    for (auto [box, field] : {std::pair(removeStart, &RenameRules::removeStart),
+                              std::pair(removeEnd, &RenameRules::removeEnd),
+                              std::pair(insertAt, &RenameRules::insertAt)}) {
+        connect(box, &QSpinBox::valueChanged, this, [this, field](int value) {
+            edit([field, value](RenameRules& rules) { rules.*field = value; });
+        });
+    }
     connect(regex, &QCheckBox::clicked, this,
             [this](bool on) { edit([on](RenameRules& rules) { rules.regex = on; }); });
     connect(removeAccents, &QCheckBox::clicked, this,
@@ -366,7 +365,7 @@ QWidget* RulesInspector::addTextField(const QString& name, const QString& placeh
         textFields.append({line, field});
         return line;
     }
-    addTokenMenu(line);
+    TokenMenu::attach(line);
     auto* unknown = InspectorText::note(QString());
     unknown->setAccessibleName(name + QStringLiteral(" tokens"));
     unknown->hide();
@@ -418,11 +417,18 @@ void RulesInspector::showRules() {
         text.unknownTokens->setText(lines.join(QLatin1Char('\n')));
         text.unknownTokens->setVisible(!lines.isEmpty());
     }
+    moreReplacements->showSteps(rules.moreReplacements);
+    // The first step's problem: each blocks the whole batch alike.
     std::optional<QString> problem;
-    if (rules.regex && !rules.find.isEmpty()) {
-        FindPattern::Compiled pattern = rules.compiled.find(rules.find);
-        problem = pattern.problem ? pattern.problem
-                                  : FindPattern::referenceProblem(pattern.regex, rules.replacement);
+    QList<Replacement> steps{{rules.find, rules.replacement}};
+    steps.append(rules.moreReplacements);
+    for (qsizetype step = 0; rules.regex && !problem && step < steps.size(); ++step) {
+        if (steps[step].find.isEmpty())
+            continue;
+        FindPattern::Compiled pattern = rules.compiled.find(steps[step].find, step);
+        problem = pattern.problem
+                      ? pattern.problem
+                      : FindPattern::referenceProblem(pattern.regex, steps[step].replacement);
     }
     patternProblem->setText(problem.value_or(QString()));
     patternProblem->setVisible(problem.has_value());
@@ -439,6 +445,14 @@ void RulesInspector::showRules() {
         QSignalBlocker companionsBlocker(companions);
         companions->setChecked(rules.companions);
     }
+    for (auto [box, value] :
+         {std::pair(removeStart, rules.removeStart), std::pair(removeEnd, rules.removeEnd),
+          std::pair(insertAt, rules.insertAt)}) {
+        QSignalBlocker blocker(box);
+        // A recipe edited by hand may hold more than the box shows.
+        box->setValue(int(std::clamp<std::int64_t>(value, box->minimum(), box->maximum())));
+    }
+    insertAt->setEnabled(!rules.insertion.isEmpty());
     selectData(duplicateFormat, static_cast<int>(rules.duplicateFormat));
     duplicateFormat->setEnabled(rules.numberDuplicates);
     selectData(letterCase, static_cast<int>(rules.nameCase));

@@ -13,6 +13,8 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
+class QSpinBox;
+class ReplacementSteps;
 class ToggleSwitch;
 
 // The panel beside the preview in rules mode. Every control writes straight
@@ -48,7 +50,11 @@ private:
     bool showingRules = false;
     QLabel* subtitle;
     QList<TextField> textFields;
+    ReplacementSteps* moreReplacements;
     QCheckBox* regex;
+    QSpinBox* removeStart;
+    QSpinBox* removeEnd;
+    QSpinBox* insertAt;
     // Why the find pattern cannot be used, under the find field.
     QLabel* patternProblem;
     ToggleSwitch* removeAccents;

@@ -106,6 +106,8 @@ QString state(QWidget* root, const QString& control) {
         return field->text();
     if (auto* box = named<QComboBox>(root, control))
         return box->currentText();
+    if (auto* count = named<QSpinBox>(root, control))
+        return count->text();
     return withText(root, control)->isChecked() ? u"on"_s : u"off"_s;
 }
 
@@ -226,12 +228,18 @@ private slots:
             {u"Number duplicates"_s, u"on"_s, [](Rules r) { r.numberDuplicates = true; }},
             {u"Duplicate number format"_s, u"name_2"_s, [](Rules r) { r.duplicateFormat = DuplicateFormat::underscore; }},
             {u"Keep companion files together"_s, u"on"_s, [](Rules r) { r.companions = true; }},
+            {u"Characters removed from the start"_s, u"2"_s, [](Rules r) { r.removeStart = 2; }},
+            {u"Characters removed from the end"_s, u"1"_s, [](Rules r) { r.removeEnd = 1; }},
+            {u"Insert"_s, u"-"_s, [](Rules r) { r.insertion = u"-"_s; }},
+            {u"Insert at position"_s, u"-3"_s, [](Rules r) { r.insertAt = -3; }},
         };
         // clang-format on
         RenameRules expected;
         for (const auto& step : steps) {
-            if (auto* field = named<QLineEdit>(&inspector, step.control))
+            if (QWidget* field = named<QLineEdit>(&inspector, step.control))
                 typeInto(field, step.value);
+            else if (QWidget* count = named<QSpinBox>(&inspector, step.control))
+                typeInto(count, step.value);
             else if (auto* box = named<QComboBox>(&inspector, step.control))
                 QVERIFY2(choose(box, step.value), qPrintable(step.control));
             else
@@ -286,7 +294,7 @@ private slots:
         const QString notAToken = u"{draft} is not a token; kept as text"_s;
         typeInto(base, u"{draft} "_s);
         QVERIFY(shows(&inspector, {notAToken}));
-        base->actions().constFirst()->trigger();
+        QTest::keyClick(base, Qt::Key_Space, Qt::ControlModifier);
         auto* menu = base->findChild<QMenu*>();
         QVERIFY(menu && menu->isVisible());
         for (QAction* item : menu->actions())
@@ -308,6 +316,14 @@ private slots:
         typeInto(named<QLineEdit>(&inspector, u"Replace with"_s), u"${what}"_s);
         QVERIFY(!shows(&inspector, {mistake}));
         QVERIFY(!shows(&inspector, {u"{what} is not a token; kept as text"_s}));
+        // Further replacements come and go; the new one takes the cursor.
+        QVERIFY(press(&inspector, u"Add a replacement"_s));
+        QTest::keyClicks(QApplication::focusWidget(), u"a"_s);
+        typeInto(named<QLineEdit>(&inspector, u"Replace with, step 2"_s), u"b"_s);
+        QCOMPARE(model->rules().moreReplacements, (QList<Replacement>{{u"a"_s, u"b"_s}}));
+        QTest::mouseClick(named<QToolButton>(&inspector, u"Remove replacement, step 2"_s),
+                          Qt::LeftButton);
+        QVERIFY(model->rules().moreReplacements.isEmpty());
         typeInto(named<QLineEdit>(&inspector, u"Shift dates"_s), u"+1h"_s);
         QVERIFY(shows(&inspector,
                       {u"“+1h” is not a date shift; write it as +01:00, -00:30 or +1d 02:00."_s}));
