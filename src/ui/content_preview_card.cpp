@@ -23,13 +23,82 @@
 
 using namespace ContentParts;
 
+namespace {
+
+// The preview's rows with each name column as wide as its longest name, so
+// names are read whole; when the two columns cannot both be that wide, both
+// names share the one column, the new name under the original.
+class PreviewTable : public QTableView {
+public:
+    PreviewTable(PreviewTableModel* rows, PreviewRowDelegate* rowDelegate)
+        : rows(rows), rowDelegate(rowDelegate) {
+        setModel(rows);
+        setItemDelegateForColumn(PreviewTableModel::proposed, rowDelegate);
+        connect(rows, &QAbstractItemModel::modelReset, this, [this] {
+            measured = false;
+            fit();
+        });
+    }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QTableView::resizeEvent(event);
+        fit();
+    }
+
+private:
+    // Measured when the rows change rather than at every resize; only the
+    // longest names are measured, as 5,000 rows are too many to measure at
+    // every keystroke.
+    void measure() {
+        for (int column : {PreviewTableModel::original, PreviewTableModel::proposed}) {
+            int width = horizontalHeader()->sectionSizeHint(column);
+            for (int row : rows->longestRows(PreviewTableModel::Column(column), 24))
+                width = std::max(width, sizeHintForIndex(rows->index(row, column)).width());
+            wanted[column] = width;
+        }
+    }
+
+    void fit() {
+        if (!measured) {
+            measure();
+            measured = true;
+        }
+        const bool stacked =
+            wanted[PreviewTableModel::original] + wanted[PreviewTableModel::proposed] >
+            viewport()->width();
+        if (stacked != rowDelegate->isStacked()) {
+            rowDelegate->setStacked(stacked);
+            rows->setNamesStacked(stacked);
+            setColumnHidden(PreviewTableModel::original, stacked);
+            verticalHeader()->setDefaultSectionSize(stacked ? PreviewRowDelegate::stackedRowHeight
+                                                            : PreviewRowDelegate::rowHeight);
+            viewport()->update();
+        }
+        if (!stacked)
+            horizontalHeader()->resizeSection(PreviewTableModel::original,
+                                              wanted[PreviewTableModel::original]);
+    }
+
+    PreviewTableModel* rows;
+    PreviewRowDelegate* rowDelegate;
+    int wanted[PreviewTableModel::columnCount_] = {};
+    bool measured = false;
+};
+
+} // namespace
+
 QWidget* ContentView::makePreviewCard() {
     QFrame* frame = card();
     auto* layout = new QVBoxLayout(frame);
-    layout->setContentsMargins(16, 14, 16, 12);
+    // The rows reach nearly to the card's edges, where every pixel is
+    // another character of a long name; the rest keeps the card's margin.
+    constexpr int inset = 12;
+    layout->setContentsMargins(4, 14, 4, 12);
     layout->setSpacing(8);
 
     auto* top = new QHBoxLayout;
+    top->setContentsMargins(inset, 0, inset, 0);
     auto* titles = new QVBoxLayout;
     titles->setSpacing(0);
     liveCount = label(QString(), 11, Sheen::secondary(), QFont::DemiBold);
@@ -86,9 +155,8 @@ QWidget* ContentView::makePreviewCard() {
     emptyLayout->addStretch(1);
     previewStack->addWidget(empty);
 
-    table = new QTableView;
-    tableModel = new PreviewTableModel(model, table);
-    table->setModel(tableModel);
+    tableModel = new PreviewTableModel(model, this);
+    table = new PreviewTable(tableModel, new PreviewRowDelegate(this));
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     table->setShowGrid(false);
@@ -96,15 +164,12 @@ QWidget* ContentView::makePreviewCard() {
     table->setWordWrap(false);
     table->setTextElideMode(Qt::ElideMiddle);
     table->verticalHeader()->hide();
-    table->verticalHeader()->setDefaultSectionSize(44);
-    table->setItemDelegateForColumn(PreviewTableModel::proposed, new PreviewRowDelegate(table));
+    table->verticalHeader()->setDefaultSectionSize(PreviewRowDelegate::rowHeight);
     table->setIconSize(QSize(25, 29));
-    // The person can widen either column to read a long name; the new name
-    // takes whatever is left, and the full names and problems are in each
-    // cell's tooltip.
-    table->horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
+    // The columns follow the names; a name cut for want of room keeps its
+    // ends, and the full names and problems are in each cell's tooltip.
+    table->horizontalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     table->horizontalHeader()->setStretchLastSection(true);
-    table->horizontalHeader()->setDefaultSectionSize(200);
     table->horizontalHeader()->setHighlightSections(false);
     table->setFrameShape(QFrame::NoFrame);
     // Tab leaves the table for the next control instead of walking every cell.
@@ -132,6 +197,7 @@ QWidget* ContentView::makePreviewCard() {
     layout->addWidget(previewStack, 1);
 
     auto* summary = new QHBoxLayout;
+    summary->setContentsMargins(inset, 0, inset, 0);
     summaryText = label(QString(), 12, Sheen::secondary());
     reviewButton = plainButton(QString());
     reviewButton->setStyleSheet(QStringLiteral("QPushButton { border: none; color: #b42b2b; "
@@ -149,6 +215,7 @@ QWidget* ContentView::makePreviewCard() {
     layout->addLayout(summary);
     volumeNoteText = label(QString(), 12, Sheen::secondary());
     volumeNoteText->setWordWrap(true);
+    volumeNoteText->setContentsMargins(inset, 0, inset, 0);
     layout->addWidget(volumeNoteText);
 
     conflictDetails = new QFrame;
@@ -181,7 +248,10 @@ QWidget* ContentView::makePreviewCard() {
     scroll->setMinimumHeight(120);
     scroll->setMaximumHeight(220);
     details->addWidget(scroll);
-    layout->addWidget(conflictDetails);
+    auto* conflictsInset = new QHBoxLayout;
+    conflictsInset->setContentsMargins(inset, 0, inset, 0);
+    conflictsInset->addWidget(conflictDetails);
+    layout->addLayout(conflictsInset);
     return frame;
 }
 

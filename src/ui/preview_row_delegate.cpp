@@ -7,6 +7,16 @@
 #include <QApplication>
 #include <QPainter>
 
+namespace {
+
+// Every line's mark (glyph, arrow or status) in one narrow gutter, so the
+// names and the status start at one edge and keep the rest of the width.
+constexpr int leftMargin = 6;
+constexpr int rightMargin = 4;
+constexpr int markWidth = 20;
+
+} // namespace
+
 void PreviewRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                                const QModelIndex& index) const {
     QStyleOptionViewItem background = option;
@@ -16,22 +26,38 @@ void PreviewRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     QApplication::style()->drawControl(QStyle::CE_ItemViewItem, &background, painter);
 
     painter->save();
-    const QRect area = option.rect.adjusted(6, 4, -8, -4);
-    const int half = area.height() / 2;
-    QRect nameLine(area.left(), area.top(), area.width(), half);
-    QRect statusLine(area.left(), area.top() + half, area.width(), area.height() - half);
-
-    Symbols::icon(QStringLiteral("arrow.right"))
-        .paint(painter, QRect(nameLine.left(), nameLine.center().y() - 7, 14, 14));
+    const QRect area = option.rect.adjusted(leftMargin, 4, -rightMargin, -4);
+    const int lines = stacked ? 3 : 2;
+    const int lineHeight = area.height() / lines;
+    auto line = [&](int number) {
+        return QRect(area.left(), area.top() + number * lineHeight, area.width(), lineHeight);
+    };
     const bool selected = option.state & QStyle::State_Selected;
-    painter->setPen(selected ? option.palette.highlightedText().color() : Sheen::ink());
-    QRect text = nameLine.adjusted(20, 0, 0, 0);
-    painter->drawText(
-        text, Qt::AlignLeft | Qt::AlignVCenter,
-        option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, text.width()));
+    const QColor ink = selected ? option.palette.highlightedText().color() : Sheen::ink();
+    // Names lose their middle, never their extension or the number at the
+    // end that tells one file of a sequence from the next.
+    auto drawName = [&](const QRect& rect, const QIcon& mark, QSize markSize, const QString& name) {
+        mark.paint(painter, QRect(QPoint(rect.left() + (14 - markSize.width()) / 2,
+                                         rect.center().y() - markSize.height() / 2),
+                                  markSize));
+        painter->setPen(ink);
+        QRect text = rect.adjusted(markWidth, 0, 0, 0);
+        painter->drawText(text, Qt::AlignLeft | Qt::AlignVCenter,
+                          option.fontMetrics.elidedText(name, Qt::ElideMiddle, text.width()));
+    };
 
+    if (stacked) {
+        const QModelIndex source = index.siblingAtColumn(PreviewTableModel::original);
+        drawName(line(0), source.data(Qt::DecorationRole).value<QIcon>(), QSize(14, 16),
+                 source.data().toString());
+    }
+    const QRect nameLine = line(lines - 2);
+    drawName(nameLine, Symbols::icon(QStringLiteral("arrow.right")), QSize(14, 14),
+             index.data().toString());
+
+    const QRect statusLine = line(lines - 1);
     QIcon icon = index.data(PreviewTableModel::statusIconRole).value<QIcon>();
-    icon.paint(painter, QRect(statusLine.left() + 20, statusLine.center().y() - 6, 12, 12));
+    icon.paint(painter, QRect(statusLine.left() + 1, statusLine.center().y() - 6, 12, 12));
     QFont small = option.font;
     small.setPixelSize(11);
     painter->setFont(small);
@@ -39,7 +65,7 @@ void PreviewRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     painter->setPen(selected  ? option.palette.highlightedText().color()
                     : problem ? QColor(0xb4, 0x2b, 0x2b)
                               : Sheen::secondary());
-    QRect statusText = statusLine.adjusted(38, 0, 0, 0);
+    QRect statusText = statusLine.adjusted(markWidth, 0, 0, 0);
     painter->drawText(
         statusText, Qt::AlignLeft | Qt::AlignVCenter,
         QFontMetrics(small).elidedText(index.data(PreviewTableModel::statusRole).toString(),
@@ -47,8 +73,14 @@ void PreviewRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     painter->restore();
 }
 
+// As wide as the new name needs to be read whole; the status may be cut, as
+// its whole text is in the tooltip.
 QSize PreviewRowDelegate::sizeHint(const QStyleOptionViewItem& option,
                                    const QModelIndex& index) const {
-    QSize base = QStyledItemDelegate::sizeHint(option, index);
-    return {base.width(), 44};
+    int width = option.fontMetrics.horizontalAdvance(index.data().toString());
+    if (stacked)
+        width = std::max(width,
+                         option.fontMetrics.horizontalAdvance(
+                             index.siblingAtColumn(PreviewTableModel::original).data().toString()));
+    return {leftMargin + markWidth + width + rightMargin, stacked ? stackedRowHeight : rowHeight};
 }

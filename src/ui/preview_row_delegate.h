@@ -3,13 +3,24 @@
 #include <QStyledItemDelegate>
 
 // Draws a new name with an arrow before it and the row's status under it,
-// so the status has the whole column's width to say what is wrong.
+// so the status has the whole column's width to say what is wrong. Stacked,
+// it draws the original name above the new one, for when the original
+// name's column is hidden to give both names the whole width.
 class PreviewRowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
+    static constexpr int rowHeight = 44;
+    static constexpr int stackedRowHeight = 62;
+
+    void setStacked(bool stacked) { this->stacked = stacked; }
+    bool isStacked() const { return stacked; }
+
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+private:
+    bool stacked = false;
 };

@@ -7,6 +7,9 @@
 
 #include <QMimeData>
 
+#include <algorithm>
+#include <numeric>
+
 PreviewTableModel::PreviewTableModel(const AppModel& model, QObject* parent)
     : QAbstractTableModel(parent), model(model) {
     connect(&model, &AppModel::rowsChanged, this, [this] {
@@ -25,6 +28,28 @@ int PreviewTableModel::columnCount(const QModelIndex& parent) const {
 
 QString PreviewTableModel::pathAt(int row) const {
     return model.rows().value(row).id();
+}
+
+QList<int> PreviewTableModel::longestRows(Column column, int count) const {
+    QList<qsizetype> lengths;
+    lengths.reserve(model.rows().size());
+    for (const PreviewRow& row : model.rows())
+        lengths.append(column == original ? row.intent.source.name().size()
+                                          : row.intent.filename.size());
+    QList<int> order(lengths.size());
+    std::iota(order.begin(), order.end(), 0);
+    auto end = order.begin() + std::min<qsizetype>(count, order.size());
+    std::partial_sort(order.begin(), end, order.end(),
+                      [&](int a, int b) { return lengths[a] > lengths[b]; });
+    order.erase(end, order.end());
+    return order;
+}
+
+void PreviewTableModel::setNamesStacked(bool stacked) {
+    if (stacked == namesStacked)
+        return;
+    namesStacked = stacked;
+    emit headerDataChanged(Qt::Horizontal, 0, columnCount_ - 1);
 }
 
 namespace {
@@ -51,10 +76,14 @@ QStringList PreviewTableModel::mimeTypes() const {
 }
 
 QMimeData* PreviewTableModel::mimeData(const QModelIndexList& indexes) const {
+    // Whichever columns are on screen: the original name's may be hidden.
     QStringList ids;
+    QSet<int> rows;
     for (const QModelIndex& index : indexes) {
-        if (index.column() == 0)
+        if (!rows.contains(index.row())) {
+            rows.insert(index.row());
             ids.append(pathAt(index.row()));
+        }
     }
     auto* data = new QMimeData;
     data->setData(rowsType, ids.join(QLatin1Char('\n')).toUtf8());
@@ -96,7 +125,8 @@ QVariant PreviewTableModel::data(const QModelIndex& index, int role) const {
         if (role == Qt::DisplayRole)
             return Filename::shown(row.intent.filename);
         if (role == Qt::ToolTipRole)
-            return Filename::shown(row.intent.filename) + QStringLiteral("\n") + statusText(row);
+            return (namesStacked ? Filename::shown(name) + QStringLiteral("\n→ ") : QString()) +
+                   Filename::shown(row.intent.filename) + QStringLiteral("\n") + statusText(row);
         if (role == statusRole)
             return statusText(row);
         if (role == problemRole)
@@ -119,7 +149,7 @@ QVariant PreviewTableModel::headerData(int section, Qt::Orientation orientation,
     case original:
         return QStringLiteral("Original name");
     case proposed:
-        return QStringLiteral("New name");
+        return namesStacked ? QStringLiteral("Original and new name") : QStringLiteral("New name");
     default:
         return QString();
     }
