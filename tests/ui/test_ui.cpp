@@ -479,6 +479,17 @@ private slots:
             return QStringList{table->model()->index(0, 0).data().toString(),
                                table->model()->index(1, 0).data().toString()};
         };
+        // At the default size a new name of 60 characters has room to be read
+        // whole, however the columns are arranged.
+        model->setRules({.suffix = u" tram 28 climbing Rua da Conceição past the Sé, May"_s});
+        QVERIFY(settled(*model));
+        for (int column : {0, 1}) {
+            const QModelIndex cell = table->model()->index(0, column);
+            QVERIFY(table->isColumnHidden(column) ||
+                    table->sizeHintForIndex(cell).width() <= table->visualRect(cell).width());
+        }
+        model->setRules({});
+        QVERIFY(settled(*model));
         const QStringList before = rowNames();
         table->selectRow(0);
         QTest::keyClick(table, Qt::Key_Down, Qt::AltModifier);
