@@ -5,7 +5,8 @@
 // confirmation and the set-aside record afterwards, photos named by the day
 // they were taken and their camera, the clock shifted, with the token menu
 // open, and names made by a pattern with accents removed and duplicates
-// numbered. Run by scripts/render-window; look at every picture.
+// numbered, and long names at three sizes. Run by scripts/render-window;
+// look at every picture.
 //
 //   window-pictures OUTPUT_DIR
 
@@ -322,6 +323,41 @@ int main(int argc, char** argv) {
         text.model.setRules(rules);
         waitForPreview(text.model);
         save(&text.window, "23-invalid-pattern");
+    }
+    {
+        // Long names, up to 60 characters, read whole from the default size
+        // up and cut in the middle below it; one photo has no date taken,
+        // which its row says.
+        QString folder = work.path() + "/long/Lisbon";
+        QDir().mkpath(folder);
+        const char* photos[][2] = {
+            {"IMG_4821 Lisbon harbour, ferry leaving Cais do Sodré.JPG", "2026:05:04 18:02:11"},
+            {"IMG_4822 Tram 28 climbing Rua da Conceição past the Sé.JPG", "2026:05:04 09:15:40"},
+            {"IMG_4823 Miradouro de Santa Luzia, tiles in the sun.JPG", ""},
+            {"IMG_4830 Belém tower from the river at low tide.JPG", "2026:05:05 11:20:00"}};
+        for (const auto& [name, taken] : photos) {
+            auto image = Exiv2::ImageFactory::create(
+                Exiv2::ImageType::jpeg, (folder + "/" + QString::fromUtf8(name)).toStdString());
+            Exiv2::ExifData exif;
+            if (*taken)
+                exif["Exif.Photo.DateTimeOriginal"] = taken;
+            image->setExifData(exif);
+            image->writeMetadata();
+        }
+        Session named(work.path() + "/long-session");
+        named.dialogs.openAnswers.append({QUrl::fromLocalFile(folder)});
+        named.model.openFiles(true);
+        waitUntil([&] { return !named.model.busy() && !named.model.readingProgress(); });
+        RenameRules rules;
+        rules.regex = true;
+        rules.find = R"(^IMG_\d+ )";
+        rules.replacement = "{taken} ";
+        named.model.setRules(rules);
+        waitForPreview(named.model);
+        for (QSize size : {QSize(900, 600), QSize(1000, 680), QSize(1400, 900)}) {
+            named.window.resize(size);
+            save(&named.window, QString("26-whole-names-%1").arg(size.width()));
+        }
     }
     {
         // A long rename while it runs, drawn the moment its count passes
