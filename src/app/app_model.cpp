@@ -306,6 +306,7 @@ void AppModel::refreshPreview() {
     ++previewGeneration;
     assign(previewing_, true, &AppModel::previewingChanged);
     abandonObservation(pendingInputs);
+    forgetHandNamesOfRemovedFiles();
     const QList<FileRecord> files = previewFiles();
     pendingInputs = PreviewInputs{files,
                                   knownFacts(files, rules_, mode_),
@@ -317,7 +318,8 @@ void AppModel::refreshPreview() {
                                   mappingInputError_,
                                   {},
                                   {},
-                                  files != notedFiles_};
+                                  files != notedFiles_,
+                                  handNames};
     startObservation(*pendingInputs);
     previewDelay.start();
 }

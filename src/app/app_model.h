@@ -178,6 +178,15 @@ public:
     // arranged from then on: the sequence follows.
     void moveSelection(int offset);
     void moveRows(const QStringList& ids, qsizetype before);
+    // A new name typed for the file `id`, in place of the rules' name until
+    // it is reset or the file leaves the batch. Rules mode only; an empty
+    // name resets it.
+    bool canNameByHand() const;
+    void nameByHand(const QString& id, const QString& name);
+    // Whether a selected row was named by hand; resetting gives the selected
+    // rows the rules' names again.
+    bool canResetNames() const;
+    void resetSelectedNames();
     void clear();
     void rename();
     void runRecoveryAction(bool recover);
@@ -283,6 +292,7 @@ private:
     QList<FileRecord> previewFiles() const;
     QStringList shownOrder() const;
     void arrange(const QStringList& order);
+    void forgetHandNamesOfRemovedFiles();
     void finishFileOperation(const std::optional<QString>& failure, const QString& successNotice);
     void saveRecipes();
     bool canChangeSpreadsheet() const;
@@ -323,6 +333,7 @@ private:
     QSet<QString> selection_;
     // The files' ids in the order the person arranged them, once they did.
     QStringList arrangement;
+    RulePreview::HandNames handNames;
     QList<Recipe> savedRecipes_;
     bool busy_ = false;
     bool mutatingFiles_ = false;

@@ -13,10 +13,10 @@ PreviewResult computePreview(const PreviewInputs& inputs) {
         result.volumeNote = VolumeNote::forFiles(inputs.files);
     if (inputs.mode == RenameMode::rules) {
         result.rows =
-            inputs.observation.isValid()
-                ? RulePreview::rows(inputs.files, inputs.facts, inputs.rules, inputs.checkWindows,
-                                    inputs.observation.result())
-                : RulePreview::rows(inputs.files, inputs.facts, inputs.rules, inputs.checkWindows);
+            RulePreview::rows(inputs.files, inputs.facts, inputs.rules, inputs.checkWindows,
+                              inputs.observation.isValid() ? inputs.observation.result()
+                                                           : BatchObservation::take(inputs.files),
+                              inputs.handNames);
         return result;
     }
     MappingDocument document;

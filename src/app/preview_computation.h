@@ -10,6 +10,7 @@
 #include "core/preview/preview_row.h"
 
 #include "core/preview/batch_observation.h"
+#include "core/preview/rule_preview.h"
 
 #include <QFuture>
 #include <QList>
@@ -39,6 +40,8 @@ struct PreviewInputs {
     // Whether the files differ from those of the volume note in force: only
     // then is the mount table read again, not at every keystroke.
     bool noteVolumes = true;
+    // Names typed for single files, which take the place of the rules'.
+    RulePreview::HandNames handNames;
 };
 
 struct PreviewResult {

@@ -335,7 +335,7 @@ private slots:
 
     // Rows moved by hand, by the keyboard or a drag, stay where they were put
     // and the sequence follows; a file added later comes after them.
-    void rowsArrangedByHandAreNumberedAsArranged() {
+    void rowsArrangedAndNamedByHand() {
         QVERIFY(load("Trip", {"a.jpg", "b.jpg", "c.jpg", "d.jpg"}));
         model->setRules({.prefix = "t-", .sequence = true, .order = NameOrder::size});
         QVERIFY(settled(*model));
@@ -371,6 +371,26 @@ private slots:
         QVERIFY(load("Trip", {"0.jpg"}));
         QCOMPARE(model->notice(), "5 files · as arranged");
         QVERIFY(shown().endsWith("a.jpg>t-a-004.jpg 0.jpg>t-0-005.jpg"));
+
+        // A name typed for one file is judged like any other and lasts until
+        // reset, or until the file leaves the batch.
+        model->nameByHand(disk->at("Trip/d.jpg"), "first.jpg");
+        model->nameByHand(disk->at("Trip/c.jpg"), "first.png");
+        model->nameByHand(disk->at("Trip/b.jpg"), "t-a-004.jpg");
+        QVERIFY(settled(*model));
+        QVERIFY(shown().startsWith("d.jpg>first.jpg c.jpg>first.png b.jpg>t-a-004.jpg"));
+        QCOMPARE(model->rows()[0].note, "Named by hand.");
+        QCOMPARE(model->rows()[1].problem,
+                 "Keep the original extension exactly, including letter case.");
+        QVERIFY(model->rows()[2].problem);
+        QCOMPARE(model->previewReport()->entries[0].state, "Proposed change, named by hand");
+        select({"b.jpg", "c.jpg"});
+        model->resetSelectedNames();
+        select({"d.jpg"});
+        model->removeSelected();
+        QVERIFY(load("Trip"));
+        QCOMPARE(shown(), "c.jpg>t-c-001.jpg b.jpg>t-b-002.jpg a.jpg>t-a-003.jpg "
+                          "0.jpg>t-0-004.jpg d.jpg>t-d-005.jpg");
     }
 
     // Unconfined, as a desktop program is, the process already has the

@@ -14,6 +14,8 @@ struct PreviewRow {
     // Something worth knowing about the proposed name that does not block it,
     // such as a date that came from elsewhere than the user asked.
     std::optional<QString> note = std::nullopt;
+    // The new name was typed for this one file rather than made by the rules.
+    bool namedByHand = false;
 
     QString id() const { return intent.source.id(); }
 

@@ -81,6 +81,17 @@ QString companionName(const QString& leaderName, const QString& leaderProposal,
     return stem + name.mid(Filename::extensionPeriod(name));
 }
 
+// A name typed for one file keeps its extension, as every rule does.
+NameTokens::Expansion handProposal(const QString& name, const QString& typed) {
+    NameTokens::Expansion proposal;
+    proposal.text = typed;
+    if (QStringView(typed).sliced(Filename::extensionPeriod(typed)) !=
+        QStringView(name).sliced(Filename::extensionPeriod(name)))
+        proposal.problem = QStringLiteral("Keep the original extension exactly, including "
+                                          "letter case.");
+    return proposal;
+}
+
 } // namespace
 
 namespace RulePreview {
@@ -115,9 +126,9 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
 
 QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional<FileFacts>>& facts,
                        const RenameRules& rules, bool checkWindows,
-                       const BatchObservation& observed) {
+                       const BatchObservation& observed, const HandNames& byHand) {
     if (observed.abandoned || observed.files.size() != files.size())
-        return rows(files, facts, rules, checkWindows);
+        return rows(files, facts, rules, checkWindows, BatchObservation::take(files), byHand);
     const QList<qsizetype> positions = order(files, facts, rules);
     const Leaders named = leaders(files, positions, rules.companions);
     QList<RenameIntent> intents(positions.size());
@@ -133,6 +144,11 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
             if (named.leader[index] != index)
                 continue;
             const FileRecord& file = files[positions[index]];
+            if (const auto hand = byHand.constFind(file.id()); hand != byHand.cend()) {
+                made[index] = handProposal(file.name(), *hand);
+                intended[index] = {file, *hand};
+                continue;
+            }
             const QString name = file.name();
             // Neighbours mostly share a folder; its name is worked out once.
             if (QStringView path = QStringView(file.path).chopped(name.size());
@@ -150,9 +166,14 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
         if (leader == index)
             continue;
         const FileRecord& file = files[positions[index]];
-        proposals[index] = proposals[leader];
-        proposals[index].text =
-            companionName(files[positions[leader]].name(), proposals[leader].text, file.name());
+        const auto hand = byHand.constFind(file.id());
+        if (hand != byHand.cend()) {
+            proposals[index] = handProposal(file.name(), *hand);
+        } else {
+            proposals[index] = proposals[leader];
+            proposals[index].text =
+                companionName(files[positions[leader]].name(), proposals[leader].text, file.name());
+        }
         intents[index] = {file, proposals[index].text};
     }
     if (rules.numberDuplicates)
@@ -168,6 +189,9 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
         if (proposals[index].usedModifiedDate)
             notes.prepend(QStringLiteral("No date taken in this file; {taken} is its "
                                          "modified date."));
+        rows[index].namedByHand = byHand.contains(rows[index].id());
+        if (rows[index].namedByHand)
+            notes = QStringList{QString::fromUtf8(namedByHandNote)};
         if (!notes.isEmpty())
             rows[index].note = notes.join(QLatin1Char(' '));
     }

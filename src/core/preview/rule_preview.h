@@ -6,6 +6,7 @@
 #include "core/preview/batch_observation.h"
 #include "core/preview/preview_row.h"
 
+#include <QHash>
 #include <QList>
 
 #include <optional>
@@ -13,6 +14,12 @@
 // The preview of a batch named by rules: the files put in the rules' order,
 // numbered in it, and judged by RenamePreview.
 namespace RulePreview {
+
+// New names typed for single files, by FileRecord::id.
+using HandNames = QHash<QString, QString>;
+
+// The note of a row named by hand.
+inline constexpr const char* namedByHandNote = "Named by hand.";
 
 // The positions of `files` (in natural filename order, as a batch is kept,
 // or as arranged when the rules keep that order) in the order `rules` asks
@@ -30,9 +37,11 @@ QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional
                        const RenameRules& rules, bool checkWindows);
 
 // The same rows judged against an observation of `files` taken earlier; one
-// that was abandoned, or is of other files, is taken again.
+// that was abandoned, or is of other files, is taken again. A file with a
+// name in `byHand` gets that name instead of the rules', judged like any
+// other, and its companions follow it.
 QList<PreviewRow> rows(const QList<FileRecord>& files, const QList<std::optional<FileFacts>>& facts,
                        const RenameRules& rules, bool checkWindows,
-                       const BatchObservation& observed);
+                       const BatchObservation& observed, const HandNames& byHand = {});
 
 } // namespace RulePreview

@@ -20,6 +20,9 @@ RenameReport RenameReport::draft(const QList<PreviewRow>& rows, qsizetype mappin
         } else if (!row.changed()) {
             entry.state = QStringLiteral("Unchanged");
             ++report.unchangedCount;
+        } else if (row.namedByHand) {
+            entry.state = QStringLiteral("Proposed change, named by hand");
+            ++report.changedCount;
         } else {
             entry.state = QStringLiteral("Proposed change");
             ++report.changedCount;

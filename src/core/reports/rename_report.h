@@ -16,7 +16,8 @@ struct RenameReport {
     struct Entry {
         QString original;
         QString proposed;
-        // Shown verbatim: "Proposed change", "Unchanged", "Needs attention" or "Renamed".
+        // Shown verbatim: "Proposed change", "Proposed change, named by hand",
+        // "Unchanged", "Needs attention" or "Renamed".
         QString state;
 
         friend bool operator==(const Entry&, const Entry&) = default;
