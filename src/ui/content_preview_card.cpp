@@ -41,6 +41,11 @@ public:
     }
 
 protected:
+    // Whichever column the row was entered by, it is the new name that is edited.
+    bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override {
+        return QTableView::edit(index.siblingAtColumn(PreviewTableModel::proposed), trigger, event);
+    }
+
     void resizeEvent(QResizeEvent* event) override {
         QTableView::resizeEvent(event);
         fit();
@@ -181,6 +186,10 @@ QWidget* ContentView::makePreviewCard() {
     table->setDefaultDropAction(Qt::MoveAction);
     table->setDropIndicatorShown(true);
     tableModel->moved = [this](const QStringList& ids, int before) { model.moveRows(ids, before); };
+    tableModel->named = [this](const QString& id, const QString& name) {
+        model.nameByHand(id, name);
+    };
+    table->setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::DoubleClicked);
     for (QKeySequence key : {QKeySequence(QKeySequence::Delete), QKeySequence(Qt::Key_Backspace)}) {
         auto* remove = new QShortcut(key, table, nullptr, nullptr, Qt::WidgetShortcut);
         connect(remove, &QShortcut::activated, this, [this] { model.removeSelected(); });

@@ -146,6 +146,17 @@ void ContentView::focusPreview() {
     table->setFocus(Qt::ShortcutFocusReason);
 }
 
+void ContentView::editName() {
+    QModelIndex row = table->currentIndex();
+    const QModelIndexList selected = table->selectionModel()->selectedRows();
+    if (!selected.isEmpty() && !table->selectionModel()->isRowSelected(row.row()))
+        row = selected.first();
+    if (!row.isValid())
+        return;
+    table->setFocus(Qt::ShortcutFocusReason);
+    table->edit(row);
+}
+
 void ContentView::setDropTarget(bool target) {
     dropHighlight->setGeometry(rect());
     dropHighlight->raise();

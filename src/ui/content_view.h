@@ -31,6 +31,8 @@ public:
     // inspector, or in the preview's rows.
     void focusInspector();
     void focusPreview();
+    // Opens the new name of the current row, or of the first selected one, for editing.
+    void editName();
 
 private:
     QWidget* makeHeader();

@@ -87,6 +87,14 @@ void MainWindow::buildMenus() {
             [this] { model.moveSelection(-1); });
     command(edit, QStringLiteral("Move Rows Down"), QKeySequence(Qt::ALT | Qt::Key_Down), canMove,
             [this] { model.moveSelection(1); });
+    edit->addSeparator();
+    command(
+        edit, QStringLiteral("Edit New Name"), QKeySequence(Qt::Key_F2),
+        [this] { return model.canNameByHand() && !model.selection().isEmpty(); },
+        [this] { content->editName(); });
+    command(
+        edit, QStringLiteral("Reset New Names"), {}, [this] { return model.canResetNames(); },
+        [this] { model.resetSelectedNames(); });
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
     command(view, QStringLiteral("Go to Rules"), QKeySequence(Qt::CTRL | Qt::Key_1), always,

@@ -4,8 +4,12 @@
 #include "ui/sheen.h"
 #include "ui/symbols.h"
 
+#include "core/naming/filename.h"
+
 #include <QApplication>
+#include <QLineEdit>
 #include <QPainter>
+#include <QTimer>
 
 namespace {
 
@@ -26,12 +30,8 @@ void PreviewRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     QApplication::style()->drawControl(QStyle::CE_ItemViewItem, &background, painter);
 
     painter->save();
-    const QRect area = option.rect.adjusted(leftMargin, 4, -rightMargin, -4);
     const int lines = stacked ? 3 : 2;
-    const int lineHeight = area.height() / lines;
-    auto line = [&](int number) {
-        return QRect(area.left(), area.top() + number * lineHeight, area.width(), lineHeight);
-    };
+    auto line = [&](int number) { return this->line(option.rect, number); };
     const bool selected = option.state & QStyle::State_Selected;
     const QColor ink = selected ? option.palette.highlightedText().color() : Sheen::ink();
     // Names lose their middle, never their extension or the number at the
@@ -71,6 +71,31 @@ void PreviewRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
         QFontMetrics(small).elidedText(index.data(PreviewTableModel::statusRole).toString(),
                                        Qt::ElideRight, statusText.width()));
     painter->restore();
+}
+
+QRect PreviewRowDelegate::line(const QRect& rect, int number) const {
+    const QRect area = rect.adjusted(leftMargin, 4, -rightMargin, -4);
+    const int lineHeight = area.height() / (stacked ? 3 : 2);
+    return QRect(area.left(), area.top() + number * lineHeight, area.width(), lineHeight);
+}
+
+QWidget* PreviewRowDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                                          const QModelIndex& index) const {
+    QWidget* editor = QStyledItemDelegate::createEditor(parent, option, index);
+    if (auto* field = qobject_cast<QLineEdit*>(editor)) {
+        field->setAccessibleName(QStringLiteral("New name"));
+        // After the view selects the whole text: the extension stays as it is.
+        QTimer::singleShot(0, field, [field] {
+            field->setSelection(0, Filename::extensionPeriod(field->text()));
+        });
+    }
+    return editor;
+}
+
+void PreviewRowDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                                              const QModelIndex&) const {
+    const QRect name = line(option.rect, stacked ? 1 : 0).adjusted(markWidth - 4, -3, 0, 3);
+    editor->setGeometry(name);
 }
 
 // As wide as the new name needs to be read whole; the status may be cut, as

@@ -64,7 +64,20 @@ const QString rowsType = QStringLiteral("application/x-tessary-rows");
 Qt::ItemFlags PreviewTableModel::flags(const QModelIndex& index) const {
     if (!index.isValid())
         return Qt::ItemIsDropEnabled;
-    return QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled;
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index) | Qt::ItemIsDragEnabled;
+    if (index.column() == proposed && model.canNameByHand())
+        flags |= Qt::ItemIsEditable;
+    return flags;
+}
+
+bool PreviewTableModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (role != Qt::EditRole || index.column() != proposed || !named ||
+        index.row() >= model.rows().size())
+        return false;
+    // Leaving the editor without a change names nothing by hand.
+    if (value.toString() != model.rows()[index.row()].intent.filename)
+        named(pathAt(index.row()), value.toString());
+    return true;
 }
 
 Qt::DropActions PreviewTableModel::supportedDropActions() const {
@@ -105,7 +118,10 @@ QString PreviewTableModel::statusText(const PreviewRow& row) {
         return *row.problem;
     QString status =
         row.changed() ? QStringLiteral("Ready to rename") : QStringLiteral("Unchanged");
-    return row.note ? status + QStringLiteral(" · ") + *row.note : status;
+    // The mark before it already says ready, so a note has the line to itself.
+    return row.note && row.changed() ? *row.note
+           : row.note                ? status + QStringLiteral(" · ") + *row.note
+                                     : status;
 }
 
 QVariant PreviewTableModel::data(const QModelIndex& index, int role) const {
@@ -124,6 +140,8 @@ QVariant PreviewTableModel::data(const QModelIndex& index, int role) const {
     case proposed:
         if (role == Qt::DisplayRole)
             return Filename::shown(row.intent.filename);
+        if (role == Qt::EditRole)
+            return row.intent.filename;
         if (role == Qt::ToolTipRole)
             return (namesStacked ? Filename::shown(name) + QStringLiteral("\n→ ") : QString()) +
                    Filename::shown(row.intent.filename) + QStringLiteral("\n") + statusText(row);

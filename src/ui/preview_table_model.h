@@ -7,7 +7,8 @@
 #include <functional>
 
 // The preview rows as a table: the original name with its glyph, the new
-// name, and the row's status. Reads the app model; never changes it.
+// name, and the row's status. Reads the app model; what the person changes
+// in the table reaches it through `moved` and `named`.
 class PreviewTableModel : public QAbstractTableModel {
     Q_OBJECT
 public:
@@ -42,6 +43,9 @@ public:
     // Rows dragged within the table: their ids, and the row they were
     // dropped before (the row count for after the last).
     std::function<void(const QStringList& ids, int before)> moved;
+    // A new name typed for the file of row `id`.
+    std::function<void(const QString& id, const QString& name)> named;
+    bool setData(const QModelIndex& index, const QVariant& value, int role) override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     Qt::DropActions supportedDropActions() const override;
     QStringList mimeTypes() const override;

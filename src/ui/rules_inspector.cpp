@@ -137,13 +137,16 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
     removeStart = count(QStringLiteral("Characters removed from the start"), 0);
     removeEnd = count(QStringLiteral("Characters removed from the end"), 0);
     insertAt = count(QStringLiteral("Insert at position"), -999);
+    removeStart->setToolTip(QStringLiteral("Characters taken off the start of the name, after "
+                                           "find and replace."));
+    removeEnd->setToolTip(QStringLiteral("Characters taken off the end of the name, before "
+                                         "its extension."));
     insertAt->setToolTip(QStringLiteral("After this many characters of the name; a negative "
                                         "number counts back from its end."));
     auto* removing = new QHBoxLayout;
     removing->setSpacing(10);
-    removing->addLayout(InspectorText::labelled(QStringLiteral("REMOVE FROM START"), removeStart),
-                        1);
-    removing->addLayout(InspectorText::labelled(QStringLiteral("REMOVE FROM END"), removeEnd), 1);
+    removing->addLayout(InspectorText::labelled(QStringLiteral("REMOVE FIRST"), removeStart), 1);
+    removing->addLayout(InspectorText::labelled(QStringLiteral("REMOVE LAST"), removeEnd), 1);
     layout->addLayout(removing);
     auto* inserting = new QHBoxLayout;
     inserting->setSpacing(10);
@@ -152,7 +155,7 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
                                 addTextField(QStringLiteral("Insert"), QStringLiteral("Text"),
                                              &RenameRules::insertion, false)),
         1);
-    inserting->addLayout(InspectorText::labelled(QStringLiteral("AT POSITION"), insertAt), 1);
+    inserting->addLayout(InspectorText::labelled(QStringLiteral("AT"), insertAt), 1);
     layout->addLayout(inserting);
 
     auto* affixes = new QHBoxLayout;

@@ -498,6 +498,19 @@ private slots:
         std::unique_ptr<QMimeData> dragged(table->model()->mimeData({table->model()->index(1, 0)}));
         QVERIFY(table->model()->dropMimeData(dragged.get(), Qt::MoveAction, 0, 0, {}));
         QTRY_COMPARE(rowNames(), before);
+        // F2 opens a new name with its stem chosen to be typed over; a command
+        // gives the rules' name back.
+        table->selectRow(0);
+        QTest::keyClick(table, Qt::Key_F2);
+        QTRY_VERIFY(qobject_cast<QLineEdit*>(QApplication::focusWidget()));
+        auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+        QTRY_COMPARE(editor->selectedText(), before[0].section('.', 0, 0));
+        QTest::keyClicks(editor, u"mine"_s);
+        QTest::keyClick(editor, Qt::Key_Return);
+        QTRY_COMPARE(model->rows()[0].intent.filename, "mine." + before[0].section('.', 1));
+        QCOMPARE(model->rows()[0].note, "Named by hand.");
+        command(u"Reset New Names"_s)->trigger();
+        QTRY_VERIFY(!model->rows()[0].namedByHand);
         table->selectRow(0);
         QTest::keyClick(table, Qt::Key_Tab);
         QVERIFY(!table->hasFocus());
