@@ -5,7 +5,8 @@
 // confirmation and the set-aside record afterwards, photos named by the day
 // they were taken and their camera, the clock shifted, with the token menu
 // open, and names made by a pattern with accents removed and duplicates
-// numbered, and long names at three sizes. Run by scripts/render-window;
+// numbered, long names at three sizes, replacements in turn with text
+// inserted by position, and a name typed by hand. Run by scripts/render-window;
 // look at every picture.
 //
 //   window-pictures OUTPUT_DIR
@@ -34,6 +35,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QStyleFactory>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -358,6 +360,21 @@ int main(int argc, char** argv) {
             named.window.resize(size);
             save(&named.window, QString("26-whole-names-%1").arg(size.width()));
         }
+        // A second replacement and text inserted after the date, then one
+        // name typed by hand and the next open for typing.
+        named.window.resize(1000, 680);
+        rules.moreReplacements = {{" the ", " "}};
+        rules.insertion = "Lisbon · ";
+        rules.insertAt = 11;
+        named.model.setRules(rules);
+        waitForPreview(named.model);
+        save(&named.window, "27-replacements-and-positions");
+        named.model.nameByHand(named.model.rows()[1].id(), "2026-05-04 Tram 28 to the castle.JPG");
+        waitForPreview(named.model);
+        auto* table = named.window.findChild<QTableView*>();
+        table->selectRow(2);
+        table->edit(table->model()->index(2, 1));
+        save(&named.window, "28-named-by-hand");
     }
     {
         // A long rename while it runs, drawn the moment its count passes
