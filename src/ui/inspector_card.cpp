@@ -25,6 +25,8 @@ InspectorCard::InspectorCard(QWidget* parent) : QFrame(parent) {
 QVBoxLayout* InspectorCard::scrollingContent() {
     auto* scroll = new QScrollArea;
     scroll->setObjectName(QStringLiteral("inspectorScroll"));
+    // Its controls take the keyboard; a stop on the panel itself would show nothing.
+    scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -2,9 +2,11 @@
 
 #include "ui/content_view.h"
 #include "ui/help_pages.h"
+#include "ui/return_presses_buttons.h"
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -19,6 +21,7 @@ MainWindow::MainWindow(AppModel& model, SettingsStore& settings, UrlOpener& urls
     setMinimumSize(900, 600);
     resize(1000, 680);
     setAcceptDrops(true);
+    QCoreApplication::instance()->installEventFilter(new ReturnPressesButtons(this));
     buildMenus();
     connect(&model, &AppModel::changed, this, &MainWindow::refreshCommands);
     refreshCommands();

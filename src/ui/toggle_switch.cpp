@@ -40,7 +40,7 @@ void ToggleSwitch::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(isEnabled() ? 1.0 : 0.45);
 
-    QRect pill(width() - pillWidth - 2, (height() - pillHeight) / 2, pillWidth, pillHeight);
+    QRect pill(width() - pillWidth - 3, (height() - pillHeight) / 2, pillWidth, pillHeight);
     painter.setPen(Sheen::ink());
     painter.drawText(QRect(0, 0, pill.left() - gap, height()), Qt::AlignVCenter | Qt::AlignLeft,
                      text());
@@ -48,11 +48,13 @@ void ToggleSwitch::paintEvent(QPaintEvent*) {
     QPainterPath track;
     track.addRoundedRect(QRectF(pill), pillHeight / 2.0, pillHeight / 2.0);
     painter.fillPath(track, isChecked() ? Sheen::violet() : QColor(0, 0, 0, 40));
+    // Around the pill rather than on it, so that it shows on either state.
     if (hasFocus()) {
-        QColor ring = Sheen::violet();
-        ring.setAlphaF(0.45f);
-        painter.setPen(QPen(ring, 2));
-        painter.drawPath(track);
+        QPainterPath ring;
+        ring.addRoundedRect(QRectF(pill).adjusted(-2, -2, 2, 2), pillHeight / 2.0 + 2,
+                            pillHeight / 2.0 + 2);
+        painter.setPen(QPen(Sheen::violet(), 1.5));
+        painter.drawPath(ring);
     }
 
     int knob = pillHeight - 4;

@@ -522,6 +522,26 @@ private slots:
         QTRY_COMPARE(QApplication::focusWidget()->accessibleName(), "Base name");
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_2, Qt::ControlModifier);
         QTRY_COMPARE(QApplication::focusWidget(), table);
+        // Tab goes from the rows to the first rule and on through every control
+        // of the rules, all the way round; Return presses a focused button.
+        QSet<QWidget*> reached;
+        for (QWidget* at = table; reached.size() < 60;) {
+            QTest::keyClick(at, Qt::Key_Tab);
+            at = QApplication::focusWidget();
+            if (at == table)
+                break;
+            reached.insert(at);
+        }
+        auto* rules = win->findChild<RulesInspector*>();
+        for (QWidget* control : rules->findChildren<QWidget*>())
+            QVERIFY2(reached.contains(control) || !control->isVisible() || !control->isEnabled() ||
+                         !(control->focusPolicy() & Qt::TabFocus) || control->focusProxy(),
+                     qPrintable(control->accessibleName()));
+        withText(rules, u"Add a replacement"_s)->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QTRY_COMPARE(model->rules().moreReplacements.size(), 1);
+        model->setRules({});
+        table->setFocus();
         // A key without Ctrl, so that the next click selects rather than toggles.
         QTest::keyClick(table, Qt::Key_Escape);
         table->selectRow(0);
