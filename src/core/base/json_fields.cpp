@@ -68,3 +68,18 @@ std::uint64_t JsonFields::uint64(const char* key) const {
         return std::uint64_t(found.get<std::int64_t>());
     wrongType(key);
 }
+
+void JsonFields::optional(const char* key, bool& into) const {
+    if (has(key))
+        into = boolean(key);
+}
+
+void JsonFields::optional(const char* key, std::int64_t& into) const {
+    if (has(key))
+        into = int64(key);
+}
+
+void JsonFields::optional(const char* key, QString& into) const {
+    if (has(key))
+        into = string(key);
+}

@@ -24,6 +24,11 @@ public:
     std::int64_t int64(const char* key) const;
     std::int32_t int32(const char* key) const;
     std::uint64_t uint64(const char* key) const;
+    // For a key later versions added: `into` takes its value when the object
+    // holds it, and keeps its default when not.
+    void optional(const char* key, bool& into) const;
+    void optional(const char* key, std::int64_t& into) const;
+    void optional(const char* key, QString& into) const;
 
 private:
     [[noreturn]] void wrongType(const char* key) const;

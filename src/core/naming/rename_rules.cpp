@@ -84,24 +84,18 @@ void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
             throw RenameFailure(QStringLiteral("The key “order” names no order."));
         decoded.order = *order;
     }
-    if (fields.has("descending"))
-        decoded.descending = fields.boolean("descending");
-    if (fields.has("regex"))
-        decoded.regex = fields.boolean("regex");
-    if (fields.has("removeAccents"))
-        decoded.removeAccents = fields.boolean("removeAccents");
-    if (fields.has("numberDuplicates"))
-        decoded.numberDuplicates = fields.boolean("numberDuplicates");
+    fields.optional("descending", decoded.descending);
+    fields.optional("regex", decoded.regex);
+    fields.optional("removeAccents", decoded.removeAccents);
+    fields.optional("numberDuplicates", decoded.numberDuplicates);
     if (fields.has("duplicateFormat")) {
         auto format = duplicateFormatFromRaw(fields.string("duplicateFormat"));
         if (!format)
             throw RenameFailure(QStringLiteral("The key “duplicateFormat” names no format."));
         decoded.duplicateFormat = *format;
     }
-    if (fields.has("shiftDates"))
-        decoded.shiftDates = fields.string("shiftDates");
-    if (fields.has("companions"))
-        decoded.companions = fields.boolean("companions");
+    fields.optional("shiftDates", decoded.shiftDates);
+    fields.optional("companions", decoded.companions);
     if (fields.has("moreReplacements")) {
         const nlohmann::ordered_json& steps = fields.value("moreReplacements");
         if (!steps.is_array())
@@ -112,13 +106,9 @@ void from_json(const nlohmann::ordered_json& json, RenameRules& rules) {
                 {stepFields.string("find"), stepFields.string("replacement")});
         }
     }
-    if (fields.has("removeStart"))
-        decoded.removeStart = fields.int64("removeStart");
-    if (fields.has("removeEnd"))
-        decoded.removeEnd = fields.int64("removeEnd");
-    if (fields.has("insertion"))
-        decoded.insertion = fields.string("insertion");
-    if (fields.has("insertAt"))
-        decoded.insertAt = fields.int64("insertAt");
+    fields.optional("removeStart", decoded.removeStart);
+    fields.optional("removeEnd", decoded.removeEnd);
+    fields.optional("insertion", decoded.insertion);
+    fields.optional("insertAt", decoded.insertAt);
     rules = decoded;
 }
