@@ -8,12 +8,13 @@
 
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QSignalBlocker>
 #include <QTextBlockFormat>
+#include <QTextBrowser>
 #include <QTextCharFormat>
 #include <QTextCursor>
-#include <QTextEdit>
 #include <QVBoxLayout>
 
 namespace {
@@ -21,7 +22,8 @@ namespace {
 SheenButton* plainButton(const QString& label) {
     auto* button = new SheenButton(label);
     // Return belongs to the text area and the picker, never to a button that
-    // happens to be the dialog's default.
+    // happens to be the dialog's default; a button with the focus still takes
+    // it (see keyPressEvent).
     button->setAutoDefault(false);
     return button;
 }
@@ -110,14 +112,14 @@ SpreadsheetEditor::SpreadsheetEditor(AppModel& model, QWidget* parent)
     panelLayout->addLayout(headingRow);
     panelBody = InspectorText::note(QString());
     panelLayout->addWidget(panelBody, 0, Qt::AlignTop);
-    diagnosticList = new QTextEdit;
-    diagnosticList->setReadOnly(true);
+    // A browser, so each issue that names a row is a link that a click, or
+    // Tab and Return, follows to that line.
+    diagnosticList = new QTextBrowser;
+    diagnosticList->setOpenLinks(false);
     diagnosticList->setAccessibleName(QStringLiteral("Spreadsheet issues"));
-    diagnosticList->setTextInteractionFlags(Qt::TextSelectableByMouse |
-                                            Qt::TextSelectableByKeyboard);
     diagnosticList->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     diagnosticList->setStyleSheet(
-        QStringLiteral("QTextEdit { background: white; border: 1px solid rgba(0,0,0,25); "
+        QStringLiteral("QTextBrowser { background: white; border: 1px solid rgba(0,0,0,25); "
                        "border-radius: 6px; }"));
     panelLayout->addWidget(diagnosticList, 1);
     // Takes the room of the hidden list, keeping the text under the heading.
@@ -142,6 +144,8 @@ SpreadsheetEditor::SpreadsheetEditor(AppModel& model, QWidget* parent)
     layout->addSpacing(2);
     layout->addLayout(footerRow);
 
+    connect(diagnosticList, &QTextBrowser::anchorClicked, this,
+            [this](const QUrl& row) { text->goToLine(row.path().toLongLong()); });
     connect(format, &QComboBox::activated, this, [this] {
         this->model.setMappingFormat(static_cast<MappingFormat>(format->currentData().toInt()));
     });
@@ -170,6 +174,18 @@ SpreadsheetEditor::SpreadsheetEditor(AppModel& model, QWidget* parent)
 void SpreadsheetEditor::showEvent(QShowEvent* event) {
     QDialog::showEvent(event);
     text->setFocus();
+}
+
+void SpreadsheetEditor::keyPressEvent(QKeyEvent* event) {
+    // No button is the default, so Return reaches here from a focused button
+    // that would otherwise ignore it.
+    auto* button = qobject_cast<QPushButton*>(focusWidget());
+    if (button && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) &&
+        !(event->modifiers() & ~Qt::KeypadModifier)) {
+        button->click();
+        return;
+    }
+    QDialog::keyPressEvent(event);
 }
 
 void SpreadsheetEditor::showFormat() {
@@ -218,8 +234,6 @@ void SpreadsheetEditor::showDiagnosticList() {
     first.setTopMargin(0);
     QTextBlockFormat next;
     next.setTopMargin(8);
-    QTextBlockFormat below;
-    below.setTopMargin(1);
     bool started = false;
     for (const MappingDiagnostic& diagnostic : model.mappingDiagnostics()) {
         QString where = diagnosticPlace(diagnostic);
@@ -228,11 +242,22 @@ void SpreadsheetEditor::showDiagnosticList() {
             cursor.insertBlock(opening);
         else
             cursor.setBlockFormat(opening);
-        if (!where.isEmpty()) {
-            cursor.insertText(where, place);
-            cursor.insertBlock(below);
+        // One link over the place and the message, kept in one block by a
+        // line separator, so the whole issue is one target to click or tab to.
+        QTextCharFormat placeHere = place;
+        QTextCharFormat messageHere = message;
+        if (diagnostic.row) {
+            QString href = QStringLiteral("row:") + QString::number(*diagnostic.row);
+            for (QTextCharFormat* format : {&placeHere, &messageHere}) {
+                format->setAnchor(true);
+                format->setAnchorHref(href);
+            }
+            // In the window's link colour, marking the issues that lead somewhere.
+            placeHere.setForeground(Sheen::violet());
         }
-        cursor.insertText(diagnostic.message, message);
+        if (!where.isEmpty())
+            cursor.insertText(where + QChar(QChar::LineSeparator), placeHere);
+        cursor.insertText(diagnostic.message, messageHere);
         started = true;
     }
     cursor.endEditBlock();

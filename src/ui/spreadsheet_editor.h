@@ -5,14 +5,15 @@
 class AppModel;
 class QComboBox;
 class QLabel;
-class QTextEdit;
+class QTextBrowser;
 class MappingTextEditor;
 
 // The sheet where the spreadsheet is pasted, opened, typed and checked. The
 // window shows it while the model's `showMappingEditor` is set and hides it
 // when that clears; closing it in any way (Done, Escape, the window's close
 // button) clears the flag. Wholly unavailable while the model is busy or
-// asking for folder access.
+// asking for folder access. Choosing an issue that names a row takes the
+// cursor to that line of the text.
 class SpreadsheetEditor : public QDialog {
     Q_OBJECT
 public:
@@ -20,6 +21,7 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void showFormat();
@@ -33,5 +35,5 @@ private:
     QLabel* headingSymbol;
     QLabel* heading;
     QLabel* panelBody;
-    QTextEdit* diagnosticList;
+    QTextBrowser* diagnosticList;
 };

@@ -370,6 +370,20 @@ private slots:
         QVERIFY(shows(&card, {u"3 mappings · 2 files"_s}));
         QVERIFY(canPress(&card, u"Review 3 spreadsheet issues"_s));
         QVERIFY(!shows(&card, {u"Every file has a match"_s}));
+        // Tab types a tab; Ctrl+Tab leaves for the issues, where Tab and Return,
+        // or a click, go to an issue's line.
+        text->setFocus();
+        QTest::keyClick(text, Qt::Key_Tab, Qt::ControlModifier);
+        QVERIFY(issues->hasFocus());
+        QTest::keyClick(issues, Qt::Key_Tab);
+        QTest::keyClick(issues, Qt::Key_Return);
+        QVERIFY(text->hasFocus() && text->textCursor().blockNumber() == 1);
+        QRect row3 = issues->cursorRect(issues->document()->find(u"Row 3"_s));
+        QTest::mouseClick(issues->viewport(), Qt::LeftButton, {}, row3.center());
+        QTest::keyClick(text, Qt::Key_Tab);
+        QCOMPARE(text->toPlainText(), u"a.txt,x.txt\nz.txt,y.txt\n\tq.txt,w.txt"_s);
+        QTest::keyClick(text, Qt::Key_Tab, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(withText(&editor, u"Clear"_s)->hasFocus());
 
         typeInto(text, u"a.txt,x.txt\nb.txt,y.txt"_s);
         QVERIFY(settled(*model));
@@ -401,9 +415,13 @@ private slots:
         QCOMPARE(model->mappingFormat(), MappingFormat::csv);
 
         // Every way of closing the editor tells the model.
-        const std::function<void()> ways[] = {[&] { press(&editor, u"Done"_s); },
-                                              [&] { QTest::keyClick(&editor, Qt::Key_Escape); },
-                                              [&] { editor.close(); }};
+        const std::function<void()> ways[] = {
+            [&] { press(&editor, u"Done"_s); },
+            [&] {
+                withText(&editor, u"Done"_s)->setFocus();
+                QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+            },
+            [&] { QTest::keyClick(&editor, Qt::Key_Escape); }, [&] { editor.close(); }};
         for (const auto& close : ways) {
             model->editSpreadsheet();
             QVERIFY(model->showMappingEditor() && onScreen(&editor));
