@@ -6,7 +6,6 @@
 
 #include <QAction>
 #include <QCloseEvent>
-#include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -21,7 +20,7 @@ MainWindow::MainWindow(AppModel& model, SettingsStore& settings, UrlOpener& urls
     setMinimumSize(900, 600);
     resize(1000, 680);
     setAcceptDrops(true);
-    QCoreApplication::instance()->installEventFilter(new ReturnPressesButtons(this));
+    new ReturnPressesButtons(this);
     buildMenus();
     connect(&model, &AppModel::changed, this, &MainWindow::refreshCommands);
     refreshCommands();

@@ -5,6 +5,10 @@
 #include <QPushButton>
 #include <QToolButton>
 
+ReturnPressesButtons::ReturnPressesButtons(QWidget* window) : QObject(window), window(window) {
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
 bool ReturnPressesButtons::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() != QEvent::KeyPress || watched != QApplication::focusWidget())
         return false;
@@ -13,9 +17,11 @@ bool ReturnPressesButtons::eventFilter(QObject* watched, QEvent* event) {
         (key->modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
         return false;
     auto* button = qobject_cast<QAbstractButton*>(watched);
-    if (!button || !button->isEnabled() ||
+    // Each window answers for its own buttons, so that a dialog over the
+    // window and the window never both press.
+    if (!button || button->window() != window || !button->isEnabled() ||
         !(qobject_cast<QPushButton*>(button) || qobject_cast<QToolButton*>(button)))
         return false;
-    button->animateClick();
+    button->click();
     return true;
 }

@@ -3,12 +3,12 @@
 #include "app/app_model.h"
 #include "ui/inspector_text.h"
 #include "ui/mapping_text_editor.h"
+#include "ui/return_presses_buttons.h"
 #include "ui/sheen.h"
 #include "ui/symbols.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QSignalBlocker>
 #include <QTextBlockFormat>
@@ -23,7 +23,7 @@ SheenButton* plainButton(const QString& label) {
     auto* button = new SheenButton(label);
     // Return belongs to the text area and the picker, never to a button that
     // happens to be the dialog's default; a button with the focus still takes
-    // it (see keyPressEvent).
+    // it (ReturnPressesButtons).
     button->setAutoDefault(false);
     return button;
 }
@@ -42,6 +42,7 @@ QString diagnosticPlace(const MappingDiagnostic& diagnostic) {
 
 SpreadsheetEditor::SpreadsheetEditor(AppModel& model, QWidget* parent)
     : QDialog(parent), model(model) {
+    new ReturnPressesButtons(this);
     setWindowTitle(QStringLiteral("Names from your spreadsheet"));
     setWindowModality(Qt::WindowModal);
     setFixedSize(760, 660);
@@ -174,18 +175,6 @@ SpreadsheetEditor::SpreadsheetEditor(AppModel& model, QWidget* parent)
 void SpreadsheetEditor::showEvent(QShowEvent* event) {
     QDialog::showEvent(event);
     text->setFocus();
-}
-
-void SpreadsheetEditor::keyPressEvent(QKeyEvent* event) {
-    // No button is the default, so Return reaches here from a focused button
-    // that would otherwise ignore it.
-    auto* button = qobject_cast<QPushButton*>(focusWidget());
-    if (button && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) &&
-        !(event->modifiers() & ~Qt::KeypadModifier)) {
-        button->click();
-        return;
-    }
-    QDialog::keyPressEvent(event);
 }
 
 void SpreadsheetEditor::showFormat() {
