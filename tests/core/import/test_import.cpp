@@ -37,10 +37,9 @@ QList<FileRecord> elsewhere(int count) {
 // The files of the result that lie in `tree`, relative to it, in result order.
 QStringList added(const TemporaryFolder& tree, const ImportResult& result) {
     QStringList paths;
-    for (const FileRecord& record : result.files) {
+    for (const FileRecord& record : result.files)
         if (record.path.startsWith(tree.path() + '/'))
             paths.append(record.path.mid(tree.path().size() + 1));
-    }
     return paths;
 }
 
@@ -201,30 +200,20 @@ private slots:
     // stream keeps only in the video itself.
     void clipDatesAndSize() {
         TemporaryFolder folder;
-        const QDateTime made(QDate(2026, 5, 4), QTime(9, 30), Qt::UTC);
         const QDateTime inLisbon(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC);
         // Two zeros and a 3: the encoder escapes the 3, and the reader must not
         // take the escape for the second.
         const QDateTime shot(QDate(2026, 5, 4), QTime(0, 0, 3), Qt::UTC);
-        const struct {
-            const char* name;
-            ClipWriter::Clip clip;
-            std::optional<QDateTime> taken;
-            std::int64_t width, height;
-        } clips[] = {{"clip.mp4", {.made = made}, inLisbon, 1920, 1080},
-                     {"clip.MOV",
-                      {.container = "mov", .made = made, .width = 1280, .height = 720},
-                      inLisbon,
-                      1280,
-                      720},
-                     {"unset clock.mp4", {}, std::nullopt, 1920, 1080},
-                     {"card.MTS", {.container = "mpegts", .shot = shot}, shot, 1920, 1080},
-                     {"card.m2ts",
-                      {.container = "mpegts", .width = 1280, .height = 720},
-                      std::nullopt,
-                      1280,
-                      720},
-                     {"not a clip.txt", {.made = made}, std::nullopt, 0, 0}};
+        // clang-format off
+        const struct { const char* name; ClipWriter::Clip clip; std::optional<QDateTime> taken; std::int64_t width, height; } clips[] = {
+            {"clip.mp4", {.made = may4}, inLisbon, 1920, 1080},
+            {"clip.MOV", {.container = "mov", .made = may4, .width = 1280, .height = 720}, inLisbon, 1280, 720},
+            {"unset clock.mp4", {}, std::nullopt, 1920, 1080},
+            {"card.MTS", {.container = "mpegts", .shot = shot}, shot, 1920, 1080},
+            {"card.m2ts", {.container = "mpegts", .width = 1280, .height = 720}, std::nullopt, 1280, 720},
+            {"not a clip.txt", {.made = may4}, std::nullopt, 0, 0},
+        };
+        // clang-format on
         for (const auto& [name, clip, taken, width, height] : clips) {
             QVERIFY(ClipWriter::write(folder.at(name), clip));
             const FileFacts facts = MetadataReader::read(folder.at(name));
