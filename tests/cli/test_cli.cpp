@@ -86,27 +86,19 @@ private slots:
         // The largest of the three.
         folder->file("shoot/Notes.txt", QByteArray(30, 'x'));
         folder->folder("shoot/Sub");
-        // Natural order numbers IMG_2 before IMG_10.
-        QCOMPARE(
-            cli({"preview", "--recipe", "Client handoff", "shoot"}),
-            (CliOutcome{0,
-                        "IMG_2.jpg   →  studio-north-001.jpg  ·  Ready to rename\n"
-                        "IMG_10.jpg  →  studio-north-002.jpg  ·  Ready to rename\n"
-                        "Notes.txt   →  studio-north-003.txt  ·  Ready to rename\n"
-                        "3 files ready to rename · 0 unchanged · 0 conflicts\n",
-                        "Skipped Sub: Sub is not a regular file, or is a symbolic/hard link.\n"}));
-
         // A name may hold control characters (a download gone wrong, or a name
         // made to clear the screen); the file can be renamed, and its name is
         // printed with them written out, never sent raw to the terminal.
-        folder->file("odd/clear\x1b[2J.txt");
-        folder->file("odd/.hidden\x1b[2J");
-        QCOMPARE(cli({"preview", "--base-name", "fixed", "odd", "odd/.hidden\x1b[2J"}),
-                 (CliOutcome{
-                     0,
-                     "clear\\x1b[2J.txt  →  fixed.txt  ·  Ready to rename\n"
-                     "1 file ready to rename · 0 unchanged · 0 conflicts\n",
-                     "Skipped .hidden\\x1b[2J: Hidden files, links, and bundles are skipped.\n"}));
+        folder->make({"odd/clear\x1b[2J.txt", "odd/.hidden\x1b[2J"});
+        // clang-format off
+        const struct { QStringList arguments; CliOutcome printed; } printed[] = {
+            // Natural order numbers IMG_2 before IMG_10.
+            {{"--recipe", "Client handoff", "shoot"}, {0, "IMG_2.jpg   →  studio-north-001.jpg  ·  Ready to rename\nIMG_10.jpg  →  studio-north-002.jpg  ·  Ready to rename\nNotes.txt   →  studio-north-003.txt  ·  Ready to rename\n3 files ready to rename · 0 unchanged · 0 conflicts\n", "Skipped Sub: Sub is not a regular file, or is a symbolic/hard link.\n"}},
+            {{"--base-name", "fixed", "odd", "odd/.hidden\x1b[2J"}, {0, "clear\\x1b[2J.txt  →  fixed.txt  ·  Ready to rename\n1 file ready to rename · 0 unchanged · 0 conflicts\n", "Skipped .hidden\\x1b[2J: Hidden files, links, and bundles are skipped.\n"}},
+        };
+        // clang-format on
+        for (const auto& [arguments, outcome] : printed)
+            QCOMPARE(cli(QStringList{"preview"} + arguments), outcome);
 
         // Files and folders named one by one; a folder holds nothing more. A rules
         // file is the base that explicit options change. File managers pass
