@@ -310,10 +310,12 @@ RulesInspector::RulesInspector(AppModel& model, QWidget* parent)
         edit([](RenameRules& rules) { rules.moreReplacements.append(Replacement()); });
         moreReplacements->focusLast();
     });
-    for (auto [box, field] : {std::pair(removeStart, &RenameRules::removeStart),
+    // Not a structured binding: clang before 16 cannot capture one.
+    for (const auto& count : {std::pair(removeStart, &RenameRules::removeStart),
                               std::pair(removeEnd, &RenameRules::removeEnd),
                               std::pair(insertAt, &RenameRules::insertAt)}) {
-        connect(box, &QSpinBox::valueChanged, this, [this, field](int value) {
+        std::int64_t RenameRules::*field = count.second;
+        connect(count.first, &QSpinBox::valueChanged, this, [this, field](int value) {
             edit([field, value](RenameRules& rules) { rules.*field = value; });
         });
     }
