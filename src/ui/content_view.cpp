@@ -12,6 +12,7 @@
 #include "core/naming/recipe.h"
 
 #include <QAbstractScrollArea>
+#include <QAction>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
@@ -155,6 +156,11 @@ void ContentView::editName() {
         return;
     table->setFocus(Qt::ShortcutFocusReason);
     table->edit(row);
+}
+
+void ContentView::takeKeysInPreview(QAction* command) {
+    command->setShortcutContext(Qt::WidgetShortcut);
+    table->addAction(command);
 }
 
 void ContentView::setDropTarget(bool target) {

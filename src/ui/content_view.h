@@ -33,6 +33,8 @@ public:
     void focusPreview();
     // Opens the new name of the current row, or of the first selected one, for editing.
     void editName();
+    // Makes `command`'s shortcut work only while the preview's rows have the keyboard.
+    void takeKeysInPreview(QAction* command);
 
 private:
     QWidget* makeHeader();

@@ -89,6 +89,10 @@ void MainWindow::buildMenus() {
             [this] { model.moveSelection(-1); });
     command(edit, QStringLiteral("Move Rows Down"), QKeySequence(Qt::ALT | Qt::Key_Down), canMove,
             [this] { model.moveSelection(1); });
+    // Alt+Up and Alt+Down open a list elsewhere in the window: they move rows
+    // only from the rows.
+    for (qsizetype last : {commands.size() - 2, commands.size() - 1})
+        content->takeKeysInPreview(commands[last].first);
     edit->addSeparator();
     command(
         edit, QStringLiteral("Edit New Name"), QKeySequence(Qt::Key_F2),

@@ -510,6 +510,15 @@ private slots:
         QVERIFY(settled(*model));
         const QStringList before = rowNames();
         table->selectRow(0);
+        // Alt+Down opens a list of the rules, and moves rows only from the rows.
+        auto* order = named<QComboBox>(win, "Order");
+        order->setFocus();
+        QTest::keyClick(order, Qt::Key_Down, Qt::AltModifier);
+        QVERIFY(settled(*model) && rowNames() == before && order->view()->isVisible());
+        order->hidePopup();
+        win->activateWindow();
+        QTRY_COMPARE(QApplication::activeWindow(), win);
+        table->setFocus();
         QTest::keyClick(table, Qt::Key_Down, Qt::AltModifier);
         QTRY_COMPARE(rowNames(), (QStringList{before[1], before[0]}));
         QVERIFY(shows(win, {"2 files · as arranged"}));
