@@ -54,6 +54,8 @@ AppModel::AppModel(const PlatformServices& services, const Startup& startup, QOb
     // its wait, and every late millisecond shows while typing.
     previewDelay.setTimerType(Qt::PreciseTimer);
     previewDelay.setInterval(previewDelayMilliseconds);
+    // Once a file leaves the batch, its name typed by hand goes with it.
+    connect(this, &AppModel::filesChanged, this, &AppModel::forgetHandNamesOfRemovedFiles);
     connect(&previewDelay, &QTimer::timeout, this, [this] {
         // Rules that name or order by date wait for the dates; the reading's
         // end refreshes the preview.
@@ -306,7 +308,6 @@ void AppModel::refreshPreview() {
     ++previewGeneration;
     assign(previewing_, true, &AppModel::previewingChanged);
     abandonObservation(pendingInputs);
-    forgetHandNamesOfRemovedFiles();
     const QList<FileRecord> files = previewFiles();
     pendingInputs = PreviewInputs{files,
                                   knownFacts(files, rules_, mode_),

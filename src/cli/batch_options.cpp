@@ -245,11 +245,11 @@ RenameRules rules(const QCommandLineParser& parser) {
         throw UsageError(DateShift::problem(rules.shiftDates));
     if (parser.isSet(QStringLiteral("regex")))
         rules.regex = true;
-    for (qsizetype step = 0; rules.regex && step <= rules.moreReplacements.size(); ++step) {
-        const QString& find = step == 0 ? rules.find : rules.moreReplacements[step - 1].find;
-        if (find.isEmpty())
+    const QList<Replacement> steps = rules.replacements();
+    for (qsizetype step = 0; rules.regex && step < steps.size(); ++step) {
+        if (steps[step].find.isEmpty())
             continue;
-        if (auto problem = rules.compiled.find(find, step).problem)
+        if (auto problem = rules.compiled.find(steps[step].find, step).problem)
             throw UsageError(*problem);
     }
     if (parser.isSet(QStringLiteral("remove-start")))

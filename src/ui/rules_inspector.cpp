@@ -425,8 +425,7 @@ void RulesInspector::showRules() {
     moreReplacements->showSteps(rules.moreReplacements);
     // The first step's problem: each blocks the whole batch alike.
     std::optional<QString> problem;
-    QList<Replacement> steps{{rules.find, rules.replacement}};
-    steps.append(rules.moreReplacements);
+    const QList<Replacement> steps = rules.replacements();
     for (qsizetype step = 0; rules.regex && !problem && step < steps.size(); ++step) {
         if (steps[step].find.isEmpty())
             continue;

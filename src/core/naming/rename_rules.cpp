@@ -17,15 +17,19 @@ QString RenameRules::filename(const QString& name, std::int64_t index) const {
     return proposal(name, index, QString(), std::nullopt).text;
 }
 
+QList<Replacement> RenameRules::replacements() const {
+    QList<Replacement> steps{{find, replacement}};
+    steps.append(moreReplacements);
+    return steps;
+}
+
 bool RenameRules::usesFacts() const {
     return (order != NameOrder::name && order != NameOrder::arranged) ||
            NameTokens::usesFacts(baseName) || NameTokens::usesFacts(prefix) ||
            NameTokens::usesFacts(suffix) ||
-           (!find.isEmpty() && NameTokens::usesFacts(replacement)) ||
-           std::any_of(moreReplacements.begin(), moreReplacements.end(),
-                       [](const Replacement& step) {
-                           return !step.find.isEmpty() && NameTokens::usesFacts(step.replacement);
-                       });
+           std::ranges::any_of(replacements(), [](const Replacement& step) {
+               return !step.find.isEmpty() && NameTokens::usesFacts(step.replacement);
+           });
 }
 
 void to_json(nlohmann::ordered_json& json, const RenameRules& rules) {

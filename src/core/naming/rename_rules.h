@@ -85,6 +85,9 @@ struct RenameRules {
     // The proposed name alone, for a name without a file: {folder} stands for
     // nothing and date tokens stay as written.
     QString filename(const QString& name, std::int64_t index) const;
+    // Every find and replace step in the order they apply: `find` and
+    // `replacement` first, then `moreReplacements`.
+    QList<Replacement> replacements() const;
     // Whether making names in this order or with these texts needs each
     // file's facts.
     bool usesFacts() const;

@@ -113,12 +113,11 @@ RuleNamer::RuleNamer(const RenameRules& rules)
                        holdsStandIn(rules.suffix) || holdsStandIn(rules.insertion)),
       editsByPosition(rules.removeStart != 0 || rules.removeEnd != 0 ||
                       !rules.insertion.isEmpty()) {
-    QList<Replacement> all{{rules.find, rules.replacement}};
-    all.append(rules.moreReplacements);
+    const QList<Replacement> all = rules.replacements();
     for (qsizetype index = 0; index < all.size(); ++index) {
         textsHoldStandIn = textsHoldStandIn || holdsStandIn(all[index].replacement);
         if (!all[index].find.isEmpty())
-            steps.append({index, NameTokens::Text(all[index].replacement)});
+            steps.append({index, all[index].find, NameTokens::Text(all[index].replacement)});
     }
     if (const std::optional<std::int64_t> seconds = DateShift::seconds(rules.shiftDates))
         shift = *seconds;
@@ -155,16 +154,14 @@ NameTokens::Expansion RuleNamer::proposal(const QString& name, std::int64_t inde
     if (!rules.baseName.isEmpty())
         stem = baseName.expanded(values, proposal, dateText);
     for (const Step& step : steps) {
-        const QString& find =
-            step.index == 0 ? rules.find : rules.moreReplacements[step.index - 1].find;
         const QString replacement = step.replacement.expanded(values, proposal, dateText);
         // Literal, case-sensitive, code unit by code unit, and only in the stem.
         if (!rules.regex) {
-            stem.replace(find, replacement, Qt::CaseSensitive);
+            stem.replace(step.find, replacement, Qt::CaseSensitive);
             continue;
         }
         // Tokens first: the groups of a match then fill what they left.
-        FindPattern::Compiled pattern = rules.compiled.find(find, step.index);
+        FindPattern::Compiled pattern = rules.compiled.find(step.find, step.index);
         FindPattern::Replaced replaced =
             pattern.problem ? FindPattern::Replaced{stem, pattern.problem}
                             : FindPattern::replaced(stem, pattern.regex, replacement);

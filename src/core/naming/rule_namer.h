@@ -25,7 +25,9 @@ private:
     // Each find and replace step's find and its replacement's text, the
     // first step first; steps that find nothing are left out.
     struct Step {
+        // Its place among all the steps, which keeps its compiled pattern.
         qsizetype index;
+        QString find;
         NameTokens::Text replacement;
     };
     QList<Step> steps;
