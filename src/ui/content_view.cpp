@@ -11,7 +11,6 @@
 
 #include "core/naming/recipe.h"
 
-#include <QAbstractScrollArea>
 #include <QAction>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -132,11 +131,11 @@ QWidget* ContentView::makeHeader() {
 }
 
 void ContentView::focusInspector() {
-    // The first control that takes the keyboard, not the panel scrolling them.
+    // The first control that takes the keyboard; the panel scrolling them
+    // takes none.
     for (auto* widget : inspectors->currentWidget()->findChildren<QWidget*>()) {
         if (widget->isVisibleTo(this) && widget->isEnabled() &&
-            (widget->focusPolicy() & Qt::TabFocus) && !widget->focusProxy() &&
-            !qobject_cast<QAbstractScrollArea*>(widget)) {
+            (widget->focusPolicy() & Qt::TabFocus) && !widget->focusProxy()) {
             widget->setFocus(Qt::ShortcutFocusReason);
             return;
         }
