@@ -645,8 +645,7 @@ private slots:
         // Whenever the window gets to draw: the count in the footer, and whether
         // the notice above says the same instead of what it said before.
         QStringList counts;
-        QTimer look;
-        connect(&look, &QTimer::timeout, [&] {
+        auto look = [&] {
             if (!bar->isVisible())
                 return;
             QString count = bar->parentWidget()->findChild<QLabel*>()->text();
@@ -659,8 +658,19 @@ private slots:
             // No word of what to do next while a batch runs.
             counts.append(count + (showing == 2 ? "" : " (not in the notice)") +
                           (hint && model->busy() ? " (beside a hint)" : ""));
+        };
+        QTimer drawing;
+        connect(&drawing, &QTimer::timeout, look);
+        drawing.start(1);
+        // A loaded machine may deliver every count between two of the timer's
+        // looks, as it would between two frames; so each changed notice is also
+        // looked at once the window has taken it in.
+        bool noticed = false;
+        connect(model.get(), &AppModel::noticeChanged, window.get(), [&] { noticed = true; });
+        connect(model.get(), &AppModel::changed, window.get(), [&] {
+            if (std::exchange(noticed, false))
+                look();
         });
-        look.start(1);
         model->setRules({.prefix = "done-"});
         dialogs.openAnswers = {{QUrl::fromLocalFile(fast.path())}};
         // The sanitizer build is many times slower.
