@@ -6,6 +6,7 @@
 // identified, as a chosen one would be, without a question.
 
 #include "app/app_model.h"
+#include "app/sandbox.h"
 
 #include "core/base/rename_failure.h"
 #include "core/batch/file_record.h"
@@ -39,11 +40,7 @@ bool AppModel::authorizeFolders(const QList<QUrl>& folders, const QString& reaso
         assign(authorizingFolders_, false, &AppModel::authorizingFoldersChanged);
         return granted;
     };
-    // Programs started from a classic snap's terminal inherit its SNAP
-    // variables unconfined; only Tessary's own snap confines it.
-    const bool confined =
-        environment.contains(QStringLiteral("FLATPAK_ID")) ||
-        environment.value(QStringLiteral("SNAP_NAME")) == QLatin1String("tessary");
+    const bool confined = Sandbox::confines(environment);
     for (const QUrl& folder : folders) {
         if (!confined) {
             try {
@@ -83,6 +80,15 @@ bool AppModel::authorizeFolders(const QList<QUrl>& folders, const QString& reaso
         QList<QUrl> chosen = services.dialogs.open(request);
         if (chosen.isEmpty()) {
             setNotice(QStringLiteral("Folder access cancelled. Your batch is unchanged."));
+            return finish(false);
+        }
+        // The portal hands the chosen folder over as itself only where the
+        // sandbox may write; anywhere else, as an entry of its document store.
+        if (Sandbox::isPortalDocument(environment, chosen.front().toLocalFile())) {
+            setError(QStringLiteral("Tessary's sandbox may not change files in ") + path +
+                     QStringLiteral(", so it cannot rename there; allow Tessary that folder in "
+                                    "the desktop's app permissions and try again. Your batch "
+                                    "is unchanged."));
             return finish(false);
         }
         if (!FolderAuthorization::accepts(chosen.front(), folder)) {

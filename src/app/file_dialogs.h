@@ -23,6 +23,12 @@ public:
         // Filters as a person reads them, "HTML document (*.html)"; empty
         // allows every file.
         QStringList nameFilters;
+
+        // Access to one folder, which `initialFolder` names: the message
+        // gives the reason, to be read before choosing.
+        bool asksForOneFolder() const {
+            return initialFolder.isLocalFile() && chooseFolders && !multiple;
+        }
     };
 
     struct SaveRequest {

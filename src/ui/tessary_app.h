@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/app_model.h"
+#include "app/platform/portal_file_dialogs.h"
 #include "app/platform/qt_clipboard.h"
 #include "app/platform/qt_file_dialogs.h"
 #include "app/platform/qt_url_opener.h"
@@ -22,6 +23,8 @@ public:
 
 private:
     QtFileDialogs dialogs;
+    // Only in a sandbox, where a panel of Qt's own would show the sandbox.
+    std::unique_ptr<PortalFileDialogs> portalDialogs;
     QtClipboard clipboard;
     QSettingsStore settings;
     QtUrlOpener urls;

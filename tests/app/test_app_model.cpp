@@ -295,9 +295,11 @@ private slots:
 
     void addingAsksOnceForEachExactUnchangedFolder() {
         sandboxed = true;
-        model = start();
+        QProcessEnvironment environment;
+        environment.insert("XDG_RUNTIME_DIR", disk->at("run"));
+        model = start({}, environment);
         disk->make({"Photos/p.jpg", "Loose/1.txt", "Loose/2.txt", "Loose/3.txt", "parent/B/b.txt",
-                    "X/x.txt", "Y/y.txt", "Mixed/m.txt", "d:Mixed/Sub"});
+                    "X/x.txt", "Y/y.txt", "Mixed/m.txt", "d:Mixed/Sub", "Z/z.txt"});
         // Numbered by date, the batch says so.
         model->setRules({.order = NameOrder::taken, .descending = true});
         const QString cancelled = "Folder access cancelled. Your batch is unchanged.";
@@ -313,6 +315,8 @@ private slots:
             // Chosen in the add panel, a folder needs no second panel.
             {{}, {disk->url("Mixed")}, true, {}, 0, {}, "6 files added. Some unsupported items were skipped.", {}},
             {{}, {disk->url("parent/B/b.txt")}, false, {{disk->url("parent")}}, 1, {}, "Choose the containing folder to allow safe previews and renaming.", "Please choose the exact containing folder: " + disk->at("parent/B") + ". Your batch is unchanged."},
+            // Where the sandbox may not write, the portal hands over a document of its store.
+            {{}, {disk->url("Z/z.txt")}, false, {{disk->url("run/doc/5e1f/Z")}}, 1, {}, "Choose the containing folder to allow safe previews and renaming.", "Tessary's sandbox may not change files in " + disk->at("Z") + ", so it cannot rename there; allow Tessary that folder in the desktop's app permissions and try again. Your batch is unchanged."},
         };
         // clang-format on
         for (const auto& add : adds) {

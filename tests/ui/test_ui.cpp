@@ -2,6 +2,7 @@
 #include "temporary_folder.h"
 
 #include "app/app_model.h"
+#include "app/platform/portal_file_dialogs.h"
 #include "app/platform/qt_file_dialogs.h"
 #include "app/qsettings_store.h"
 #include "ui/launch_channel.h"
@@ -13,8 +14,8 @@
 #include "ui/tutorial_view.h"
 #include "ui/window_launches.h"
 
-#include <QDBusConnectionInterface>
 #include <QTest>
+#include <QtDBus>
 #include <QtWidgets>
 
 #include <cstdio>
@@ -128,6 +129,76 @@ const QStringList fromSpreadsheet = {"north-deck.pdf", "north-photo.jpg", "north
 const QString noProjectName = u"Enter a project name to try this recipe."_s;
 
 } // namespace
+
+// The desktop's file-chooser portal as a sandboxed program meets it, on its
+// own connection to the bus: it writes down what each request asks and
+// answers with the next of `answers`, an empty one being a cancel.
+class StandInPortal : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.FileChooser")
+
+public:
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "portal");
+    QList<QStringList> answers;
+    QStringList asked;
+
+public slots:
+    QDBusObjectPath OpenFile(const QString&, const QString& title, const QVariantMap& options,
+                             const QDBusMessage& call) {
+        return answer(title, options, call);
+    }
+    QDBusObjectPath SaveFile(const QString&, const QString& title, const QVariantMap& options,
+                             const QDBusMessage& call) {
+        return answer(title, options, call);
+    }
+
+private:
+    QDBusObjectPath answer(const QString& title, const QVariantMap& options,
+                           const QDBusMessage& call) {
+        QStringList filters;
+        if (options.contains("filters")) {
+            const auto argument = options["filters"].value<QDBusArgument>();
+            filters << argument.currentSignature();
+            argument.beginArray();
+            while (!argument.atEnd()) {
+                QString name;
+                uint kind;
+                QString glob;
+                argument.beginStructure();
+                argument >> name;
+                argument.beginArray();
+                while (!argument.atEnd()) {
+                    argument.beginStructure();
+                    argument >> kind >> glob;
+                    argument.endStructure();
+                    name += u' ' + QString::number(kind) + u' ' + glob;
+                }
+                argument.endArray();
+                argument.endStructure();
+                filters << name;
+            }
+            argument.endArray();
+        }
+        asked << QStringList{call.member(),
+                             title,
+                             options["accept_label"].toString(),
+                             options["directory"].toBool() ? "folders" : "files",
+                             options["multiple"].toBool() ? "several" : "one",
+                             QString::fromUtf8(options["current_folder"].toByteArray()),
+                             options["current_name"].toString(),
+                             filters.join(", ")}
+                     .join(" | ");
+        const QString request = "/org/freedesktop/portal/desktop/request/" +
+                                call.service().mid(1).replace('.', '_') + '/' +
+                                options["handle_token"].toString();
+        QDBusMessage response =
+            QDBusMessage::createSignal(request, "org.freedesktop.portal.Request", "Response");
+        const QStringList uris = answers.takeFirst();
+        response << uint(uris.isEmpty() ? 1 : 0) << QVariantMap{{"uris", uris}};
+        QTimer::singleShot(0, this, [this, response] { bus.send(response); });
+        return QDBusObjectPath(request);
+    }
+};
 
 class UiTest : public QObject {
     Q_OBJECT
@@ -751,6 +822,59 @@ private slots:
                     .isEmpty());
         QCOMPARE(seen, (QStringList{access.title, access.message, disk->path(), "Add files", "",
                                     photos, "Add folder", "", photos}));
+    }
+
+    // In a sandbox the choosers are the desktop's, through its portal: an
+    // access request gives its reason first, then opens the portal's panel at
+    // the folder asked for; filters and a proposed name go with the request;
+    // with no portal on the bus, Qt's panel asks instead.
+    void sandboxedChoosersAreThePortals() {
+        if (!qEnvironmentVariableIsSet("TESSARY_TEST_BUS"))
+            QSKIP("Needs the private session bus of test_ui_bus.");
+        StandInPortal portal;
+        QVERIFY(portal.bus.registerService("org.freedesktop.portal.Desktop"));
+        QVERIFY(portal.bus.registerObject("/org/freedesktop/portal/desktop", &portal,
+                                          QDBusConnection::ExportAllSlots));
+        ScriptedDialogs qtPanels;
+        PortalFileDialogs dialogs(QDBusConnection::sessionBus(), qtPanels);
+        const QString photos = disk->folder("Photos");
+        const QString report = disk->at("report.html");
+        const FileDialogs::OpenRequest access{
+            .title = "Allow access to Photos",
+            .prompt = "Allow this folder",
+            .message = "Tessary needs this exact folder: " + photos + ".",
+            .chooseFolders = true,
+            .initialFolder = QUrl::fromLocalFile(photos)};
+        portal.answers = {
+            {QUrl::fromLocalFile(photos).toString()}, {}, {QUrl::fromLocalFile(report).toString()}};
+
+        answerNextMessageBox("Choose Folder…");
+        QCOMPARE(dialogs.open(access), QList<QUrl>{QUrl::fromLocalFile(photos)});
+        QCOMPARE(lastAlert, access.title + '\n' + access.message);
+        answerNextMessageBox("Cancel");
+        QVERIFY(dialogs.open(access).isEmpty());
+        QVERIFY(dialogs
+                    .open({.prompt = "Open",
+                           .multiple = true,
+                           .nameFilters = {"Spreadsheet (*.csv *.tsv)"}})
+                    .isEmpty());
+        QCOMPARE(dialogs.save({.title = "Export Draft Report",
+                               .proposedName = "report.html",
+                               .nameFilters = {"HTML document (*.html)"}}),
+                 report);
+        QCOMPARE(portal.asked,
+                 (QStringList{"OpenFile | Allow access to Photos | Allow this folder | folders | "
+                              "one | " +
+                                  photos + QChar(0) + " |  | ",
+                              "OpenFile | Open | Open | files | several |  |  | a(sa(us)), "
+                              "Spreadsheet 0 *.csv 0 *.tsv",
+                              "SaveFile | Export Draft Report |  | files | one |  | report.html | "
+                              "a(sa(us)), HTML document 0 *.html"}));
+        QVERIFY(qtPanels.openRequests.isEmpty() && qtPanels.saveRequests.isEmpty());
+
+        QVERIFY(portal.bus.unregisterService("org.freedesktop.portal.Desktop"));
+        QVERIFY(dialogs.open({.prompt = "Add folder", .chooseFolders = true}).isEmpty());
+        QCOMPARE(qtPanels.openRequests.size(), 1);
     }
 
     void tutorialRulesLoopRenamesAndUndoesOnScreenOnly() {

@@ -82,7 +82,7 @@ QList<QUrl> QtFileDialogs::open(const OpenRequest& request) {
     chooser->setOption(QFileDialog::ReadOnly, !request.canCreateFolders);
     if (!request.nameFilters.isEmpty())
         chooser->setNameFilters(request.nameFilters);
-    if (request.initialFolder.isLocalFile() && request.chooseFolders && !request.multiple) {
+    if (request.asksForOneFolder()) {
         // The folder asked for is shown already chosen, in the folder above
         // it, so allowing it is one click on the button.
         QFileInfo asked(request.initialFolder.toLocalFile());
