@@ -14,6 +14,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <map>
 #include <numeric>
 #include <utility>
 
@@ -55,15 +56,19 @@ struct Collected {
 const QDateTime may4(QDate(2026, 5, 4), QTime(9, 30), Qt::UTC);
 
 // A small real JPEG, as a camera would leave it: a date taken when `taken`
-// is not empty, and the modification time `modified`.
+// is not empty, those of the other EXIF `tags` that are not, and the
+// modification time `modified`.
 QString photo(TemporaryFolder& folder, const QString& name, const QString& taken,
-              const QDateTime& modified, const QByteArray& padding = {}) {
+              const QDateTime& modified, const QByteArray& padding = {},
+              std::map<std::string, std::string> tags = {}) {
     QString path = folder.at(name);
     {
         auto image = Exiv2::ImageFactory::create(Exiv2::ImageType::jpeg, path.toStdString());
         Exiv2::ExifData exif;
-        if (!taken.isEmpty())
-            exif["Exif.Photo.DateTimeOriginal"] = taken.toStdString();
+        tags["Exif.Photo.DateTimeOriginal"] = taken.toStdString();
+        for (const auto& [key, value] : tags)
+            if (!value.empty())
+                exif[key] = value;
         exif["Exif.Image.ImageDescription"] = padding.toStdString();
         image->setExifData(exif);
         image->writeMetadata();
@@ -145,17 +150,11 @@ private slots:
                      {"FUJIFILM", "X-T4", "", "X-T4"},
                      {"", "", "", ""}};
         for (const auto& shot : shots) {
-            const QString path = folder.at(QString(shot.model) + " shot.jpg");
-            auto image = Exiv2::ImageFactory::create(Exiv2::ImageType::jpeg, path.toStdString());
-            Exiv2::ExifData exif;
-            for (auto [key, value] : {std::pair{"Exif.Image.Make", shot.make},
-                                      {"Exif.Image.Model", shot.model},
-                                      {"Exif.Photo.LensModel", shot.lens}})
-                if (*value)
-                    exif[key] = value;
-            image->setExifData(exif);
-            image->writeMetadata();
-            const FileFacts facts = MetadataReader::read(path);
+            const FileFacts facts =
+                MetadataReader::read(photo(folder, QString(shot.model) + " shot.jpg", "", may4, {},
+                                           {{"Exif.Image.Make", shot.make},
+                                            {"Exif.Image.Model", shot.model},
+                                            {"Exif.Photo.LensModel", shot.lens}}));
             QCOMPARE(facts.camera, shot.camera);
             QCOMPARE(facts.lens, shot.lens);
             QCOMPARE(facts.width, std::int64_t(1));
