@@ -23,11 +23,6 @@ std::optional<QString> attach(const QString& image) {
     return run("losetup", {"--find", "--show", image});
 }
 
-bool sparseFile(const QString& path, qint64 size) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.resize(size);
-}
-
 // Why this machine cannot mount `type` with `tools`, or nothing. Loads the
 // kernel's driver where it is a module; ntfs-3g and bindfs serve through FUSE,
 // and the kernels this runs on have ext4, xfs, btrfs and overlays.
@@ -76,7 +71,7 @@ std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString&
     return make(type, {"losetup", "mount", "mkfs." + type}, whyNot, [&](MountedVolume& volume) {
         const QString image = volume.scratch.filePath("image");
         // xfs wants 300 MiB at least; the image is sparse, so it costs no disk.
-        if (!sparseFile(image, 320LL << 20))
+        if (QFile file(image); !file.open(QIODevice::WriteOnly) || !file.resize(320LL << 20))
             return QString("cannot create a disk image");
         const QMap<QString, QStringList> format{
             {"ext4", {"-q"}}, {"vfat", {"-F", "32"}}, {"exfat", {}}, {"ntfs", {"-F", "-Q"}}};
