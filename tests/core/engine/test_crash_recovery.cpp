@@ -269,12 +269,12 @@ void CrashRecoveryTest::failuresAndHostileChangesLoseNothing_data() {
                " A recovery journal was kept. Use Recover original names before another batch. "
                "Do not move any .tessary files.";
     };
-    const Layout untouched = {{"d/a.txt", "a"}, {"d/b.txt", "b"}};
+    const Layout untouched = named({"d/a.txt", "d/b.txt"});
     const QString changed = stopped("The file or its folder changed. No replacement was made.");
     // Recovery cannot find b and moves nothing, rather than take the stranger
     // for it.
     const Layout stranded = {
-        {"d/.tessary-BATCH-0", "a"}, {"d/b.txt", "impostor"}, {"b-moved.txt", "b"}};
+        {"d/.tessary-BATCH-0", "d/a.txt"}, {"d/b.txt", "impostor"}, {"b-moved.txt", "d/b.txt"}};
     const QString swap = "mv %1/d/b.txt %1/b-moved.txt && printf impostor > %1/d/b.txt";
     // renameat2 calls: 1 the probe, 2-3 phase one, 4-5 phase two; with linkat,
     // 1 the probe, 2 the journal, 3 the first move.
@@ -288,15 +288,15 @@ void CrashRecoveryTest::failuresAndHostileChangesLoseNothing_data() {
     QTest::newRow("volume refuses exclusive renames and links") << "" << Fault{"renameat2,linkat", -1, "EINVAL"} << "This volume cannot rename files without the risk of replacing others. No files were renamed." << false << untouched;
     QTest::newRow("cross-device rename refused") << "" << Fault{"renameat2", 2, "EXDEV"} << stopped("Cannot rename a.txt: Invalid cross-device link. Nothing was overwritten.") << true << untouched;
     QTest::newRow("exclusive rename and link refused mid-batch") << "" << Fault{"renameat2,linkat", -3, "EINVAL"} << stopped("Cannot rename a.txt: Invalid argument. Nothing was overwritten.") << true << untouched;
-    QTest::newRow("destination created before the final move") << "" << Fault{"renameat2", 4, "printf intruder > %1/d/x.txt"} << stopped("Cannot rename .tessary-BATCH-0: File exists. Nothing was overwritten.") << true << Layout{{"d/a.txt", "a"}, {"d/b.txt", "b"}, {"d/x.txt", "intruder"}};
+    QTest::newRow("destination created before the final move") << "" << Fault{"renameat2", 4, "printf intruder > %1/d/x.txt"} << stopped("Cannot rename .tessary-BATCH-0: File exists. Nothing was overwritten.") << true << Layout{{"d/a.txt", "d/a.txt"}, {"d/b.txt", "d/b.txt"}, {"d/x.txt", "intruder"}};
     QTest::newRow("file swapped for another of the same name") << "" << Fault{"renameat2", 2, swap} << changed << true << stranded;
     // After the check, before the move: the stranger is put back.
     QTest::newRow("file swapped between its check and its move") << "" << Fault{"renameat2", 3, swap} << changed << true << stranded;
-    QTest::newRow("folder replaced by a link") << "" << Fault{"renameat2", 3, "mv %1/d %1/d-moved && ln -s %1/other %1/d"} << stopped("Cannot safely open d. Symbolic links and unavailable folders are not supported.") << true << Layout{{"d-moved/.tessary-BATCH-0", "a"}, {"d-moved/.tessary-BATCH-1", "b"}};
+    QTest::newRow("folder replaced by a link") << "" << Fault{"renameat2", 3, "mv %1/d %1/d-moved && ln -s %1/other %1/d"} << stopped("Cannot safely open d. Symbolic links and unavailable folders are not supported.") << true << Layout{{"d-moved/.tessary-BATCH-0", "d/a.txt"}, {"d-moved/.tessary-BATCH-1", "d/b.txt"}};
     // A FUSE volume refuses RENAME_NOREPLACE: linkat calls are 1 the journal,
     // 2 the probe, 3 a.txt straight to x.txt. Another program takes x.txt
     // after the probe found the volume usable.
-    QTest::newRow("name taken on a FUSE volume") << "fuse" << Fault{"linkat", 3, "printf intruder > %1/d/x.txt"} << stopped("Cannot rename a.txt: File exists. Nothing was overwritten.") << true << Layout{{"d/a.txt", "a"}, {"d/b.txt", "b"}, {"d/x.txt", "intruder"}};
+    QTest::newRow("name taken on a FUSE volume") << "fuse" << Fault{"linkat", 3, "printf intruder > %1/d/x.txt"} << stopped("Cannot rename a.txt: File exists. Nothing was overwritten.") << true << Layout{{"d/a.txt", "d/a.txt"}, {"d/b.txt", "d/b.txt"}, {"d/x.txt", "intruder"}};
     // clang-format on
 }
 
@@ -310,31 +310,29 @@ void CrashRecoveryTest::failuresAndHostileChangesLoseNothing() {
     auto fuse = volume == "fuse" ? MountedVolume::fuse(whyNot) : nullptr;
     if (volume == "fuse" && !fuse)
         QSKIP(qPrintable(whyNot));
-    TemporaryFolder disk;
-    const QString root = fuse ? fuse->path() : disk.path();
-    const QString journal = disk.at("journal");
+    Scenario batch({"d/a.txt", "d/b.txt"}, {"x.txt", "y.txt"}, fuse ? fuse->path() : QString());
     Layout expectedLayout = {
         {"other/a.txt", "other a"}, {"other/b.txt", "other b"}, {"other/.tessary-bait", "bait"}};
-    write(root, expectedLayout);
-    write(root, {{"d/a.txt", "a"}, {"d/b.txt", "b"}});
-    fault.action.replace("%1", root);
-    Run run = drive(journal, {"execute", root + "/d/a.txt=x.txt", root + "/d/b.txt=y.txt"}, fault);
+    write(batch.root, expectedLayout);
+    fault.action.replace("%1", batch.root);
+    Run run = drive(batch.journal, batch.arguments, fault);
     // {"version":1,"id":"…": the id is the sixth piece between quotes.
-    const QString batch = QString::fromUtf8(disk.read("journal/active.json")).section('"', 5, 5);
-    QCOMPARE(run.errors, expected.replace("BATCH", batch));
-    QCOMPARE(QFile::exists(journal + "/active.json"), needsRecovery);
+    const QString id = QString::fromUtf8(batch.disk.read("journal/active.json")).section('"', 5, 5);
+    QCOMPARE(run.errors, expected.replace("BATCH", id));
+    QCOMPARE(batch.needsRecovery(), needsRecovery);
     // No temporary journal is left behind, whichever step failed.
-    QCOMPARE(QDir(journal).entryList({".journal-*"}, QDir::Files | QDir::Hidden), QStringList());
+    QCOMPARE(QDir(batch.journal).entryList({".journal-*"}, QDir::Files | QDir::Hidden),
+             QStringList());
     // Recovery puts back what it can find, and nothing outside the batch is
     // renamed or overwritten.
     if (needsRecovery)
-        drive(journal, {"recover"});
+        drive(batch.journal, {"recover"});
     for (auto it = left.begin(); it != left.end(); ++it)
-        expectedLayout.insert(QString(it.key()).replace("BATCH", batch), it.value());
+        expectedLayout.insert(QString(it.key()).replace("BATCH", id), it.value());
     QStringList folders = {".", "d-moved", "other"};
-    if (!QFileInfo(root + "/d").isSymLink())
+    if (!QFileInfo(batch.root + "/d").isSymLink())
         folders.append("d");
-    QCOMPARE(layoutOf(root, folders), expectedLayout);
+    QCOMPARE(layoutOf(batch.root, folders), expectedLayout);
 }
 
 void CrashRecoveryTest::folderWalkWithoutOpenat2RefusesLinksToo() {
