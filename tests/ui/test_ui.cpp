@@ -153,32 +153,23 @@ public slots:
     }
 
 private:
+    // An option read as text, whatever its shape: arrays in brackets, structures
+    // in parentheses.
+    static QString text(const QDBusArgument& value) {
+        const bool array = value.currentType() == QDBusArgument::ArrayType;
+        if (!array && value.currentType() != QDBusArgument::StructureType)
+            return value.asVariant().toString();
+        QStringList items;
+        array ? value.beginArray() : value.beginStructure();
+        while (!value.atEnd())
+            items << text(value);
+        array ? value.endArray() : value.endStructure();
+        return (array ? u'[' : u'(') + items.join(u' ') + (array ? u']' : u')');
+    }
+
     QDBusObjectPath answer(const QString& title, const QVariantMap& options,
                            const QDBusMessage& call) {
-        QStringList filters;
-        if (options.contains("filters")) {
-            const auto argument = options["filters"].value<QDBusArgument>();
-            filters << argument.currentSignature();
-            argument.beginArray();
-            while (!argument.atEnd()) {
-                QString name;
-                uint kind;
-                QString glob;
-                argument.beginStructure();
-                argument >> name;
-                argument.beginArray();
-                while (!argument.atEnd()) {
-                    argument.beginStructure();
-                    argument >> kind >> glob;
-                    argument.endStructure();
-                    name += u' ' + QString::number(kind) + u' ' + glob;
-                }
-                argument.endArray();
-                argument.endStructure();
-                filters << name;
-            }
-            argument.endArray();
-        }
+        const auto filters = options["filters"].value<QDBusArgument>();
         asked << QStringList{call.member(),
                              title,
                              options["accept_label"].toString(),
@@ -186,7 +177,8 @@ private:
                              options["multiple"].toBool() ? "several" : "one",
                              QString::fromUtf8(options["current_folder"].toByteArray()),
                              options["current_name"].toString(),
-                             filters.join(", ")}
+                             filters.currentSignature(),
+                             text(filters)}
                      .join(" | ");
         const QString request = "/org/freedesktop/portal/desktop/request/" +
                                 call.service().mid(1).replace('.', '_') + '/' +
@@ -865,11 +857,11 @@ private slots:
         QCOMPARE(portal.asked,
                  (QStringList{"OpenFile | Allow access to Photos | Allow this folder | folders | "
                               "one | " +
-                                  photos + QChar(0) + " |  | ",
-                              "OpenFile | Open | Open | files | several |  |  | a(sa(us)), "
-                              "Spreadsheet 0 *.csv 0 *.tsv",
+                                  photos + QChar(0) + " |  |  | ",
+                              "OpenFile | Open | Open | files | several |  |  | a(sa(us)) | "
+                              "[(Spreadsheet [(0 *.csv) (0 *.tsv)])]",
                               "SaveFile | Export Draft Report |  | files | one |  | report.html | "
-                              "a(sa(us)), HTML document 0 *.html"}));
+                              "a(sa(us)) | [(HTML document [(0 *.html)])]"}));
         QVERIFY(qtPanels.openRequests.isEmpty() && qtPanels.saveRequests.isEmpty());
 
         QVERIFY(portal.bus.unregisterService("org.freedesktop.portal.Desktop"));
