@@ -128,67 +128,52 @@ const QStringList acmeLaunch = {"acme-launch-001.pdf", "acme-launch-002.jpg",
 const QStringList fromSpreadsheet = {"north-deck.pdf", "north-photo.jpg", "north-logo.png"};
 const QString noProjectName = u"Enter a project name to try this recipe."_s;
 
+// A value a call carries, as text: arrays in brackets after their signature,
+// structures in parentheses.
+QString text(const QVariant& value) {
+    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
+        return value.toString();
+    const auto argument = value.value<QDBusArgument>();
+    const bool array = argument.currentType() == QDBusArgument::ArrayType;
+    const QString opening = array ? argument.currentSignature() + u'[' : u"("_s;
+    array ? argument.beginArray() : argument.beginStructure();
+    QStringList items;
+    while (!argument.atEnd())
+        items << text(argument.asVariant());
+    array ? argument.endArray() : argument.endStructure();
+    return opening + items.join(u' ') + (array ? u']' : u')');
+}
+
 } // namespace
 
 // The desktop's file-chooser portal as a sandboxed program meets it, on its
-// own connection to the bus: it writes down what each request asks and
-// answers with the next of `answers`, an empty one being a cancel.
-class StandInPortal : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.FileChooser")
-
+// own connection to the bus: it writes down each request's title and options
+// and answers with the next of `answers`, an empty one being a cancel.
+class StandInPortal : public QDBusVirtualObject {
 public:
     QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "portal");
     QList<QStringList> answers;
     QStringList asked;
 
-public slots:
-    QDBusObjectPath OpenFile(const QString&, const QString& title, const QVariantMap& options,
-                             const QDBusMessage& call) {
-        return answer(title, options, call);
-    }
-    QDBusObjectPath SaveFile(const QString&, const QString& title, const QVariantMap& options,
-                             const QDBusMessage& call) {
-        return answer(title, options, call);
-    }
+    QString introspect(const QString&) const override { return {}; }
 
-private:
-    // An option read as text, whatever its shape: arrays in brackets, structures
-    // in parentheses.
-    static QString text(const QDBusArgument& value) {
-        const bool array = value.currentType() == QDBusArgument::ArrayType;
-        if (!array && value.currentType() != QDBusArgument::StructureType)
-            return value.asVariant().toString();
-        QStringList items;
-        array ? value.beginArray() : value.beginStructure();
-        while (!value.atEnd())
-            items << text(value);
-        array ? value.endArray() : value.endStructure();
-        return (array ? u'[' : u'(') + items.join(u' ') + (array ? u']' : u')');
-    }
-
-    QDBusObjectPath answer(const QString& title, const QVariantMap& options,
-                           const QDBusMessage& call) {
-        const auto filters = options["filters"].value<QDBusArgument>();
-        asked << QStringList{call.member(),
-                             title,
-                             options["accept_label"].toString(),
-                             options["directory"].toBool() ? "folders" : "files",
-                             options["multiple"].toBool() ? "several" : "one",
-                             QString::fromUtf8(options["current_folder"].toByteArray()),
-                             options["current_name"].toString(),
-                             filters.currentSignature(),
-                             text(filters)}
-                     .join(" | ");
+    bool handleMessage(const QDBusMessage& call, const QDBusConnection&) override {
+        if (call.interface() != "org.freedesktop.portal.FileChooser")
+            return false;
+        auto options = qdbus_cast<QVariantMap>(call.arguments().value(2));
         const QString request = "/org/freedesktop/portal/desktop/request/" +
                                 call.service().mid(1).replace('.', '_') + '/' +
-                                options["handle_token"].toString();
+                                options.take("handle_token").toString();
+        QStringList words{call.member(), call.arguments().value(1).toString()};
+        for (const auto& [key, value] : options.asKeyValueRange())
+            words << key + '=' + text(value);
+        asked << words.join(" | ");
         QDBusMessage response =
             QDBusMessage::createSignal(request, "org.freedesktop.portal.Request", "Response");
         const QStringList uris = answers.takeFirst();
         response << uint(uris.isEmpty() ? 1 : 0) << QVariantMap{{"uris", uris}};
-        QTimer::singleShot(0, this, [this, response] { bus.send(response); });
-        return QDBusObjectPath(request);
+        return bus.send(call.createReply(QVariant::fromValue(QDBusObjectPath(request)))) &&
+               bus.send(response);
     }
 };
 
@@ -825,8 +810,7 @@ private slots:
             QSKIP("Needs the private session bus of test_ui_bus.");
         StandInPortal portal;
         QVERIFY(portal.bus.registerService("org.freedesktop.portal.Desktop"));
-        QVERIFY(portal.bus.registerObject("/org/freedesktop/portal/desktop", &portal,
-                                          QDBusConnection::ExportAllSlots));
+        QVERIFY(portal.bus.registerVirtualObject("/org/freedesktop/portal/desktop", &portal));
         ScriptedDialogs qtPanels;
         PortalFileDialogs dialogs(QDBusConnection::sessionBus(), qtPanels);
         const QString photos = disk->folder("Photos");
@@ -854,14 +838,16 @@ private slots:
                                .proposedName = "report.html",
                                .nameFilters = {"HTML document (*.html)"}}),
                  report);
-        QCOMPARE(portal.asked,
-                 (QStringList{"OpenFile | Allow access to Photos | Allow this folder | folders | "
-                              "one | " +
-                                  photos + QChar(0) + " |  |  | ",
-                              "OpenFile | Open | Open | files | several |  |  | a(sa(us)) | "
-                              "[(Spreadsheet [(0 *.csv) (0 *.tsv)])]",
-                              "SaveFile | Export Draft Report |  | files | one |  | report.html | "
-                              "a(sa(us)) | [(HTML document [(0 *.html)])]"}));
+        QCOMPARE(
+            portal.asked,
+            (QStringList{"OpenFile | Allow access to Photos | accept_label=Allow this folder | "
+                         "current_folder=" +
+                             photos + QChar(0) + " | directory=true | multiple=false",
+                         "OpenFile | Open | accept_label=Open | directory=false | "
+                         "filters=a(sa(us))[(Spreadsheet a(us)[(0 *.csv) (0 *.tsv)])] | "
+                         "multiple=true",
+                         "SaveFile | Export Draft Report | current_name=report.html | "
+                         "filters=a(sa(us))[(HTML document a(us)[(0 *.html)])]"}));
         QVERIFY(qtPanels.openRequests.isEmpty() && qtPanels.saveRequests.isEmpty());
 
         QVERIFY(portal.bus.unregisterService("org.freedesktop.portal.Desktop"));
