@@ -426,10 +426,7 @@ private slots:
         model->setRules({.sequence = true, .sequenceStart = 997});
         QCOMPARE(model->digitsNote(), "");
         // Companions share a number: a.jpg and a.nef need one.
-        disk->file("Photos/a.nef");
-        dialogs->openAnswers = {{disk->url("Photos")}};
-        model->openFiles(true);
-        QVERIFY(settled(*model));
+        QVERIFY(load("Photos", {"a.nef"}));
         model->setRules({.sequence = true, .sequenceStart = 998, .companions = true});
         QCOMPARE(model->digitsNote(), "3 names need 4 digits");
         // Another notice is not turned back into the count.
