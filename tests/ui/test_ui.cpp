@@ -101,14 +101,13 @@ void typeInto(QWidget* field, const QString& text) {
         key == '\n' ? QTest::keyClick(field, Qt::Key_Return) : QTest::keyClick(field, key);
 }
 
-// What a control shows: a field's text, a list's choice, or a switch's "on" or "off".
+// What a control shows: a list's choice, a field's or a count's text, or a
+// switch's "on" or "off".
 QString state(QWidget* root, const QString& control) {
-    if (auto* field = named<QLineEdit>(root, control))
-        return field->text();
     if (auto* box = named<QComboBox>(root, control))
         return box->currentText();
-    if (auto* count = named<QSpinBox>(root, control))
-        return count->text();
+    if (auto* field = named<QWidget>(root, control))
+        return field->property("text").toString();
     return withText(root, control)->isChecked() ? u"on"_s : u"off"_s;
 }
 
@@ -284,12 +283,10 @@ private slots:
         // clang-format on
         RenameRules expected;
         for (const auto& step : steps) {
-            if (QWidget* field = named<QLineEdit>(&inspector, step.control))
-                typeInto(field, step.value);
-            else if (QWidget* count = named<QSpinBox>(&inspector, step.control))
-                typeInto(count, step.value);
-            else if (auto* box = named<QComboBox>(&inspector, step.control))
+            if (auto* box = named<QComboBox>(&inspector, step.control))
                 QVERIFY2(choose(box, step.value), qPrintable(step.control));
+            else if (QWidget* field = named<QWidget>(&inspector, step.control))
+                typeInto(field, step.value);
             else
                 QTest::mouseClick(withText(&inspector, step.control), Qt::LeftButton);
             step.change(expected);
