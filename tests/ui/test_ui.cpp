@@ -198,16 +198,9 @@ class UiTest : public QObject {
         QTRY_VERIFY_WITH_TIMEOUT(!model->files().isEmpty() && !model->previewing(), patience);
     }
 
-    // Confined as in a Flatpak, where a folder is used only once the person
-    // chose it; unconfined, as here, nothing is asked.
-    bool sandboxed = false;
-
     // A new run of the app on the same journal and settings.
-    void launch(bool withWindow = true) {
+    void launch(bool withWindow = true, const QProcessEnvironment& environment = {}) {
         window.reset();
-        QProcessEnvironment environment;
-        if (sandboxed)
-            environment.insert("FLATPAK_ID", "org.tessary.Tessary");
         model = std::make_unique<AppModel>(PlatformServices{dialogs, clipboard, *settings, urls},
                                            AppModel::Startup{disk->at("journal"), {}, environment});
         if (!withWindow)
@@ -239,7 +232,6 @@ private slots:
         dialogs = ScriptedDialogs();
         urls = RecordingUrlOpener();
         settings = std::make_unique<QSettingsStore>(disk->at("settings.ini"));
-        sandboxed = false;
         launch(false);
     }
 
@@ -386,8 +378,11 @@ private slots:
     }
 
     void spreadsheetCardAndEditorFollowTheList() {
-        sandboxed = true;
-        launch(false);
+        // Confined as in a Flatpak, where a folder is used only once the person
+        // chose it; unconfined, as elsewhere here, nothing is asked.
+        QProcessEnvironment flatpak;
+        flatpak.insert("FLATPAK_ID", "org.tessary.Tessary");
+        launch(false, flatpak);
         // Files on disk, added as if their folder had been chosen in the panel.
         disk->make({"shoot/a.txt", "shoot/b.txt"});
         model->add({disk->url("shoot")}, {disk->url("shoot")});
