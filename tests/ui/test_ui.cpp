@@ -157,13 +157,15 @@ public:
     QString introspect(const QString&) const override { return {}; }
 
     bool handleMessage(const QDBusMessage& call, const QDBusConnection&) override {
-        if (call.interface() != "org.freedesktop.portal.FileChooser")
+        // Any other call is refused, as the portal would refuse it.
+        if (call.interface() != "org.freedesktop.portal.FileChooser" ||
+            call.signature() != "ssa{sv}")
             return false;
-        auto options = qdbus_cast<QVariantMap>(call.arguments().value(2));
+        auto options = qdbus_cast<QVariantMap>(call.arguments()[2]);
         const QString request = "/org/freedesktop/portal/desktop/request/" +
                                 call.service().mid(1).replace('.', '_') + '/' +
                                 options.take("handle_token").toString();
-        QStringList words{call.member(), call.arguments().value(1).toString()};
+        QStringList words{call.member(), call.arguments()[1].toString()};
         for (const auto& [key, value] : options.asKeyValueRange())
             words << key + '=' + text(value);
         asked << words.join(" | ");
