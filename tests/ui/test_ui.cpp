@@ -189,13 +189,12 @@ class UiTest : public QObject {
     std::unique_ptr<AppModel> model;
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<TutorialView> view;
-    QString shoot;
 
     QAction* command(const QString& title) { return withText<QAction>(window.get(), title); }
     static bool onScreen(QWidget* w) { return w->show(), QTest::qWaitForWindowExposed(w); }
 
     void addFolder(const QString& folder) {
-        dialogs.openAnswers.append({QUrl::fromLocalFile(folder)});
+        dialogs.openAnswers.append({disk->url(folder)});
         command("Add Folder…")->trigger();
         QTRY_VERIFY_WITH_TIMEOUT(!model->files().isEmpty() && !model->previewing(), patience);
     }
@@ -230,7 +229,6 @@ private slots:
     void init() {
         lastAlert.clear();
         disk = std::make_unique<TemporaryFolder>();
-        shoot = disk->folder("shoot");
         dialogs = ScriptedDialogs();
         urls = RecordingUrlOpener();
         settings = std::make_unique<QSettingsStore>(disk->at("settings.ini"));
@@ -489,7 +487,7 @@ private slots:
         QWidget* win = window.get();
         QVERIFY(!command("Undo Last Rename Batch")->isEnabled());
         QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(shoot)});
+        data.setUrls({disk->url("shoot")});
         auto drop = [&] {
             QDragEnterEvent enter({200, 200}, Qt::CopyAction, &data, Qt::LeftButton,
                                   Qt::NoModifier);
@@ -530,7 +528,7 @@ private slots:
 
         // The keyboard moves rows and leaves the table, a drag moves them too,
         // and either key removes them.
-        addFolder(shoot);
+        addFolder("shoot");
         auto* table = win->findChild<QTableView*>();
         win->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(win));
@@ -617,7 +615,7 @@ private slots:
         QTRY_COMPARE(table->model()->rowCount(), 0);
 
         // A batch named by spreadsheet, which quitting waits for.
-        addFolder(shoot);
+        addFolder("shoot");
         QVERIFY(press(win, "Spreadsheet"));
         QVERIFY(press(win, "Add spreadsheet"));
         QTRY_VERIFY(canPress(win, "Paste columns"));
@@ -640,7 +638,7 @@ private slots:
             disk->read("journal/undo.json").replace(R"("completed":true)", R"("completed":false)"));
         QVERIFY(QFile::remove(journal + "/undo.json"));
         const QString replacement = disk->file("shoot/replacement");
-        QCOMPARE(std::rename(qPrintable(replacement), qPrintable(shoot + "/second.jpg")), 0);
+        QCOMPARE(std::rename(qPrintable(replacement), qPrintable(disk->at("shoot/second.jpg"))), 0);
 
         launch();
         win = window.get();
@@ -1009,7 +1007,7 @@ private slots:
 
         // While an editor is open the items wait, and are added when it closes.
         model->setShowSaveRecipe(true);
-        QVERIFY(endsWell(run(TESSARY_APP, {shoot + "/IMG_2.jpg"})));
+        QVERIFY(endsWell(run(TESSARY_APP, {disk->at("shoot/IMG_2.jpg")})));
         QTest::qWait(200);
         QCOMPARE(model->files().size(), qsizetype(3));
         model->setShowSaveRecipe(false);
@@ -1038,7 +1036,8 @@ private slots:
         QVERIFY(endsWell(run(TESSARY_CLI, {"undo", "--journal", disk->at("journal")})));
         QTRY_COMPARE_WITH_TIMEOUT(model->undoCount(), qsizetype(0), patience);
         QVERIFY(!shows(window.get(), {"6 names saved for undo"}));
-        QCOMPARE(QDir(shoot).entryList(QDir::Files), (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
+        QCOMPARE(QDir(disk->at("shoot")).entryList(QDir::Files),
+                 (QStringList{"IMG_10.jpg", "IMG_2.jpg"}));
     }
 };
 
