@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QUuid>
 
 #include <unistd.h>
 
@@ -77,6 +78,12 @@ std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString&
             {"ext4", {"-q"}}, {"vfat", {"-F", "32"}}, {"exfat", {}}, {"ntfs", {"-F", "-Q"}}};
         if (!run("mkfs." + type, format.value(type, {"-f"}) << image))
             return "mkfs." + type + " failed";
+        // mkfs.ntfs draws the serial from the clock's second, so volumes made
+        // in the same second would share the UUID that recovery tells them
+        // apart by, as two clones of one card do.
+        const QString serial = QUuid::createUuid().toString(QUuid::Id128).left(16);
+        if (type == "ntfs" && !run("ntfslabel", {"--new-serial=" + serial, image}))
+            return QString("ntfslabel failed");
         volume.device = attach(image).value_or(QString());
         return volume.device.isEmpty() ? QString("no loop device could be attached") : QString();
     });
