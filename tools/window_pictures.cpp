@@ -14,6 +14,7 @@
 #include "scripted_services.h"
 
 #include "app/app_model.h"
+#include "app/platform/portal_file_dialogs.h"
 #include "app/platform/qt_file_dialogs.h"
 #include "app/qsettings_store.h"
 #include "core/naming/recipe.h"
@@ -235,6 +236,14 @@ int main(int argc, char** argv) {
             qobject_cast<QDialog*>(frame)->reject();
         });
         dialogs.open(request);
+        // In a sandbox the reason comes first, before the desktop's own chooser.
+        PortalFileDialogs portal(QDBusConnection(QStringLiteral("none")), dialogs);
+        QTimer::singleShot(200, [] {
+            QWidget* box = QApplication::activeModalWidget();
+            save(box, "29-sandbox-reason");
+            qobject_cast<QDialog*>(box)->reject();
+        });
+        portal.open(request);
     }
     {
         // A card of photos named by the day they were taken, by a camera
