@@ -64,6 +64,15 @@ bool canPress(QWidget* root, const QString& text) {
     return button && button->isEnabled();
 }
 
+// The model's request for one folder, as it asks for Photos.
+FileDialogs::OpenRequest accessTo(const QString& photos) {
+    return {.title = "Allow access to Photos",
+            .prompt = "Allow this folder",
+            .message = "Tessary needs this exact folder: " + photos + ".",
+            .chooseFolders = true,
+            .initialFolder = QUrl::fromLocalFile(photos)};
+}
+
 // The title and text of the last message box answered.
 QString lastAlert;
 
@@ -764,12 +773,7 @@ private slots:
     void folderChoosersSayWhyAndStartWhereThePersonIs() {
         const QString photos = disk->folder("Photos");
         QtFileDialogs dialogs;
-        const FileDialogs::OpenRequest access{
-            .title = "Allow access to Photos",
-            .prompt = "Allow this folder",
-            .message = "Tessary needs this exact folder: " + photos + ".",
-            .chooseFolders = true,
-            .initialFolder = QUrl::fromLocalFile(photos)};
+        const FileDialogs::OpenRequest access = accessTo(photos);
         QStringList seen;
         auto answer = [&](const QString& button) {
             QTimer::singleShot(0, [&seen, button] {
@@ -807,12 +811,7 @@ private slots:
         PortalFileDialogs dialogs(QDBusConnection::sessionBus(), qtPanels);
         const QString photos = disk->folder("Photos");
         const QString report = disk->at("report.html");
-        const FileDialogs::OpenRequest access{
-            .title = "Allow access to Photos",
-            .prompt = "Allow this folder",
-            .message = "Tessary needs this exact folder: " + photos + ".",
-            .chooseFolders = true,
-            .initialFolder = QUrl::fromLocalFile(photos)};
+        const FileDialogs::OpenRequest access = accessTo(photos);
         portal.answers = {
             {QUrl::fromLocalFile(photos).toString()}, {}, {QUrl::fromLocalFile(report).toString()}};
 
