@@ -42,10 +42,12 @@ class CliTest : public QObject {
     QString at(const QString& name) const { return folder->at(name); }
     QStringList names() const { return QDir(at("shoot")).entryList(QDir::Files, QDir::Name); }
 
-    CliOutcome cli(const QStringList& arguments, const QByteArray& input = {}) const {
+    // The command itself, or a program that runs it.
+    CliOutcome cli(const QStringList& arguments, const QByteArray& input = {},
+                   const QString& program = QStringLiteral(TESSARY_CLI)) const {
         QProcess process;
         process.setWorkingDirectory(folder->path());
-        process.start(QStringLiteral(TESSARY_CLI), arguments);
+        process.start(program, arguments);
         process.write(input);
         process.closeWriteChannel();
         process.waitForFinished(60000);
@@ -216,25 +218,19 @@ private slots:
             QSKIP("script(1), which gives a command a terminal, is not installed");
         // Standard error alone on the terminal: what script passes on is only it.
         auto atTerminal = [&](const QString& words) {
-            QProcess terminal;
-            terminal.setStandardInputFile(QProcess::nullDevice());
-            terminal.start("script", {"-qc",
-                                      QStringLiteral("'%1' %2 '%3' >/dev/null")
-                                          .arg(QStringLiteral(TESSARY_CLI), words, at("shoot")),
-                                      "/dev/null"});
-            terminal.waitForFinished(60000);
-            return QString::fromUtf8(terminal.readAllStandardOutput());
+            const QString command = QStringLiteral("'%1' %2 '%3' >/dev/null")
+                                        .arg(QStringLiteral(TESSARY_CLI), words, at("shoot"));
+            return cli({"-qc", command, "/dev/null"}, {}, "script").out;
         };
         QCOMPARE(atTerminal("preview --json"), QString());
         QString drawn = atTerminal("rename --yes --prefix x- --journal '" + at("journal") + "'");
         QCOMPARE(names(), (QStringList{"x-IMG_10.jpg", "x-IMG_2.jpg"}));
         // One line for each step, drawn over with each count and ended once; the
         // terminal turns each line feed into a carriage return and a line feed.
-        QVERIFY2(QRegularExpression("^\rAdding 0 of 2 files…[^\n]*\rAdding 2 of 2 files…\r\n"
-                                    "\rRenaming 0 of 2 files…[^\n]*\rRenaming 2 of 2 files…\r\n$")
-                     .match(drawn)
-                     .hasMatch(),
-                 qPrintable(drawn));
+        const QRegularExpression steps(
+            "^\rAdding 0 of 2 files…[^\n]*\rAdding 2 of 2 files…\r\n"
+            "\rRenaming 0 of 2 files…[^\n]*\rRenaming 2 of 2 files…\r\n$");
+        QVERIFY2(steps.match(drawn).hasMatch(), qPrintable(drawn));
     }
 
     void recoveryFinishesABatchOrRestoresWhatIsFound() {
