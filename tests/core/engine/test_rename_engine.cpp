@@ -3,6 +3,7 @@
 
 #include "core/batch/file_record.h"
 #include "core/engine/rename_engine.h"
+#include "core/platform/unique_fd.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,7 +14,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 namespace {
 
@@ -51,8 +51,7 @@ class RenameEngineTest : public QObject {
                 files.insert(name, disk->read(folder + "/" + name));
         return files;
     }
-    // Undone after each test, so a failing one leaves no lock or protected file.
-    int held = -1;
+    // Undone after each test, so a failing one leaves no protected file.
     QString immutable;
 
 private slots:
@@ -64,9 +63,6 @@ private slots:
     }
 
     void cleanup() {
-        if (held >= 0)
-            ::close(held);
-        held = -1;
         if (!immutable.isEmpty())
             QProcess::execute("chattr", {"-i", immutable});
         immutable.clear();
@@ -157,15 +153,16 @@ private slots:
             intents.append(intent(file, rename.section('>', 1)));
         }
         const qsizetype limit = scenario == "limit" ? 1 : 5000;
+        UniqueFd held; // released however the test ends
         if (operation == "undo" || scenario == "pending")
             engine->execute({intent("d/a.txt", "x.txt")}, 5000);
         if (scenario == "taken") {
             disk->file("d/new.txt", "someone else's");
         } else if (scenario == "folder locked" || scenario == "lock held") {
             const bool lock = scenario == "lock held";
-            held = ::open((lock ? journal(".lock") : disk->at("d")).toUtf8().constData(),
-                          O_RDONLY | O_CLOEXEC | (lock ? O_CREAT : O_DIRECTORY), 0600);
-            QCOMPARE(::flock(held, LOCK_EX | LOCK_NB), 0);
+            held.reset(::open((lock ? journal(".lock") : disk->at("d")).toUtf8().constData(),
+                              O_RDONLY | O_CLOEXEC | (lock ? O_CREAT : O_DIRECTORY), 0600));
+            QCOMPARE(::flock(held.get(), LOCK_EX | LOCK_NB), 0);
         } else if (scenario == "long folder") {
             // 980 bytes of folder: the new path fits, its staging path beside it does not.
             QString deep = "long/" + QString(200, 'f') + "/" + QString(200, 'g') + "/" +
