@@ -20,10 +20,6 @@ std::optional<QString> run(const QString& program, const QStringList& arguments)
     return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
 }
 
-std::optional<QString> attach(const QString& image) {
-    return run("losetup", {"--find", "--show", image});
-}
-
 // Why this machine cannot mount `type` with `tools`, or nothing. Loads the
 // kernel's driver where it is a module; ntfs-3g and bindfs serve through FUSE,
 // and the kernels this runs on have ext4, xfs, btrfs and overlays.
@@ -84,7 +80,7 @@ std::unique_ptr<MountedVolume> MountedVolume::loop(const QString& type, QString&
         const QString serial = QUuid::createUuid().toString(QUuid::Id128).left(16);
         if (type == "ntfs" && !run("ntfslabel", {"--new-serial=" + serial, image}))
             return QString("ntfslabel failed");
-        volume.device = attach(image).value_or(QString());
+        volume.device = run("losetup", {"--find", "--show", image}).value_or(QString());
         return volume.device.isEmpty() ? QString("no loop device could be attached") : QString();
     });
 }
@@ -149,7 +145,7 @@ bool MountedVolume::comeBack(const QString& contents) {
         return mount();
     // Attached again before the old device lets go, so that the disk cannot
     // get its old number back.
-    auto again = attach(scratch.filePath("image"));
+    auto again = run("losetup", {"--find", "--show", scratch.filePath("image")});
     const bool released = bool(run("losetup", {"-d", device}));
     device = again.value_or(QString());
     return again && released && mount();
