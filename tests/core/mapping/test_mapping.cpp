@@ -76,7 +76,57 @@ Q_DECLARE_METATYPE(Mapped)
 class MappingTest : public QObject {
     Q_OBJECT
 private slots:
-    void parse_data();
+    void parse_data() {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<MappingFormat>("format");
+        QTest::addColumn<QStringList>("expected");
+
+        const auto automatic = MappingFormat::automatic;
+        // A header and 5,000 rows, and their outline.
+        QByteArray fiveThousand = "old_name,new_name\n";
+        QStringList accepted;
+        for (int index = 0; index < 5000; ++index) {
+            fiveThousand += "f" + QByteArray::number(index) + ".pdf,g.pdf\n";
+            accepted.append(QStringLiteral("%1|f%2.pdf|g.pdf").arg(index + 2).arg(index));
+        }
+        const QByteArray fullSize = "a," + QByteArray(MappingParser::maximumBytes - 2, 'b');
+        // clang-format off
+        QTest::newRow("CR LF counts once, a lone CR too") << QByteArray("a,b\r\nc,d\re,f\r\n") << automatic << QStringList{"1|a|b", "2|c|d", "3|e|f"};
+        QTest::newRow("LF CR is two endings") << QByteArray("a,b\n\rc,d") << automatic << QStringList{failure(twoColumns, 2)};
+        QTest::newRow("quoted LF, and CR LF kept as written") << QByteArray("\"x\ny\",b\n\"x\r\ny\",b\r\nc,d") << automatic << QStringList{"1|x\ny|b", "3|x\r\ny|b", "5|c|d"};
+        // A header after the first line is a row, and nothing in a cell means more than its text.
+        QTest::newRow("delimiter and doubled quote in quotes, anything literal") << QByteArray("\"draft,1.pdf\",\"a\"\"b\"\n=SUM(A1),a/b:c\x01\nold_name,new_name") << automatic << QStringList{"1|draft,1.pdf|a\"b", "2|=SUM(A1)|a/b:c\x01", "3|old_name|new_name"};
+        QTest::newRow("one BOM removed") << QByteArray("\xEF\xBB\xBF" "old_name,new_name\na,b") << automatic << QStringList{"2|a|b"};
+        QTest::newRow("second BOM kept") << QByteArray("\xEF\xBB\xBF\xEF\xBB\xBF" "a,b") << automatic << QStringList{"1|\uFEFFa|b"};
+        QTest::newRow("BOM only") << QByteArray("\xEF\xBB\xBF") << automatic << QStringList{failure(emptyText)};
+        QTest::newRow("empty") << QByteArray() << automatic << QStringList{failure(emptyText)};
+        QTest::newRow("header only") << QByteArray("old_name,new_name\n") << automatic << QStringList{failure("Add at least one mapping below the optional old_name,new_name header.")};
+        QTest::newRow("header in capitals is a row") << QByteArray("Old_Name,New_Name\n") << automatic << QStringList{"1|Old_Name|New_Name"};
+        QTest::newRow("header with blanks is a row") << QByteArray("old_name, new_name") << automatic << QStringList{"1|old_name| new_name"};
+        QTest::newRow("whitespace kept") << QByteArray(" a.pdf ,\tb.pdf ") << MappingFormat::csv << QStringList{"1| a.pdf |\tb.pdf "};
+        QTest::newRow("two trailing line endings") << QByteArray("a,b\n\n") << automatic << QStringList{failure(twoColumns, 2)};
+        QTest::newRow("blank line, earlier rows dropped") << QByteArray("a,b\n\nc,d") << automatic << QStringList{failure(twoColumns, 2)};
+        QTest::newRow("three columns") << QByteArray("a,b\nc,d,e") << automatic << QStringList{failure(thirdColumn, 2)};
+        QTest::newRow("empty first cell") << QByteArray(",b") << automatic << QStringList{failure(emptyCell, 1)};
+        QTest::newRow("empty second cell") << QByteArray("a,\"\"\n") << automatic << QStringList{failure(emptyCell, 1)};
+        QTest::newRow("quote in unquoted cell") << QByteArray("ab\"c,d") << automatic << QStringList{failure("A quote inside an unquoted field is invalid. Quote the whole field and double embedded quotes.", 1)};
+        QTest::newRow("text after closing quote") << QByteArray("\"ab\"c,d") << automatic << QStringList{failure("Unexpected text after a closing quote. A delimiter or line ending must follow it.", 1)};
+        QTest::newRow("unclosed quote") << QByteArray("\"ab") << automatic << QStringList{failure(unclosed, 1)};
+        QTest::newRow("unclosed after opening quote") << QByteArray("a,\"") << automatic << QStringList{failure(unclosed, 1)};
+        QTest::newRow("unclosed after doubled quote") << QByteArray("a,\"x\"\"") << automatic << QStringList{failure(unclosed, 1)};
+        QTest::newRow("unclosed reported on its first line") << QByteArray("a,b\nc,\"d\ne") << automatic << QStringList{failure(unclosed, 2)};
+        QTest::newRow("tab in first record") << QByteArray("a\tb\nc,d") << automatic << QStringList{failure(twoColumns, 2)};
+        QTest::newRow("tab in quotes or a later record does not count") << QByteArray("\"a\tb\",c\nc,d\te") << automatic << QStringList{"1|a\tb|c", "2|c|d\te"};
+        QTest::newRow("tsv ignores commas") << QByteArray("a,b\tc") << MappingFormat::tsv << QStringList{"1|a,b|c"};
+        QTest::newRow("truncated at the end") << QByteArray("a,\xE2\x82") << automatic << QStringList{failure(notUtf8)};
+        QTest::newRow("5,000 after a header") << fiveThousand << automatic << accepted;
+        QTest::newRow("5,001 after a header") << fiveThousand + "f5000.pdf,g.pdf\n" << automatic << QStringList{failure("A spreadsheet can contain at most 5,000 mappings. Split it into separate batches.", 5002)};
+        QTest::newRow("exactly 4 MiB") << fullSize << automatic << QStringList{"1|a|" + QString(MappingParser::maximumBytes - 2, 'b')};
+        QTest::newRow("one byte over 4 MiB") << fullSize + "b" << automatic << QStringList{failure(tooLarge)};
+        // Size is judged on bytes, before any decoding.
+        QTest::newRow("one byte over, not UTF-8") << fullSize + "\xFF" << automatic << QStringList{failure(tooLarge)};
+        // clang-format on
+    }
     void parse() {
         QFETCH(QByteArray, text);
         QFETCH(MappingFormat, format);
@@ -159,58 +209,6 @@ private slots:
         QCOMPARE(outline(preview.diagnostics), diagnostics);
     }
 };
-
-void MappingTest::parse_data() {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<MappingFormat>("format");
-    QTest::addColumn<QStringList>("expected");
-
-    const auto automatic = MappingFormat::automatic;
-    // A header and 5,000 rows, and their outline.
-    QByteArray fiveThousand = "old_name,new_name\n";
-    QStringList accepted;
-    for (int index = 0; index < 5000; ++index) {
-        fiveThousand += "f" + QByteArray::number(index) + ".pdf,g.pdf\n";
-        accepted.append(QStringLiteral("%1|f%2.pdf|g.pdf").arg(index + 2).arg(index));
-    }
-    const QByteArray fullSize = "a," + QByteArray(MappingParser::maximumBytes - 2, 'b');
-    // clang-format off
-    QTest::newRow("CR LF counts once, a lone CR too") << QByteArray("a,b\r\nc,d\re,f\r\n") << automatic << QStringList{"1|a|b", "2|c|d", "3|e|f"};
-    QTest::newRow("LF CR is two endings") << QByteArray("a,b\n\rc,d") << automatic << QStringList{failure(twoColumns, 2)};
-    QTest::newRow("quoted LF, and CR LF kept as written") << QByteArray("\"x\ny\",b\n\"x\r\ny\",b\r\nc,d") << automatic << QStringList{"1|x\ny|b", "3|x\r\ny|b", "5|c|d"};
-    // A header after the first line is a row, and nothing in a cell means more than its text.
-    QTest::newRow("delimiter and doubled quote in quotes, anything literal") << QByteArray("\"draft,1.pdf\",\"a\"\"b\"\n=SUM(A1),a/b:c\x01\nold_name,new_name") << automatic << QStringList{"1|draft,1.pdf|a\"b", "2|=SUM(A1)|a/b:c\x01", "3|old_name|new_name"};
-    QTest::newRow("one BOM removed") << QByteArray("\xEF\xBB\xBF" "old_name,new_name\na,b") << automatic << QStringList{"2|a|b"};
-    QTest::newRow("second BOM kept") << QByteArray("\xEF\xBB\xBF\xEF\xBB\xBF" "a,b") << automatic << QStringList{"1|\uFEFFa|b"};
-    QTest::newRow("BOM only") << QByteArray("\xEF\xBB\xBF") << automatic << QStringList{failure(emptyText)};
-    QTest::newRow("empty") << QByteArray() << automatic << QStringList{failure(emptyText)};
-    QTest::newRow("header only") << QByteArray("old_name,new_name\n") << automatic << QStringList{failure("Add at least one mapping below the optional old_name,new_name header.")};
-    QTest::newRow("header in capitals is a row") << QByteArray("Old_Name,New_Name\n") << automatic << QStringList{"1|Old_Name|New_Name"};
-    QTest::newRow("header with blanks is a row") << QByteArray("old_name, new_name") << automatic << QStringList{"1|old_name| new_name"};
-    QTest::newRow("whitespace kept") << QByteArray(" a.pdf ,\tb.pdf ") << MappingFormat::csv << QStringList{"1| a.pdf |\tb.pdf "};
-    QTest::newRow("two trailing line endings") << QByteArray("a,b\n\n") << automatic << QStringList{failure(twoColumns, 2)};
-    QTest::newRow("blank line, earlier rows dropped") << QByteArray("a,b\n\nc,d") << automatic << QStringList{failure(twoColumns, 2)};
-    QTest::newRow("three columns") << QByteArray("a,b\nc,d,e") << automatic << QStringList{failure(thirdColumn, 2)};
-    QTest::newRow("empty first cell") << QByteArray(",b") << automatic << QStringList{failure(emptyCell, 1)};
-    QTest::newRow("empty second cell") << QByteArray("a,\"\"\n") << automatic << QStringList{failure(emptyCell, 1)};
-    QTest::newRow("quote in unquoted cell") << QByteArray("ab\"c,d") << automatic << QStringList{failure("A quote inside an unquoted field is invalid. Quote the whole field and double embedded quotes.", 1)};
-    QTest::newRow("text after closing quote") << QByteArray("\"ab\"c,d") << automatic << QStringList{failure("Unexpected text after a closing quote. A delimiter or line ending must follow it.", 1)};
-    QTest::newRow("unclosed quote") << QByteArray("\"ab") << automatic << QStringList{failure(unclosed, 1)};
-    QTest::newRow("unclosed after opening quote") << QByteArray("a,\"") << automatic << QStringList{failure(unclosed, 1)};
-    QTest::newRow("unclosed after doubled quote") << QByteArray("a,\"x\"\"") << automatic << QStringList{failure(unclosed, 1)};
-    QTest::newRow("unclosed reported on its first line") << QByteArray("a,b\nc,\"d\ne") << automatic << QStringList{failure(unclosed, 2)};
-    QTest::newRow("tab in first record") << QByteArray("a\tb\nc,d") << automatic << QStringList{failure(twoColumns, 2)};
-    QTest::newRow("tab in quotes or a later record does not count") << QByteArray("\"a\tb\",c\nc,d\te") << automatic << QStringList{"1|a\tb|c", "2|c|d\te"};
-    QTest::newRow("tsv ignores commas") << QByteArray("a,b\tc") << MappingFormat::tsv << QStringList{"1|a,b|c"};
-    QTest::newRow("truncated at the end") << QByteArray("a,\xE2\x82") << automatic << QStringList{failure(notUtf8)};
-    QTest::newRow("5,000 after a header") << fiveThousand << automatic << accepted;
-    QTest::newRow("5,001 after a header") << fiveThousand + "f5000.pdf,g.pdf\n" << automatic << QStringList{failure("A spreadsheet can contain at most 5,000 mappings. Split it into separate batches.", 5002)};
-    QTest::newRow("exactly 4 MiB") << fullSize << automatic << QStringList{"1|a|" + QString(MappingParser::maximumBytes - 2, 'b')};
-    QTest::newRow("one byte over 4 MiB") << fullSize + "b" << automatic << QStringList{failure(tooLarge)};
-    // Size is judged on bytes, before any decoding.
-    QTest::newRow("one byte over, not UTF-8") << fullSize + "\xFF" << automatic << QStringList{failure(tooLarge)};
-    // clang-format on
-}
 
 QTEST_GUILESS_MAIN(MappingTest)
 #include "test_mapping.moc"
