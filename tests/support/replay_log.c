@@ -4,11 +4,10 @@
  *
  * Reads the log that the kernel's dm-log-writes target keeps of every write
  * that reached a device, so a test can cut the power after any of them:
- * `replay` writes the first COUNT entries onto TARGET (a copy of the device
- * as it was when logging began, an image file or a block device), which then
- * holds exactly what a disk would have held had the power gone right after
- * entry COUNT - 1. `list` prints one line an entry for a script to choose
- * such points from:
+ * `replay` writes the first COUNT entries onto TARGET (an image file, a copy
+ * of the device as it was when logging began), which then holds exactly what
+ * a disk would have held had the power gone right after entry COUNT - 1.
+ * `list` prints one line an entry for a script to choose such points from:
  *
  *     INDEX FLAGS SECTOR SECTORS [MARK]
  *
@@ -16,21 +15,19 @@
  * SECTOR and SECTORS count the log's own sector size, which the first line
  * ("# entries N sectorsize S") gives.
  *
- * A discard is replayed as zeros: a device may hand back zeros, or anything,
- * for a range it was told to forget, and a file system that still reads it
- * is broken on one that does. Skipping the discard would hide that.
+ * A discard is replayed as a hole, which reads as zeros: a device may hand
+ * back zeros, or anything, for a range it was told to forget, and a file
+ * system that still reads it is broken on one that does. Skipping the discard
+ * would hide that.
  */
 #define _GNU_SOURCE
 #include <errno.h>
 #include <fcntl.h>
 #include <inttypes.h>
-#include <linux/fs.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 enum { flag_discard = 1 << 2, flag_mark = 1 << 3 };
@@ -72,25 +69,6 @@ static int transfer(int fd, unsigned char* buffer, size_t length, off_t offset, 
     return 0;
 }
 
-static int zero_range(int fd, int is_device, off_t offset, off_t length) {
-    if (is_device) {
-        uint64_t range[2] = {(uint64_t)offset, (uint64_t)length};
-        if (ioctl(fd, BLKZEROOUT, range) == 0)
-            return 0;
-    } else if (fallocate(fd, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, offset, length) == 0) {
-        return 0;
-    }
-    static unsigned char zeros[65536];
-    while (length > 0) {
-        size_t step = length < (off_t)sizeof zeros ? (size_t)length : sizeof zeros;
-        if (transfer(fd, zeros, step, offset, 1) != 0)
-            return -1;
-        offset += (off_t)step;
-        length -= (off_t)step;
-    }
-    return 0;
-}
-
 /* Lists every entry of the log at PATH or, given a TARGET, replays its first
    COUNT entries onto it. */
 static int walk(const char* path, const char* target_path, const char* count_text) {
@@ -115,7 +93,7 @@ static int walk(const char* path, const char* target_path, const char* count_tex
     if (little_endian(super, 8) != log_magic || little_endian(super + 8, 8) != log_version ||
         sector_size < 512 || (sector_size & (sector_size - 1)) != 0)
         return fail(path);
-    int target = -1, is_device = 0;
+    int target = -1;
     if (!target_path) {
         count = entries;
         printf("# entries %" PRIu64 " sectorsize %" PRIu32 "\n", entries, sector_size);
@@ -124,11 +102,9 @@ static int walk(const char* path, const char* target_path, const char* count_tex
                 count);
         return 1;
     } else {
-        struct stat status;
         target = open(target_path, O_WRONLY);
-        if (target < 0 || fstat(target, &status) != 0)
+        if (target < 0)
             return fail(target_path);
-        is_device = S_ISBLK(status.st_mode);
     }
     unsigned char* block = malloc(sector_size);
     unsigned char* data = NULL;
@@ -161,7 +137,8 @@ static int walk(const char* path, const char* target_path, const char* count_tex
             printf("%s %" PRIu64 " %" PRIu64 "%s%s\n", named ? "" : "-", sector, sectors,
                    mark[0] ? " " : "", mark);
         } else if (flags & flag_discard) {
-            if (zero_range(target, is_device, offset, (off_t)(sectors * sector_size)))
+            if (fallocate(target, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, offset,
+                          (off_t)(sectors * sector_size)) != 0)
                 return fail("discarding");
         } else if (length > 0) {
             if (length > capacity && !(data = realloc(data, capacity = length)))
